@@ -1,0 +1,47 @@
+/* The element store merge_elem_table_p: every element of one generation, one entry per key. */
+#ifndef QARNCLI_ELEMENT_STORE_H
+#define QARNCLI_ELEMENT_STORE_H
+
+#include <qarncli/abi.h>
+#include <qarncli/element.h>
+
+QARN_BEGIN_DECLS
+
+struct qarn_req;
+struct qarn_merge_graph_info;
+struct vertex;
+
+/* Key of an entry, hashed and compared as one 32-bit integer. Vertices point to it. */
+struct qarn_merge_key {
+    uint16_t uuid, elem_id; /* low 16 bits of the element's */
+};
+QARN_AT(struct qarn_merge_key, elem_id, 2);
+QARN_SIZE(struct qarn_merge_key, 4);
+
+struct qarn_merge_val {
+    struct qarn_elem *elem;
+    struct vertex *vertex; /* the element's vertex in the pass being built; null when the entry is made */
+};
+QARN_AT32(struct qarn_merge_val, vertex, 4);
+
+/* Set a generation up: fresh element store, reply table and VLAN reverse table (earlier ones are abandoned), and the
+ * interface lists of the command. Returns 0 or the interface manager's error, which has been printed. */
+QARN_EXPORT uint32_t qarn_merge_init(struct qarn_req *req);
+
+/* The entry of (low 16 bits of uuid, low 16 bits of elem_id) in merge_elem_table_p, or null. */
+QARN_EXPORT struct qarn_merge_val *qarn_merge_value_get(uint32_t uuid, uint32_t elem_id);
+
+/* Enter `elem` under (uuid, elem->elem_id). An equal key keeps its key object and gets a fresh value without a vertex.
+ * Without memory nothing happens. */
+QARN_EXPORT void qarn_merge_hash_insert(uint32_t uuid, struct qarn_elem *elem, GHashTable *table);
+
+/* Remove the entry of (uuid, elem->elem_id), if there is one. Frees nothing that the table holds. */
+QARN_EXPORT void qarn_merge_hash_remove(uint32_t uuid, struct qarn_elem *elem, GHashTable *table);
+
+/* 1 when the ordering pass admits the element: its level is the pass's (or the pass's is -1), and it is an interface
+ * element where the pass wants only those. */
+QARN_EXPORT int32_t qarn_merge_val_filter_check(struct qarn_merge_val *value, struct qarn_merge_graph_info *pass);
+
+QARN_END_DECLS
+
+#endif

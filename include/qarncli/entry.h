@@ -1,0 +1,71 @@
+/* The entry points: one per display command of the shell. Each takes the parsed command and returns 0 for success, 1
+ * for failure; what went wrong has then been printed through the output routine or, for the transport, on standard
+ * error. Not reentrant: one command at a time, on one thread. */
+#ifndef QARNCLI_ENTRY_H
+#define QARNCLI_ENTRY_H
+
+#include <qarncli/abi.h>
+#include <qarncli/request.h>
+
+QARN_BEGIN_DECLS
+
+/* Values of the global cfg_display: the subset that is shown. */
+enum {
+    QARN_DISPLAY_ALL = 0,
+    QARN_DISPLAY_VSAN = 1,
+    QARN_DISPLAY_VLAN = 2,
+    QARN_DISPLAY_INTERFACE = 3,
+    QARN_DISPLAY_PROFILE = 6,
+    QARN_DISPLAY_BFD = 7,
+    QARN_DISPLAY_L2MP = 8,
+    QARN_DISPLAY_NO_L2MP = 9,
+    QARN_DISPLAY_FEX = 10,
+    QARN_DISPLAY_NO_FEX = 11,
+    QARN_DISPLAY_TEMPLATE = 16
+};
+
+/* The whole configuration, running or startup. cfg_display keeps the value that a filtered entry point left. */
+QARN_EXPORT uint32_t qarn_cli_run_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_cfg_gen(struct qarn_req *req);
+
+/* Filtered displays. Each sets cfg_display, also for a request that is not valid. */
+QARN_EXPORT uint32_t qarn_cli_run_vsan_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_vsan_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_run_vlan_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_vlan_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_run_intf_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_intf_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_run_profile_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_profile_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_run_bfd_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_bfd_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_run_l2mp_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_l2mp_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_run_exclude_l2mp_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_exclude_l2mp_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_run_fex_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_fex_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_run_exclude_fex_cfg_gen(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_exclude_fex_cfg_gen(struct qarn_req *req);
+
+/* The startup configuration's templates; 0 also on a card that has none, after a message. */
+QARN_EXPORT uint32_t qarn_cli_start_template_cfg_gen(struct qarn_req *req);
+
+/* All services but those whose SAPs the tokens name. */
+QARN_EXPORT uint32_t qarn_cli_run_cfg_gen_exclude(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_cfg_gen_exclude(struct qarn_req *req);
+
+/* The one service whose SAP the first token names; 0 after a message for SAP 0. */
+QARN_EXPORT uint32_t qarn_cli_run_cfg_gen_sap(struct qarn_req *req);
+QARN_EXPORT uint32_t qarn_cli_start_cfg_gen_sap(struct qarn_req *req);
+
+/* The configuration of every active virtual device context, each through a shell of its own. */
+QARN_EXPORT uint32_t qarn_cli_run_cfg_gen_vdcall(struct qarn_req *req);
+
+/* One generation, from the request to the printed text. cfg_source is QARN_SOURCE_RUNNING or QARN_SOURCE_STARTUP.
+ * Returns 0 or a status of the platform's error space. */
+QARN_EXPORT uint32_t qarn_generate(struct qarn_req *req, uint32_t cfg_source);
+
+QARN_END_DECLS
+
+#endif

@@ -1,0 +1,46 @@
+/* From a graph to a queue in print order, and the queue itself. */
+#ifndef QARNCLI_ORDERING_H
+#define QARNCLI_ORDERING_H
+
+#include <qarncli/abi.h>
+#include <qarncli/graph.h>
+
+QARN_BEGIN_DECLS
+
+struct queue_node {
+    void *data; /* in ordering queues a struct vertex */
+    struct queue_node *next;
+};
+
+/* First in, first out; nodes are allocated with malloc. */
+struct queue {
+    struct queue_node *head, *tail;
+    int32_t count;
+};
+QARN_AT32(struct queue, tail, 4);
+QARN_AT32(struct queue, count, 8);
+
+QARN_EXPORT void init_queue(struct queue *queue);
+QARN_EXPORT int32_t enqueue(struct queue *queue, void *data); /* the new count, or -1 without memory */
+QARN_EXPORT void *dequeue(struct queue *queue);               /* the head's data, its node freed; null when empty */
+
+/* Call fn(data, arg) for every node from head to tail. */
+QARN_EXPORT void traverse(struct queue *queue, void (*fn)(void *data, void *arg), void *arg);
+
+/* Order the graph into the queue: elements after those they depend on; by sweeps over the vertices in ascending
+ * (uuid, elem_id). Returns 0, or -1 for a loop (the queue keeps what could be placed) or without memory. */
+QARN_EXPORT int32_t visit2(struct graph *graph, struct queue *queue);
+
+/* The same by first in, first out; same results. Aborts the process without memory. */
+QARN_EXPORT int32_t visit(struct graph *graph, struct queue *queue);
+
+/* qsort comparator over struct vertex pointers: uuid, then elem_id, unsigned. */
+QARN_EXPORT int uuid_elem_cmp_fn(const void *a, const void *b);
+
+/* Listings on standard output. */
+QARN_EXPORT void print_list(struct vertex **array, int32_t n);
+QARN_EXPORT void print_queue(const struct queue *queue);
+
+QARN_END_DECLS
+
+#endif

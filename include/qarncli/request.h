@@ -1,0 +1,73 @@
+/* The generation request: a display command as the shell has parsed it. The shell owns the request, its tokens and
+ * their values; the library reads them and writes the fields marked "written". */
+#ifndef QARNCLI_REQUEST_H
+#define QARNCLI_REQUEST_H
+
+#include <qarncli/abi.h>
+#include <qarncli/id_range.h>
+
+QARN_BEGIN_DECLS
+
+enum { QARN_MAX_TOKENS = 64 };
+
+/* One token of the command. A token without a value stands for no ranges, an empty name or SAP 0. */
+struct qarn_req_token {
+    uint32_t id;
+    uint32_t type; /* 0x40200002 on the first token of an interface display: only the named interfaces */
+    uint32_t unused[2];
+    void *value; /* u32 (a SAP), NUL-terminated text (a port profile) or qarn_range_list (VLANs, VSANs) */
+};
+QARN_AT32(struct qarn_req_token, value, 16);
+
+/* The ranges that a VLAN or VSAN display names, both ends inclusive; a pair with low above high names nothing. */
+QARN_FLEX_BEGIN
+struct qarn_range_list {
+    uint32_t unused;
+    uint32_t count;
+    struct {
+        int32_t low, high;
+    } range[];
+};
+QARN_FLEX_END
+QARN_AT(struct qarn_range_list, range, 8);
+
+/* Bits of qarn_req.info_flags. */
+enum {
+    QARN_INFO_VSANS_SHOWN = 0x01, /* written: vsan_mask holds the VSANs shown */
+    QARN_INFO_STARTUP = 0x02,     /* written: the startup configuration is shown */
+    QARN_INFO_PLAIN = 0x04,       /* by the shell: no display conversion, no final callback */
+    QARN_INFO_VLANS_SHOWN = 0x10, /* written: vlan_mask holds the VLANs shown */
+    QARN_INFO_EXTRA_OPT = 0x20    /* written: token 204 (running) or 205 (startup) was given */
+};
+
+struct qarn_req {
+    uint8_t num_tokens;    /* valid entries of `tokens`; at most 64 are read */
+    uint32_t sap;          /* 0 none named, 1 all consumers, 0xffffffff row `index`, else that SAP; written */
+    uint32_t index;        /* row of the shell's SAP and feature tables, 0 = none */
+    uint32_t modlist_flag; /* non-zero: list the startup modules */
+    uint32_t gen_started;  /* written: 1 once a generation has begun */
+    uint32_t mts_handle;   /* the shell's message transport handle */
+    uint32_t cmd_code;
+    char startup_uri[528]; /* written in startup displays: base URI of the startup store */
+    struct qarn_req_token *tokens[QARN_MAX_TOKENS];
+    uint32_t valid; /* 1 when the shell accepted the command */
+    uint32_t svc_flags;
+    struct qarn_id_mask vsan_mask; /* in: VSANs that may be shown; written: VSANs shown */
+    struct qarn_id_mask vlan_mask; /* written: VLANs shown */
+    uint32_t info_flags;
+    uint32_t dbg_mask;
+    char cmd_line[1024]; /* as typed, NUL-terminated */
+    void *modlist;       /* written: the line-card manager's module list, owned by the platform */
+};
+QARN_AT(struct qarn_req, sap, 4);
+QARN_AT(struct qarn_req, startup_uri, 28);
+QARN_AT32(struct qarn_req, tokens, 556);
+QARN_AT32(struct qarn_req, valid, 812);
+QARN_AT32(struct qarn_req, vsan_mask, 820);
+QARN_AT32(struct qarn_req, info_flags, 1852);
+QARN_AT32(struct qarn_req, modlist, 2884);
+QARN_SIZE32(struct qarn_req, 2888);
+
+QARN_END_DECLS
+
+#endif

@@ -1,0 +1,236 @@
+// The grammar of the shell: one row per form of "show running-config" and "show startup-config". A row holds the word
+// behind those two, the entry point of either configuration, and the parser of what follows the word.
+
+#include "shell/command.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <iterator>
+#include <utility>
+
+#include "sim/description.h"
+
+namespace shell {
+
+namespace {
+
+constexpr std::uint32_t kInterfaceToken = 0x40200002;
+constexpr std::uint32_t kLastId = 4095;         // of VLANs and VSANs: what a mask can hold
+constexpr std::uint32_t kTableRow = 0xffffffff; // the request asks for the services of row `index`
+
+using Words = std::vector<std::string_view>;
+using sim::quoted;
+
+std::string_view only_word(const Words &words, const char *what) {
+    if (words.empty()) throw CommandError(std::string("missing ") + what);
+    if (words.size() > 1) throw CommandError("unexpected word " + quoted(words[1]));
+    return words[0];
+}
+
+// Run a parser of the description's notations, whose complaints become the command's.
+template <typename Function>
+auto parse_notation(Function function) {
+    try {
+        return function();
+    } catch (const std::invalid_argument &error) {
+        throw CommandError(error.what());
+    }
+}
+
+const sim::Service &service_named(std::string_view name, const sim::Switch &sw) {
+    auto service = std::find_if(sw.services.begin(), sw.services.end(),
+                                [name](const sim::Service &candidate) { return candidate.name == name; });
+    if (service == sw.services.end()) throw CommandError("unknown service " + quoted(name));
+    return *service;
+}
+
+// ---- Arguments of the forms -----------------------------------------------------------------------------------------
+
+void no_arguments(const Words &words, const sim::Switch &, Request &) {
+    if (!words.empty()) throw CommandError("unexpected word " + quoted(words[0]));
+}
+
+void id_ranges(std::string_view text, const char *what, Request &request) {
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;
+    for (const sim::IdRange &range : parse_notation([&] { return sim::parse_id_ranges(text, what, 0, kLastId); }))
+        pairs.emplace_back(range.low, range.high);
+    request.add_ranges(pairs);
+}
+
+void vlan_ranges(const Words &words, const sim::Switch &, Request &request) {
+    id_ranges(only_word(words, "VLAN range"), "VLAN", request);
+}
+
+void vsan_ranges(const Words &words, const sim::Switch &, Request &request) {
+    id_ranges(only_word(words, "VSAN range"), "VSAN", request);
+}
+
+// "ethernet 1/1-4" and "ethernet1/1-4" name the same interfaces.
+void interfaces(const Words &words, const sim::Switch &sw, Request &request) {
+    if (words.empty()) throw CommandError("missing interface name");
+    if (words.size() > 2) throw CommandError("unexpected word " + quoted(words[2]));
+    std::string names(words[0]);
+    if (words.size() == 2) names += words[1];
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> indexes;
+    for (const std::string &name : parse_notation([&] { return sim::expand_names(names); })) {
+        const sim::Interface *interface = sw.find_interface(std::string_view(name));
+        if (!interface) throw CommandError("unknown interface " + quoted(name));
+        indexes.emplace_back(interface->index, interface->index);
+    }
+    request.add_ranges(indexes, kInterfaceToken);
+}
+
+void port_profile(const Words &words, const sim::Switch &sw, Request &request) {
+    std::string name(only_word(words, "port profile"));
+    if (!sw.port_profiles.contains(name)) throw CommandError("unknown port profile " + quoted(name));
+    request.add_name(name);
+}
+
+void one_service(const Words &words, const sim::Switch &sw, Request &request) {
+    request.add_sap(service_named(only_word(words, "service name"), sw).sap);
+}
+
+// The library subtracts the number of exclusions from the number of answers that it awaits, so each must be a service
+// that it would have asked, and be named once.
+void excluded_services(const Words &words, const sim::Switch &sw, Request &request) {
+    if (words.empty()) throw CommandError("missing service name");
+    if (words.size() > QARN_MAX_TOKENS)
+        throw CommandError("more than " + std::to_string(QARN_MAX_TOKENS) + " services to exclude");
+    for (auto word = words.begin(); word != words.end(); ++word) {
+        const sim::Service &service = service_named(*word, sw);
+        if (!service.consumer) throw CommandError("service " + quoted(*word) + " takes no part in this display");
+        if (std::find(words.begin(), word, *word) != word)
+            throw CommandError("service " + quoted(*word) + " is named twice");
+        request.add_sap(service.sap);
+    }
+}
+
+void feature(const Words &words, const sim::Switch &sw, Request &request) {
+    std::string name(only_word(words, "feature name"));
+    auto row = sw.features.find(name);
+    if (row == sw.features.end()) throw CommandError("unknown feature " + quoted(name));
+    request.req.sap = kTableRow;
+    request.req.index = row->second;
+}
+
+// ---- The forms ------------------------------------------------------------------------------------------------------
+
+struct Form {
+    std::string_view word; // behind "show running-config"; empty: nothing
+    const char *arguments, *meaning;
+    EntryPoint running, startup;
+    void (*parse)(const Words &, const sim::Switch &, Request &);
+};
+
+// clang-format off
+constexpr Form kForms[] = {
+    {"",             "",                "the whole configuration",
+     qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              no_arguments},
+    {"vlan",         "RANGE",           "these VLANs, as in 10-12,20",
+     qarn_cli_run_vlan_cfg_gen,         qarn_cli_start_vlan_cfg_gen,         vlan_ranges},
+    {"vsan",         "RANGE",           "these VSANs",
+     qarn_cli_run_vsan_cfg_gen,         qarn_cli_start_vsan_cfg_gen,         vsan_ranges},
+    {"interface",    "NAME[-NUMBER]",   "these interfaces, as in ethernet 1/1-4",
+     qarn_cli_run_intf_cfg_gen,         qarn_cli_start_intf_cfg_gen,         interfaces},
+    {"bfd",          "",                "what concerns BFD",
+     qarn_cli_run_bfd_cfg_gen,          qarn_cli_start_bfd_cfg_gen,          no_arguments},
+    {"l2mp",         "",                "what concerns L2MP",
+     qarn_cli_run_l2mp_cfg_gen,         qarn_cli_start_l2mp_cfg_gen,         no_arguments},
+    {"fex",          "",                "what concerns FEX",
+     qarn_cli_run_fex_cfg_gen,          qarn_cli_start_fex_cfg_gen,          no_arguments},
+    {"exclude-l2mp", "",                "all but L2MP",
+     qarn_cli_run_exclude_l2mp_cfg_gen, qarn_cli_start_exclude_l2mp_cfg_gen, no_arguments},
+    {"exclude-fex",  "",                "all but FEX",
+     qarn_cli_run_exclude_fex_cfg_gen,  qarn_cli_start_exclude_fex_cfg_gen,  no_arguments},
+    {"port-profile", "NAME",            "one port profile",
+     qarn_cli_run_profile_cfg_gen,      qarn_cli_start_profile_cfg_gen,      port_profile},
+    {"exclude",      "SERVICE...",      "all but these services",
+     qarn_cli_run_cfg_gen_exclude,      qarn_cli_start_cfg_gen_exclude,      excluded_services},
+    {"service",      "NAME",            "one service",
+     qarn_cli_run_cfg_gen_sap,          qarn_cli_start_cfg_gen_sap,          one_service},
+    {"feature",      "NAME",            "the services of one feature",
+     qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              feature},
+};
+// clang-format on
+
+} // namespace
+
+Request::Request(std::string_view line) {
+    req.valid = 1;
+    req.vsan_mask.len = sizeof req.vsan_mask.bits;
+    std::memset(req.vsan_mask.bits, 0xff, sizeof req.vsan_mask.bits);
+    line.copy(req.cmd_line, sizeof req.cmd_line - 1);
+}
+
+// Token ids stay 0: the arguments of these commands are no options.
+Request::Token &Request::add(std::uint32_t type) {
+    Token &token = tokens_.emplace_back();
+    token.token.type = type;
+    req.tokens[req.num_tokens++] = &token.token;
+    return token;
+}
+
+void Request::add_name(const std::string &name) {
+    Token &token = add(0);
+    token.text = name;
+    token.token.value = token.text.data();
+}
+
+void Request::add_sap(std::uint32_t sap) {
+    Token &token = add(0);
+    token.words = {sap};
+    token.token.value = token.words.data();
+}
+
+// The words of a qarn_range_list.
+void Request::add_ranges(const std::vector<std::pair<std::uint32_t, std::uint32_t>> &ranges, std::uint32_t type) {
+    Token &token = add(type);
+    token.words = {0, static_cast<std::uint32_t>(ranges.size())};
+    for (auto [low, high] : ranges) {
+        token.words.push_back(low);
+        token.words.push_back(high);
+    }
+    token.token.value = token.words.data();
+}
+
+std::vector<std::string_view> words_of(std::string_view line) {
+    Words words;
+    auto is_blank = [](unsigned char c) { return std::isspace(c) != 0; };
+    auto at = std::find_if_not(line.begin(), line.end(), is_blank);
+    while (at != line.end()) {
+        auto end = std::find_if(at, line.end(), is_blank);
+        words.emplace_back(at, end);
+        at = std::find_if_not(end, line.end(), is_blank);
+    }
+    return words;
+}
+
+EntryPoint parse_command(std::string_view line, const sim::Switch &sw, Request &request) {
+    Words words = words_of(line);
+    bool running = words.size() > 1 && words[1] == "running-config";
+    bool startup = words.size() > 1 && words[1] == "startup-config";
+    if ((!running && !startup) || words[0] != "show") throw UnknownCommand("unknown command " + quoted(line));
+    std::string_view word = words.size() > 2 ? words[2] : "";
+    auto form = std::find_if(std::begin(kForms), std::end(kForms), [word](const Form &f) { return f.word == word; });
+    if (form == std::end(kForms))
+        throw UnknownCommand("unknown word " + quoted(word) + " after \"show " + std::string(words[1]) + '"');
+    words.erase(words.begin(), words.begin() + (word.empty() ? 2 : 3));
+    form->parse(words, sw, request);
+    return running ? form->running : form->startup;
+}
+
+std::string list_of_commands() {
+    constexpr std::size_t kMeaningColumn = 52;
+    std::string list = "Commands, the same for \"show startup-config\":\n";
+    for (const Form &form : kForms) {
+        std::string row = "  show running-config";
+        for (std::string_view part : {form.word, std::string_view(form.arguments)})
+            if (!part.empty()) row.append(1, ' ').append(part);
+        row.resize(std::max(row.size() + 2, kMeaningColumn), ' ');
+        list += row + form.meaning + '\n';
+    }
+    return list + "  exit, quit\n";
+}
+
+} // namespace shell

@@ -1,0 +1,11 @@
+# Make a source file that holds a text file as one string; in pieces, because compilers bound the length of a literal.
+file(READ ${IN} text)
+string(LENGTH "${text}" length)
+set(pieces "")
+set(from 0)
+while(from LESS length)
+    string(SUBSTRING "${text}" ${from} 8000 piece)
+    string(APPEND pieces "    R\"~~~(${piece})~~~\"\n")
+    math(EXPR from "${from} + 8000")
+endwhile()
+file(WRITE ${OUT} "#include \"shell/built_in_switch.h\"\n\nconst char kBuiltInSwitch[] =\n${pieces};\n")

@@ -1,0 +1,76 @@
+// Configuration-sync manager: the output routine, through which everything that a command shows leaves the library,
+// and the switch profile that follows the configuration.
+#include "platform/csm.h"
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+
+#include "sim/switch.h"
+
+namespace {
+
+bool is_plain_text(const char *format) {
+    return format[0] == '%' && format[1] == 's' && format[2] == '\0';
+}
+
+int32_t write_text(sim::Switch &sw, const char *text) {
+    const std::size_t length = std::strlen(text);
+    if (sw.output != nullptr) {
+        std::fwrite(text, 1, length, sw.output);
+    } else {
+        sw.printed.append(text, length);
+    }
+    return static_cast<int32_t>(length);
+}
+
+int32_t append_formatted(std::string &printed, const char *format, va_list args) {
+    va_list again;
+    va_copy(again, args);
+    const int length = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    if (length <= 0) return length;
+    const std::size_t begin = printed.size();
+    printed.resize(begin + static_cast<std::size_t>(length));
+    std::vsnprintf(printed.data() + begin, static_cast<std::size_t>(length) + 1, format, args);
+    return length;
+}
+
+GString *new_string(const std::optional<std::string> &text) {
+    return text ? g_string_new(text->c_str()) : nullptr;
+}
+
+} // namespace
+
+extern "C" {
+
+int32_t csm_qarn_sp_print(const char *format, ...) {
+    sim::Switch &sw = sim::current();
+    va_list args;
+    va_start(args, format);
+    const int32_t length = is_plain_text(format)  ? write_text(sw, va_arg(args, const char *))
+                           : sw.output != nullptr ? std::vfprintf(sw.output, format, args)
+                                                  : append_formatted(sw.printed, format, args);
+    va_end(args);
+    return length;
+}
+
+void csm_qarn_sp_init(uint32_t token) {
+    sim::current().enter("csm_qarn_sp_init", "%u", token);
+}
+
+struct qarn_sp_result *csm_get_switch_profile_qarn(uint32_t handle, struct ppm_merge_input input) {
+    sim::Switch &sw = sim::current();
+    if (sw.enter("csm_get_switch_profile_qarn", "%u, {%u, %u, %u, %u, %u, %u}", handle, input.cmd_code, input.reserved,
+                 input.script_mode, input.cfg_source, input.bypass, input.token_mode))
+        return nullptr;
+    if (!sw.switch_profile) return nullptr;
+    auto *result = static_cast<qarn_sp_result *>(std::malloc(sizeof(qarn_sp_result)));
+    if (result == nullptr) return nullptr;
+    result->status = sw.switch_profile->status;
+    result->head_text = new_string(sw.switch_profile->head_text);
+    result->sync_cfg = new_string(sw.switch_profile->sync_cfg);
+    return result;
+}
+
+} // extern "C"

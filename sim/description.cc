@@ -1,0 +1,655 @@
+// Reads a switch description into a Switch. The YAML tree is walked by the rules of the file's form: every mapping
+// lists the keys it allows, every value its type and bounds, and the first thing that is wrong ends the reading with
+// its line. Interfaces, port profiles and the names of all services come first, because elements refer to them.
+
+#include "sim/description.h"
+
+#include <yaml-cpp/yaml.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <unordered_map>
+#include <utility>
+
+namespace sim {
+
+namespace {
+
+constexpr std::uint32_t kLastLevel = 12, kLastVlan = 4094, kLastVsan = 4095, kLastKey16 = 0xffff;
+constexpr std::uint32_t kLastRow = 16;
+constexpr std::size_t kLongestQuote = 60; // bytes of a word repeated in a message
+// 0, 1 and 0xffffffff in a request do not name one service.
+constexpr std::uint32_t kFirstSap = 2, kLastSap = 0xfffffffe;
+constexpr std::size_t kRowServices = 10, kRowElements = 10;
+
+struct PropertyWord {
+    const char *word;
+    std::uint32_t bit; // 0: the view the command asks for
+};
+constexpr PropertyWord kPropertyWords[] = {
+    {"vsan", QARN_PROP_VSAN}, {"vlan", QARN_PROP_VLAN}, {"interface", QARN_PROP_INTF},
+    {"bfd", QARN_PROP_BFD},   {"l2mp", QARN_PROP_L2MP}, {"fex", QARN_PROP_FEX},
+    {"every-view", 0},
+};
+
+bool is_number(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// Decimal, or hexadecimal after 0x.
+std::optional<std::uint32_t> to_number(std::string_view text) {
+    int base = 10;
+    if (text.starts_with("0x")) {
+        text.remove_prefix(2);
+        base = 16;
+    }
+    std::uint32_t number = 0;
+    const char *end = text.data() + text.size();
+    auto [stop, error] = std::from_chars(text.data(), end, number, base);
+    if (error != std::errc{} || stop != end) return std::nullopt;
+    return number;
+}
+
+std::string lower_case(std::string text) {
+    for (char &c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+// Every part of a comma-separated text, empty ones too.
+std::vector<std::string_view> split_at_commas(std::string_view text) {
+    std::vector<std::string_view> parts;
+    for (;;) {
+        std::size_t comma = text.find(',');
+        std::string_view part = text.substr(0, comma);
+        while (part.starts_with(' '))
+            part.remove_prefix(1);
+        while (part.ends_with(' '))
+            part.remove_suffix(1);
+        parts.push_back(part);
+        if (comma == std::string_view::npos) return parts;
+        text.remove_prefix(comma + 1);
+    }
+}
+
+// A name up to its last number, and that number's range.
+struct NameRange {
+    std::string stem;
+    std::uint32_t low, high;
+};
+
+std::size_t start_of_number(std::string_view text, std::size_t end) {
+    std::size_t start = end;
+    while (start > 0 && std::isdigit(static_cast<unsigned char>(text[start - 1])))
+        --start;
+    return start;
+}
+
+NameRange parse_name_range(std::string_view name) {
+    std::size_t last = start_of_number(name, name.size());
+    std::size_t first = last, first_end = name.size();
+    if (last > 0 && last < name.size() && name[last - 1] == '-' && start_of_number(name, last - 1) < last - 1) {
+        first_end = last - 1;
+        first = start_of_number(name, first_end);
+    }
+    std::optional<std::uint32_t> low = to_number(name.substr(first, first_end - first));
+    std::optional<std::uint32_t> high = to_number(name.substr(last));
+    if (!low || !high) throw std::invalid_argument(quoted(name) + " does not end in a number");
+    if (*low > *high) throw std::invalid_argument("the range in " + quoted(name) + " is reversed");
+    return {std::string(name.substr(0, first)), *low, *high};
+}
+
+// The text with every "{n}" replaced.
+std::string with_number(std::string text, std::string_view number) {
+    for (std::size_t at = text.find("{n}"); at != std::string::npos; at = text.find("{n}", at + number.size()))
+        text.replace(at, 3, number);
+    return text;
+}
+
+// Lines as they stand under a header: each two blanks in, each with its newline.
+std::string as_block(std::string_view lines) {
+    std::string block;
+    while (!lines.empty()) {
+        std::size_t end = std::min(lines.find('\n'), lines.size());
+        block += end == 0 ? "" : "  ";
+        block.append(lines.substr(0, end)).append(1, '\n');
+        lines.remove_prefix(std::min(end + 1, lines.size()));
+    }
+    return block;
+}
+
+class Reader {
+  public:
+    Reader(Switch &sw, std::string name) : sw_(sw), name_(std::move(name)) {}
+
+    void read(const std::string &text);
+
+  private:
+    // A mapping whose keys are all known, present once, and asked for by name.
+    class Mapping {
+      public:
+        Mapping(const Reader &reader, const YAML::Node &node, const std::string &what,
+                std::initializer_list<const char *> allowed);
+
+        YAML::Node operator[](std::string_view key) const; // an undefined node when there is none
+        YAML::Node require(std::string_view key) const;
+
+      private:
+        const Reader &reader_;
+        const YAML::Node node_;
+        const std::string what_;
+    };
+
+    [[noreturn]] void fail(const YAML::Mark &mark, const std::string &reason) const;
+    [[noreturn]] void fail(const YAML::Node &node, const std::string &reason) const { fail(node.Mark(), reason); }
+    // Report what a notation is blamed for at the node that holds it.
+    template <typename Function>
+    auto at(const YAML::Node &node, Function function) const;
+
+    std::string text(const YAML::Node &node, const std::string &what) const;
+    bool flag(const YAML::Node &node, const std::string &what) const;
+    std::uint32_t number(const YAML::Node &node, const std::string &what, std::uint32_t low = 0,
+                         std::uint32_t high = UINT32_MAX) const;
+    void each_item(const YAML::Node &node, const std::string &what,
+                   const std::function<void(const YAML::Node &)> &act) const;
+    void each_pair(const YAML::Node &node, const std::string &what,
+                   const std::function<void(const YAML::Node &, const YAML::Node &)> &act) const;
+    std::vector<std::uint32_t> ids(const YAML::Node &node, const std::string &what, std::uint32_t low,
+                                   std::uint32_t high) const;
+
+    YAML::Node parse(const std::string &text) const;
+    void read_vdc(const YAML::Node &node);
+    void read_port_profiles(const YAML::Node &node);
+    void read_interfaces(const YAML::Node &node);
+    void read_interface_entry(const YAML::Node &node);
+    void read_members(const YAML::Node &node);
+    void read_services(const YAML::Node &node);
+    void read_service(const YAML::Node &node);
+    void read_features(const YAML::Node &node);
+    void read_feature(const std::string &name, const YAML::Node &node);
+
+    void read_element(const YAML::Node &node, Service &service);
+    void read_properties(const YAML::Node &node, Element &element) const;
+    void read_interface_texts(const YAML::Node &node, Element &element) const;
+    void read_keys(const YAML::Node &node, Element &element) const;
+    void read_key_strings(const YAML::Node &node, Element &element) const;
+    void read_dependencies(const YAML::Node &node, const std::string &what, std::uint32_t type, Element &element) const;
+
+    Service &service_named(const YAML::Node &node, const std::string &what) const;
+    std::uint32_t interface_named(const YAML::Node &node, const std::string &name) const; // its index
+    std::string port_profile_named(const YAML::Node &node) const;
+    // [service name or UUID, element id]
+    std::pair<std::uint32_t, std::uint32_t> element_reference(const YAML::Node &node, const std::string &what) const;
+
+    Switch &sw_;
+    std::string name_;
+    std::unordered_map<std::string, std::uint32_t> interface_indexes_;   // by name in lower case
+    std::unordered_map<std::uint32_t, std::size_t> interface_positions_; // in Switch::interfaces, by index
+};
+
+// ---- Values and their errors ----------------------------------------------------------------------------------------
+
+void Reader::fail(const YAML::Mark &mark, const std::string &reason) const {
+    throw DescriptionError(name_ + ":" + std::to_string(mark.line + 1) + ": " + reason);
+}
+
+template <typename Function>
+auto Reader::at(const YAML::Node &node, Function function) const {
+    try {
+        return function();
+    } catch (const std::invalid_argument &error) {
+        fail(node, error.what());
+    }
+}
+
+Reader::Mapping::Mapping(const Reader &reader, const YAML::Node &node, const std::string &what,
+                         std::initializer_list<const char *> allowed)
+    : reader_(reader), node_(node), what_(what) {
+    std::string list;
+    for (const char *key : allowed)
+        list += (list.empty() ? "" : ", ") + std::string(key);
+    reader.each_pair(node, what, [&](const YAML::Node &key, const YAML::Node &value) {
+        if (std::find(allowed.begin(), allowed.end(), key.Scalar()) == allowed.end())
+            reader.fail(key, what + " has no key " + quoted(key.Scalar()) + "; allowed: " + list);
+        if (value.IsNull()) // which is found on the line of what comes next
+            reader.fail(key, key.Scalar() + " has no value");
+    });
+}
+
+YAML::Node Reader::Mapping::operator[](std::string_view key) const {
+    return node_[std::string(key)];
+}
+
+YAML::Node Reader::Mapping::require(std::string_view key) const {
+    YAML::Node value = (*this)[key];
+    if (!value.IsDefined()) reader_.fail(node_, what_ + " needs a key " + quoted(key));
+    return value;
+}
+
+std::string Reader::text(const YAML::Node &node, const std::string &what) const {
+    if (!node.IsScalar()) fail(node, what + " must be a text");
+    if (node.Scalar().find('\0') != std::string::npos) fail(node, what + " must not hold a NUL");
+    return node.Scalar();
+}
+
+bool Reader::flag(const YAML::Node &node, const std::string &what) const {
+    std::string word = text(node, what);
+    if (word != "true" && word != "false") fail(node, what + " must be true or false, not " + quoted(word));
+    return word == "true";
+}
+
+std::uint32_t Reader::number(const YAML::Node &node, const std::string &what, std::uint32_t low,
+                             std::uint32_t high) const {
+    std::string word = text(node, what);
+    std::optional<std::uint32_t> value = to_number(word);
+    if (!value || *value < low || *value > high) {
+        fail(node, what + " must be a number from " + std::to_string(low) + " to " + std::to_string(high) + ", not " +
+                       quoted(word));
+    }
+    return *value;
+}
+
+void Reader::each_item(const YAML::Node &node, const std::string &what,
+                       const std::function<void(const YAML::Node &)> &act) const {
+    if (!node.IsDefined()) return;
+    if (!node.IsSequence()) fail(node, what + " must be a list");
+    for (const YAML::Node &item : node)
+        act(item);
+}
+
+void Reader::each_pair(const YAML::Node &node, const std::string &what,
+                       const std::function<void(const YAML::Node &, const YAML::Node &)> &act) const {
+    if (!node.IsDefined()) return;
+    if (!node.IsMap()) fail(node, what + " must be a mapping");
+    std::set<std::string> seen;
+    for (const auto &pair : node) {
+        std::string key = text(pair.first, "a key of " + what);
+        if (!seen.insert(key).second) fail(pair.first, what + " has the key " + quoted(key) + " twice");
+        act(pair.first, pair.second);
+    }
+}
+
+std::vector<std::uint32_t> Reader::ids(const YAML::Node &node, const std::string &what, std::uint32_t low,
+                                       std::uint32_t high) const {
+    std::string ranges = text(node, what);
+    std::vector<std::uint32_t> all;
+    for (const IdRange &range : at(node, [&] { return parse_id_ranges(ranges, what, low, high); }))
+        for (std::uint32_t id = range.low; id <= range.high; ++id)
+            all.push_back(id);
+    return all;
+}
+
+// ---- References -----------------------------------------------------------------------------------------------------
+
+Service &Reader::service_named(const YAML::Node &node, const std::string &what) const {
+    std::string name = text(node, what);
+    Service *service = sw_.find_service(name);
+    if (!service) fail(node, what + " names an unknown service " + quoted(name));
+    return *service;
+}
+
+std::uint32_t Reader::interface_named(const YAML::Node &node, const std::string &name) const {
+    auto interface = interface_indexes_.find(lower_case(name));
+    if (interface == interface_indexes_.end()) fail(node, "unknown interface " + quoted(name));
+    return interface->second;
+}
+
+std::string Reader::port_profile_named(const YAML::Node &node) const {
+    std::string name = text(node, "port_profile");
+    if (!sw_.port_profiles.contains(name)) fail(node, "unknown port profile " + quoted(name));
+    return name;
+}
+
+std::pair<std::uint32_t, std::uint32_t> Reader::element_reference(const YAML::Node &node,
+                                                                  const std::string &what) const {
+    if (!node.IsSequence() || node.size() != 2) fail(node, what + " must be a pair [service, element id]");
+    std::uint32_t uuid = 0;
+    if (is_number(text(node[0], "the service of " + what))) {
+        uuid = number(node[0], "the UUID of " + what, 0, kLastKey16);
+    } else {
+        uuid = service_named(node[0], what).uuid;
+    }
+    return {uuid, number(node[1], "the element id of " + what, 0, kLastKey16)};
+}
+
+// ---- The switch -----------------------------------------------------------------------------------------------------
+
+YAML::Node Reader::parse(const std::string &text) const {
+    std::vector<YAML::Node> documents;
+    try {
+        documents = YAML::LoadAll(text);
+    } catch (const YAML::Exception &error) {
+        fail(error.mark, error.msg);
+    }
+    if (documents.empty()) throw DescriptionError(name_ + ":1: the description is empty");
+    if (documents.size() > 1) fail(documents[1], "the description holds a second document");
+    return documents[0];
+}
+
+void Reader::read(const std::string &text_of_file) {
+    Mapping root(*this, parse(text_of_file), "the description",
+                 {"name", "version", "vdc", "card", "interfaces", "vlans", "port_profiles", "features", "services"});
+    sw_.name = text(root.require("name"), "name");
+    if (root["version"].IsDefined()) sw_.version = text(root["version"], "version");
+    read_vdc(root["vdc"]);
+    if (root["card"].IsDefined()) sw_.card = number(root["card"], "card", 0, kLastKey16);
+    if (root["vlans"].IsDefined()) {
+        std::vector<std::uint32_t> vlans = ids(root["vlans"], "VLAN", 1, kLastVlan);
+        std::sort(vlans.begin(), vlans.end());
+        vlans.erase(std::unique(vlans.begin(), vlans.end()), vlans.end());
+        sw_.vlans = std::move(vlans);
+    }
+    read_port_profiles(root["port_profiles"]);
+    read_interfaces(root["interfaces"]);
+    read_services(root.require("services"));
+    read_features(root["features"]);
+}
+
+void Reader::read_vdc(const YAML::Node &node) {
+    if (!node.IsDefined()) {
+        sw_.vdcs = {{1, sw_.name, true}};
+        return;
+    }
+    Mapping vdc(*this, node, "vdc", {"id", "name"});
+    sw_.vdc = number(vdc.require("id"), "the VDC's id", 1, kLastKey16);
+    sw_.vdcs = {{static_cast<std::uint16_t>(sw_.vdc), text(vdc.require("name"), "the VDC's name"), true}};
+}
+
+void Reader::read_port_profiles(const YAML::Node &node) {
+    each_pair(node, "port_profiles", [&](const YAML::Node &name, const YAML::Node &lines) {
+        sw_.port_profiles[name.Scalar()] = as_block(text(lines, "port profile " + quoted(name.Scalar())));
+    });
+}
+
+void Reader::read_interfaces(const YAML::Node &node) {
+    each_item(node, "interfaces", [&](const YAML::Node &entry) { read_interface_entry(entry); });
+    // Members may be listed after their port channel.
+    each_item(node, "interfaces", [&](const YAML::Node &entry) { read_members(entry); });
+}
+
+void Reader::read_interface_entry(const YAML::Node &node) {
+    Mapping entry(*this, node, "an entry of interfaces",
+                  {"names", "block", "index", "vsan", "port_profile", "members", "sub_interface_of_port_channel"});
+    Interface interface {};
+    interface.block = number(entry.require("block"), "block", 0, kLastKey16);
+    interface.index = number(entry.require("index"), "index");
+    interface.vsan = entry["vsan"].IsDefined() ? number(entry["vsan"], "vsan", 1, kLastVsan) : 0;
+    if (entry["port_profile"].IsDefined()) interface.port_profile = port_profile_named(entry["port_profile"]);
+    if (entry["sub_interface_of_port_channel"].IsDefined()) {
+        interface.port_channel_sub_interface =
+            flag(entry["sub_interface_of_port_channel"], "sub_interface_of_port_channel");
+    }
+    YAML::Node names = entry.require("names");
+    std::vector<std::string> expanded = at(names, [&] { return expand_names(text(names, "names")); });
+    if (entry["members"].IsDefined() && expanded.size() > 1) {
+        fail(entry["members"],
+             "members belong to one interface, and this entry has " + std::to_string(expanded.size()));
+    }
+    if (expanded.size() - 1 > UINT32_MAX - interface.index)
+        fail(entry["index"], "index leaves no room for " + std::to_string(expanded.size()) + " interfaces");
+    for (const std::string &name : expanded) {
+        if (!interface_indexes_.emplace(lower_case(name), interface.index).second)
+            fail(names, "interface " + quoted(name) + " is listed twice");
+        auto [other, is_new] = interface_positions_.emplace(interface.index, sw_.interfaces.size());
+        if (!is_new) {
+            fail(entry["index"],
+                 "interface " + quoted(name) + " has the index of " + quoted(sw_.interfaces[other->second].name));
+        }
+        interface.name = name;
+        sw_.interfaces.push_back(interface);
+        ++interface.index;
+    }
+}
+
+void Reader::read_members(const YAML::Node &node) {
+    if (!node["members"].IsDefined()) return;
+    std::vector<std::uint32_t> members;
+    std::string names = text(node["members"], "members");
+    for (const std::string &name : at(node["members"], [&] { return expand_names(names); }))
+        members.push_back(interface_named(node["members"], name));
+    sw_.interfaces[interface_positions_.at(number(node["index"], "index"))].members = std::move(members);
+}
+
+// ---- Services -------------------------------------------------------------------------------------------------------
+
+void Reader::read_services(const YAML::Node &node) {
+    each_item(node, "services", [&](const YAML::Node &entry) { read_service(entry); });
+    // Elements refer to services by name, also to those listed later.
+    auto service = sw_.services.begin();
+    each_item(node, "services", [&](const YAML::Node &entry) {
+        each_item(entry["elements"], "elements", [&](const YAML::Node &element) { read_element(element, *service); });
+        ++service;
+    });
+}
+
+void Reader::read_service(const YAML::Node &node) {
+    Mapping entry(*this, node, "a service",
+                  {"name", "sap", "uuid", "consumer", "silent", "status", "fragment_size", "elements"});
+    std::string name = text(entry.require("name"), "the service's name");
+    std::uint32_t sap = number(entry.require("sap"), "the SAP of " + name, kFirstSap, kLastSap);
+    std::uint32_t uuid = number(entry.require("uuid"), "the UUID of " + name, 1, kLastKey16);
+    if (name.empty() || is_number(name)) fail(entry["name"], "a service's name must be a word, not " + quoted(name));
+    for (const Service &other : sw_.services) {
+        if (other.name == name) fail(entry["name"], "service " + quoted(name) + " is listed twice");
+        if (other.sap == sap) fail(entry["sap"], "service " + quoted(name) + " has the SAP of " + quoted(other.name));
+        if (other.uuid == uuid)
+            fail(entry["uuid"], "service " + quoted(name) + " has the UUID of " + quoted(other.name));
+    }
+    Service &service = sw_.service(name, sap, uuid);
+    if (entry["consumer"].IsDefined()) service.consumer = flag(entry["consumer"], "consumer");
+    if (entry["silent"].IsDefined()) service.is_silent = flag(entry["silent"], "silent");
+    if (entry["status"].IsDefined()) service.status = number(entry["status"], "status");
+    if (entry["fragment_size"].IsDefined()) service.fragment_size = number(entry["fragment_size"], "fragment_size", 1);
+}
+
+void Reader::read_element(const YAML::Node &node, Service &service) {
+    Mapping entry(*this, node, "an element",
+                  {"id", "level", "properties", "port_profile", "values", "text", "interfaces", "keys", "key_strings",
+                   "after", "only_if"});
+    std::uint32_t id = number(entry.require("id"), "the element's id", 0, kLastKey16);
+    std::uint32_t level = number(entry.require("level"), "level", 0, kLastLevel);
+    for (const Element &other : service.elements)
+        if (other.id == id)
+            fail(entry["id"], "element " + std::to_string(id) + " of " + service.name + " is listed twice");
+    Element &element = service.element(id, level);
+    read_properties(entry["properties"], element);
+    if (entry["port_profile"].IsDefined()) element.port_profile = port_profile_named(entry["port_profile"]);
+    if (entry["values"].IsDefined()) {
+        std::string kind = text(entry["values"], "values");
+        if (kind != "text" && kind != "command")
+            fail(entry["values"], "values must be text or command, not " + quoted(kind));
+        element.val_type = kind == "command" ? QARN_VAL_COMMAND : QARN_VAL_TEXT;
+    }
+    if (entry["text"].IsDefined()) element.text = text(entry["text"], "text");
+    if (entry["interfaces"].IsDefined() && !(element.property & QARN_PROP_INTF))
+        fail(entry["interfaces"], "an element with interfaces needs the property interface");
+    read_interface_texts(entry["interfaces"], element);
+    read_keys(entry["keys"], element);
+    read_key_strings(entry["key_strings"], element);
+    read_dependencies(entry["after"], "after", QARN_DEP_ORDER, element);
+    read_dependencies(entry["only_if"], "only_if", QARN_DEP_CONDITIONAL, element);
+    if (entry["only_if"].IsDefined()) element.property |= QARN_PROP_CONDITIONAL;
+}
+
+void Reader::read_properties(const YAML::Node &node, Element &element) const {
+    each_item(node, "properties", [&](const YAML::Node &item) {
+        std::string word = text(item, "a property"), known;
+        for (const PropertyWord &property : kPropertyWords) {
+            if (word == property.word) {
+                element.property |= property.bit;
+                element.every_view = element.every_view || property.bit == 0;
+                return;
+            }
+            known += (known.empty() ? "" : ", ") + std::string(property.word);
+        }
+        fail(item, "unknown property " + quoted(word) + "; allowed: " + known);
+    });
+}
+
+void Reader::read_interface_texts(const YAML::Node &node, Element &element) const {
+    std::set<std::uint32_t> seen;
+    each_pair(node, "interfaces", [&](const YAML::Node &names, const YAML::Node &value) {
+        std::string lines = as_block(text(value, "the text of " + names.Scalar()));
+        if (element.val_type == QARN_VAL_COMMAND && !lines.empty()) lines.pop_back(); // the renderer ends the line
+        for (const std::string &name : at(names, [&] { return expand_names(names.Scalar()); })) {
+            std::uint32_t if_index = interface_named(names, name);
+            if (!seen.insert(if_index).second) fail(names, "interface " + quoted(name) + " has a text already");
+            std::string_view number = std::string_view(name).substr(start_of_number(name, name.size()));
+            element.intf_texts.emplace_back(if_index, with_number(lines, number));
+        }
+    });
+}
+
+void Reader::read_keys(const YAML::Node &node, Element &element) const {
+    each_item(node, "keys", [&](const YAML::Node &item) {
+        Mapping entry(*this, item, "a key", {"name", "ids", "header"});
+        std::string name = text(entry.require("name"), "the key's name");
+        std::string header = entry["header"].IsDefined() ? text(entry["header"], "header") : "";
+        if (!entry["ids"].IsDefined()) {
+            element.keys.push_back({0, header, name});
+            return;
+        }
+        for (std::uint32_t id : ids(entry["ids"], "key id", 0, kLastVsan)) {
+            std::string number = std::to_string(id);
+            element.keys.push_back({id, with_number(header, number), with_number(name, number)});
+        }
+    });
+}
+
+void Reader::read_key_strings(const YAML::Node &node, Element &element) const {
+    std::set<std::string> seen;
+    auto add = [&](const YAML::Node &item, std::string name, std::string lines) {
+        if (!seen.insert(name).second) fail(item, "key string " + quoted(name) + " has a text already");
+        element.key_strings.emplace_back(std::move(name), std::move(lines));
+    };
+    each_item(node, "key_strings", [&](const YAML::Node &item) {
+        Mapping entry(*this, item, "a key string", {"name", "ids", "text"});
+        std::string name = text(entry.require("name"), "the key string's name");
+        std::string lines = as_block(text(entry.require("text"), "the key string's text"));
+        if (!entry["ids"].IsDefined()) {
+            add(item, name, lines);
+            return;
+        }
+        for (std::uint32_t id : ids(entry["ids"], "key id", 0, kLastVsan)) {
+            std::string number = std::to_string(id);
+            add(item, with_number(name, number), with_number(lines, number));
+        }
+    });
+}
+
+void Reader::read_dependencies(const YAML::Node &node, const std::string &what, std::uint32_t type,
+                               Element &element) const {
+    each_item(node, what, [&](const YAML::Node &item) {
+        auto [uuid, id] = element_reference(item, what);
+        element.dependencies.push_back({uuid, id, type});
+    });
+}
+
+// ---- Features -------------------------------------------------------------------------------------------------------
+
+void Reader::read_features(const YAML::Node &node) {
+    each_pair(node, "features",
+              [&](const YAML::Node &name, const YAML::Node &value) { read_feature(name.Scalar(), value); });
+}
+
+void Reader::read_feature(const std::string &name, const YAML::Node &node) {
+    Mapping entry(*this, node, "feature " + quoted(name), {"row", "services", "key", "elements"});
+    std::uint32_t row = number(entry.require("row"), "row", 1, kLastRow);
+    for (const auto &[other, other_row] : sw_.features)
+        if (other_row == row) fail(entry["row"], "feature " + quoted(name) + " has the row of " + quoted(other));
+    std::vector<std::uint32_t> saps;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;
+    each_item(entry.require("services"), "services", [&](const YAML::Node &item) {
+        const Service &service = service_named(item, "services");
+        saps.push_back(service.sap);
+        if (!entry["elements"].IsDefined()) pairs.emplace_back(service.uuid, 0); // every element of the service
+    });
+    each_item(entry["elements"], "elements",
+              [&](const YAML::Node &item) { pairs.push_back(element_reference(item, "elements")); });
+    if (saps.empty() || saps.size() > kRowServices || pairs.size() > kRowElements)
+        fail(node, "feature " + quoted(name) + " must have 1 to 10 services and at most 10 elements");
+    set_sap_row(row, saps, entry["key"].IsDefined() ? number(entry["key"], "key") : 0);
+    set_feature_row(row, pairs);
+    sw_.features[name] = row;
+}
+
+std::string read_file(const std::string &path) {
+    std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
+    std::string text;
+    char block[4096];
+    while (file) {
+        std::size_t got = std::fread(block, 1, sizeof block, file.get());
+        text.append(block, got);
+        if (got < sizeof block) break;
+    }
+    if (!file || std::ferror(file.get())) throw DescriptionError(path + ": " + std::strerror(errno));
+    return text;
+}
+
+} // namespace
+
+void load_description(Switch &sw, const std::string &path) {
+    load_description_text(sw, read_file(path), path);
+}
+
+void load_description_text(Switch &sw, const std::string &text, const std::string &name) {
+    Reader(sw, name).read(text);
+}
+
+std::string quoted(std::string_view word) {
+    std::string shown(word.substr(0, kLongestQuote));
+    std::replace_if(
+        shown.begin(), shown.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
+    return '"' + shown + (word.size() > kLongestQuote ? "..." : "") + '"';
+}
+
+std::vector<std::string> expand_names(std::string_view names) {
+    std::vector<std::string> expanded;
+    std::string stem;
+    for (std::string_view part : split_at_commas(names)) {
+        if (part.empty()) throw std::invalid_argument("empty name in " + quoted(names));
+        NameRange range = parse_name_range(part);
+        if (range.stem.empty()) range.stem = stem;
+        if (range.stem.empty()) throw std::invalid_argument(quoted(part) + " has no name before its number");
+        if (range.high - range.low >= QARN_MAX_IFINDEXES || expanded.size() >= QARN_MAX_IFINDEXES)
+            throw std::invalid_argument("the range in " + quoted(part) + " is too long");
+        for (std::uint32_t offset = 0; offset <= range.high - range.low; ++offset)
+            expanded.push_back(range.stem + std::to_string(range.low + offset));
+        stem = range.stem;
+    }
+    return expanded;
+}
+
+std::vector<IdRange> parse_id_ranges(std::string_view text, std::string_view what, std::uint32_t lowest,
+                                     std::uint32_t highest) {
+    std::vector<IdRange> ranges;
+    for (std::string_view part : split_at_commas(text)) {
+        if (part.empty()) throw std::invalid_argument("empty range in " + quoted(text));
+        std::size_t dash = part.find('-');
+        std::string_view words[2] = {part.substr(0, dash),
+                                     dash == std::string_view::npos ? part : part.substr(dash + 1)};
+        std::uint32_t bounds[2] = {};
+        for (int i = 0; i < 2; ++i) {
+            std::optional<std::uint32_t> id = is_number(words[i]) ? to_number(words[i]) : std::nullopt;
+            if (!id || *id < lowest || *id > highest) {
+                throw std::invalid_argument(quoted(words[i].empty() ? part : words[i]) + " is not a " +
+                                            std::string(what) + " from " + std::to_string(lowest) + " to " +
+                                            std::to_string(highest));
+            }
+            bounds[i] = *id;
+        }
+        if (bounds[0] > bounds[1]) throw std::invalid_argument("the range " + quoted(part) + " is reversed");
+        ranges.push_back({bounds[0], bounds[1]});
+    }
+    return ranges;
+}
+
+} // namespace sim

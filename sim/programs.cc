@@ -1,0 +1,81 @@
+// Running programs and functions of shared libraries, unless a test has put its own in their place. A program writes
+// to this process's standard output, so what is buffered goes out first.
+#include "platform/programs.h"
+
+#include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+
+#include "sim/switch.h"
+
+namespace {
+
+std::string joined(const std::vector<std::string> &words) {
+    std::string text;
+    for (const std::string &word : words)
+        text.append(text.empty() ? "" : ", ").append(word);
+    return text;
+}
+
+int32_t exit_status(int status) {
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+int32_t start_and_wait(std::vector<std::string> words) {
+    std::vector<char *> argv;
+    for (std::string &word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+    std::fflush(nullptr);
+    const pid_t child = ::fork();
+    if (child < 0) return -1;
+    if (child == 0) {
+        ::execv(argv[0], argv.data());
+        ::_exit(127); // as a shell reports a program that cannot be started
+    }
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0)
+        if (errno != EINTR) return -1;
+    return exit_status(status);
+}
+
+} // namespace
+
+extern "C" {
+
+int32_t execute_program_and_wait(const char *path, ...) {
+    std::vector<std::string> words = {path};
+    va_list args;
+    va_start(args, path);
+    while (const char *word = va_arg(args, const char *))
+        words.emplace_back(word);
+    va_end(args);
+
+    sim::Switch &sw = sim::current();
+    if (auto outcome = sw.enter("execute_program_and_wait", "%s", joined(words).c_str()))
+        return static_cast<int32_t>(outcome->result);
+    return sw.run_program ? sw.run_program(words) : start_and_wait(std::move(words));
+}
+
+int32_t dlwrap_invoke_func(const char *lib, const char *func, void *args, uint32_t *result,
+                           void (*handler)(void *func, void *args, uint32_t *result)) {
+    sim::Switch &sw = sim::current();
+    if (auto outcome = sw.enter("dlwrap_invoke_func", "%s, %s", lib, func))
+        return static_cast<int32_t>(outcome->result);
+    if (const auto hook = sw.library_functions.find(func); hook != sw.library_functions.end()) {
+        hook->second(static_cast<qarn_cb_args *>(args));
+        return 0;
+    }
+    // The library stays in memory: its services keep state from one command to the next.
+    void *library = ::dlopen(lib, RTLD_NOW | RTLD_NODELETE);
+    if (library == nullptr) return -1;
+    void *symbol = ::dlsym(library, func);
+    if (symbol != nullptr) handler(symbol, args, result);
+    ::dlclose(library);
+    return symbol != nullptr ? 0 : -1;
+}
+
+} // extern "C"

@@ -1,0 +1,124 @@
+// A service of the switch: what it says when it is asked, from its elements. It leaves to the library what the library
+// filters anyway (views, features) and filters what only a service can: the port profile that an element belongs to,
+// and the interfaces and VLANs that the request names.
+#include <algorithm>
+#include <cstring>
+
+#include "sim/switch.h"
+
+namespace sim {
+
+namespace {
+
+struct ViewBit {
+    std::uint32_t display, property;
+};
+constexpr ViewBit kViewBits[] = {
+    {QARN_DISPLAY_VSAN, QARN_PROP_VSAN}, {QARN_DISPLAY_VLAN, QARN_PROP_VLAN}, {QARN_DISPLAY_BFD, QARN_PROP_BFD},
+    {QARN_DISPLAY_L2MP, QARN_PROP_L2MP}, {QARN_DISPLAY_FEX, QARN_PROP_FEX},
+};
+
+std::uint32_t view_bit(std::uint32_t display) {
+    const auto row = std::ranges::find(kViewBits, display, &ViewBit::display);
+    return row != std::ranges::end(kViewBits) ? row->property : 0;
+}
+
+bool mask_has(const qarn_id_mask &mask, std::uint32_t id) {
+    return id < 8 * sizeof mask.bits && (mask.bits[id >> 3] & (0x80u >> (id & 7))) != 0;
+}
+
+// The interfaces of a request, sorted on first use: most services have nothing to say per interface.
+class WantedInterfaces {
+  public:
+    explicit WantedInterfaces(const qarn_cfg_req_msg &request) : request_(request) {}
+
+    bool has(std::uint32_t if_index) {
+        if (sorted_.size() != request_.num_ifindex) {
+            sorted_.assign(request_.ifindex_list, request_.ifindex_list + request_.num_ifindex);
+            if (!std::ranges::is_sorted(sorted_)) std::ranges::sort(sorted_);
+        }
+        return std::ranges::binary_search(sorted_, if_index);
+    }
+
+  private:
+    const qarn_cfg_req_msg &request_;
+    std::vector<std::uint32_t> sorted_;
+};
+
+bool is_asked_for(const Element &element, const qarn_cfg_req_msg &request) {
+    if (request.display != QARN_DISPLAY_PROFILE) return true;
+    constexpr std::size_t kSize = sizeof request.profile_name; // a name of this size or more has lost its NUL
+    const std::string_view name(request.profile_name, strnlen(request.profile_name, kSize));
+    return !element.port_profile.empty() && std::string_view(element.port_profile).substr(0, kSize) == name;
+}
+
+void say(const Service &service, const Element &element, const qarn_cfg_req_msg &request, WantedInterfaces &wanted,
+         Tlv &tlv) {
+    tlv.element({.uuid = service.uuid,
+                 .elem_id = element.id,
+                 .level = element.level,
+                 .property = element.property | (element.every_view ? view_bit(request.display) : 0),
+                 .val_type = element.val_type});
+    for (const Dependency &dependency : element.dependencies)
+        tlv.after(dependency.uuid, dependency.elem_id, dependency.type);
+    if (!element.text.empty()) tlv.text(element.text);
+    for (const auto &[if_index, text] : element.intf_texts) {
+        if (!wanted.has(if_index)) continue;
+        if (element.val_type == QARN_VAL_COMMAND) {
+            tlv.intf_command(if_index, command_message(text));
+        } else {
+            tlv.intf_text(if_index, text);
+        }
+    }
+    for (const auto &[name, text] : element.key_strings)
+        tlv.key_string(name, text);
+    for (const Key &key : element.keys) {
+        if (service.uuid == QARN_UUID_VLAN && !mask_has(request.vlan_mask, key.index)) continue;
+        tlv.key(key.index, key.map, key.name);
+    }
+}
+
+} // namespace
+
+Service &Service::replies(const Tlv &tlv) {
+    script = [reply = tlv.reply()](const qarn_cfg_req_msg &) { return reply; };
+    return *this;
+}
+
+Service &Service::fails(std::uint32_t code) {
+    status = code;
+    return *this;
+}
+
+Service &Service::silent() {
+    is_silent = true;
+    return *this;
+}
+
+Service &Service::twice() {
+    answers = 2;
+    return *this;
+}
+
+Service &Service::in_fragments_of(std::size_t bytes) {
+    fragment_size = bytes;
+    return *this;
+}
+
+Element &Service::element(std::uint32_t id, std::uint32_t level, std::uint32_t property) {
+    Element &added = elements.emplace_back();
+    added.id = id;
+    added.level = level;
+    added.property = property;
+    return added;
+}
+
+Bytes answer_from_elements(const Service &service, const qarn_cfg_req_msg &request) {
+    Tlv tlv;
+    WantedInterfaces wanted(request);
+    for (const Element &element : service.elements)
+        if (is_asked_for(element, request)) say(service, element, request, wanted, tlv);
+    return tlv.reply(service.status);
+}
+
+} // namespace sim

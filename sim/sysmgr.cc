@@ -1,0 +1,122 @@
+// System manager: where the saved configuration lies, who may read it now, what runs on this module, and the texts of
+// the error codes. A response of an exchange lives until the next exchange.
+#include "platform/sysmgr.h"
+
+#include <cstring>
+
+#include "sim/switch.h"
+
+namespace {
+
+constexpr uint32_t kUnknownOpcode = 0x40400001, kUnknownService = 0x40400002;
+
+struct ErrorText {
+    uint32_t code;
+    const char *text;
+};
+constexpr ErrorText kErrorTexts[] = {
+    {0, "success"},
+    {QARN_STATUS_FAILED, "configuration could not be generated completely"},
+    {QARN_STATUS_INVALID, "invalid command"},
+    {QARN_STATUS_NO_STARTUP, "no startup configuration present"},
+};
+
+// A block of its own per response, so that a use after the next exchange shows.
+std::unique_ptr<unsigned char[]> last_response;
+
+std::unique_ptr<unsigned char[]> lock_response(const sim::Switch &sw) {
+    if (!sw.lock_response) return nullptr;
+    auto response = std::make_unique<unsigned char[]>(sizeof *sw.lock_response);
+    std::memcpy(response.get(), &*sw.lock_response, sizeof *sw.lock_response);
+    return response;
+}
+
+std::unique_ptr<unsigned char[]> module_list(const sim::Switch &sw) {
+    const auto count = static_cast<uint32_t>(sw.modules.size());
+    const std::size_t size = sizeof(uint32_t) * count;
+    auto response = std::make_unique<unsigned char[]>(sizeof(qarn_module_list) + size);
+    std::memcpy(response.get() + offsetof(qarn_module_list, count), &count, sizeof count);
+    if (count != 0) std::memcpy(response.get() + offsetof(qarn_module_list, status), sw.modules.data(), size);
+    return response;
+}
+
+// For the record. The lock request's process id is left out: it differs from run to run.
+std::string describe_request(uint32_t opcode, const void *request, uint32_t length) {
+    if (opcode == QARN_OPC_STORE_LOCK && length >= sizeof(uint32_t)) {
+        uint32_t lock;
+        std::memcpy(&lock, request, sizeof lock);
+        return lock != 0 ? "lock" : "unlock";
+    }
+    const auto *text = static_cast<const char *>(request);
+    return std::string(text, strnlen(text, length));
+}
+
+const char *text_or_null(const std::string &text) {
+    return text.empty() ? nullptr : text.c_str();
+}
+
+} // namespace
+
+extern "C" {
+
+const char *sysmgrcmi_dir_get(uint32_t handle, uint32_t id, uint32_t zero) {
+    sim::Switch &sw = sim::current();
+    if (sw.enter("sysmgrcmi_dir_get", "%u, %u, %u", handle, id, zero)) return nullptr;
+    if (id == SYSMGR_DIR_ASCII_STARTUP) return text_or_null(sw.ascii_startup_dir);
+    if (id == SYSMGR_DIR_BIN_STARTUP) return text_or_null(sw.bin_startup_dir);
+    return nullptr;
+}
+
+uint32_t cmi_req_resp(uint32_t opcode, uint32_t second, const void *request, void **response, uint32_t *length,
+                      const char *sixth, const char *seventh, uint32_t eighth, uint32_t handle, uint32_t tenth) {
+    sim::Switch &sw = sim::current();
+    if (auto outcome = sw.enter("cmi_req_resp", "%u, %u, %s, %u, \"%s\", \"%s\", %u, %u, %u", opcode, second,
+                                describe_request(opcode, request, *length).c_str(), *length, sixth, seventh, eighth,
+                                handle, tenth))
+        return static_cast<uint32_t>(outcome->result);
+    if (opcode == QARN_OPC_STORE_LOCK) {
+        last_response = lock_response(sw);
+    } else if (opcode == QARN_OPC_MODULE_LIST) {
+        last_response = module_list(sw);
+    } else {
+        return kUnknownOpcode;
+    }
+    *response = last_response.get();
+    return 0;
+}
+
+uint32_t sysmgr_vdc_get(void) {
+    sim::Switch &sw = sim::current();
+    if (auto outcome = sw.enter("sysmgr_vdc_get")) return static_cast<uint32_t>(outcome->result);
+    return sw.vdc;
+}
+
+uint32_t sysmgrcmn_srv_uuid_name_get(uint32_t handle, uint32_t second, uint32_t uuid, char *name, uint32_t size) {
+    sim::Switch &sw = sim::current();
+    if (auto outcome = sw.enter("sysmgrcmn_srv_uuid_name_get", "%u, %u, %u, %u", handle, second, uuid, size))
+        return static_cast<uint32_t>(outcome->result);
+    for (const sim::Service &service : sw.services) {
+        if (service.uuid != uuid) continue;
+        std::snprintf(name, size, "%s", service.name.c_str());
+        return 0;
+    }
+    return kUnknownService;
+}
+
+const char *srg_sw_ver_get(uint32_t first) {
+    sim::Switch &sw = sim::current();
+    if (sw.enter("srg_sw_ver_get", "%u", first)) return nullptr;
+    return sw.version ? sw.version->c_str() : nullptr;
+}
+
+const char *syserr2str(uint32_t code) {
+    const auto &error_texts = sim::current().error_texts;
+    if (const auto found = error_texts.find(code); found != error_texts.end()) return found->second.c_str();
+    for (const ErrorText &row : kErrorTexts)
+        if (row.code == code) return row.text;
+    static char unknown[40];
+    std::snprintf(unknown, sizeof unknown, "unknown error 0x%x", code);
+    return unknown;
+}
+
+} // extern "C"

@@ -1,0 +1,35 @@
+// Owners of what the C library hands out. Records are allocated with malloc, so that a failed allocation is a null
+// pointer that the caller answers.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include <glib.h>
+
+namespace qarn {
+
+struct Free {
+    void operator()(void *memory) const { std::free(memory); }
+};
+template <typename T>
+using Malloced = std::unique_ptr<T, Free>;
+
+// An uninitialised record of `size` bytes, or null without memory.
+template <typename T>
+Malloced<T> allocate(std::size_t size = sizeof(T)) {
+    return Malloced<T>(static_cast<T *>(std::malloc(size)));
+}
+
+struct FreeString {
+    void operator()(GString *string) const { g_string_free(string, TRUE); }
+};
+using String = std::unique_ptr<GString, FreeString>;
+
+struct CloseFile {
+    void operator()(std::FILE *file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+} // namespace qarn

@@ -1,0 +1,87 @@
+// Reassembly of replies in msg_table_p. The first fragment of a service bounds its reply; data beyond that bound, or a
+// bound without room for the status word, breaks the reply: its entry stays, without a buffer, until the last fragment
+// collects nothing. Behind every buffer lies a zeroed guard, so that the platform's readers find an empty array and
+// ended texts where a reply stops short.
+#include <qarncli/reply_table.h>
+
+#include <qarncli/globals.h>
+
+#include "base/bytes.h"
+#include "collect/joined_reply.h"
+
+namespace {
+
+// Room for the headers that a reader of TLV arrays looks at before it knows the array's size.
+constexpr std::size_t kGuard = 64;
+// A reply that stops further short of what it announced than this is not zeroed byte by byte.
+constexpr std::size_t kLargeTail = 65536;
+
+qarn_msg_entry *find_entry(uint32_t sap) {
+    return static_cast<qarn_msg_entry *>(g_hash_table_lookup(msg_table_p, &sap));
+}
+
+// Enter a service with its first fragment's bound; null without memory.
+qarn_msg_entry *add_entry(const qarn_cfg_frag &frag) {
+    auto entry = qarn::allocate<qarn_msg_entry>();
+    if (!entry) return nullptr;
+    *entry = {frag.sap, frag.total_len, 0, nullptr};
+    if (frag.total_len >= sizeof(qarn_cfg_reply)) {
+        entry->buf = qarn::allocate<unsigned char>(frag.total_len + kGuard).release();
+        if (entry->buf == nullptr) return nullptr;
+    }
+    g_hash_table_insert(msg_table_p, entry.get(), entry.get());
+    return entry.release();
+}
+
+void break_reply(qarn_msg_entry &entry) {
+    std::free(entry.buf);
+    entry.buf = nullptr;
+}
+
+void append(qarn_msg_entry &entry, const qarn_cfg_frag &frag) {
+    if (entry.buf == nullptr) return;
+    if (frag.len > entry.total_len - entry.filled) return break_reply(entry);
+    std::memcpy(static_cast<unsigned char *>(entry.buf) + entry.filled, frag.data, frag.len);
+    entry.filled += frag.len;
+}
+
+// Zero what the service did not send, and the guard. A large missing part is taken from the system as zero pages
+// instead, so that a service which announces gigabytes costs none.
+qarn::Malloced<unsigned char> with_zeroed_tail(qarn::Malloced<unsigned char> bytes, std::size_t filled,
+                                               std::size_t size) {
+    if (size - filled <= kLargeTail) {
+        std::memset(bytes.get() + filled, 0, size - filled);
+        return bytes;
+    }
+    qarn::Malloced<unsigned char> zeroed(static_cast<unsigned char *>(std::calloc(size, 1)));
+    if (zeroed) std::memcpy(zeroed.get(), bytes.get(), filled);
+    return zeroed;
+}
+
+} // namespace
+
+namespace qarn {
+
+JoinedReply take_reply(uint32_t sap) {
+    JoinedReply reply;
+    Malloced<qarn_msg_entry> entry(find_entry(sap));
+    if (!entry) return reply;
+    g_hash_table_remove(msg_table_p, &sap);
+    reply.bytes.reset(static_cast<unsigned char *>(entry->buf));
+    if (!reply.bytes) return reply;
+    reply.size = entry->total_len;
+    reply.bytes = with_zeroed_tail(std::move(reply.bytes), entry->filled, reply.size + kGuard);
+    return reply;
+}
+
+} // namespace qarn
+
+void qarn_msg_table_add(const qarn_cfg_frag *frag) {
+    qarn_msg_entry *entry = find_entry(frag->sap);
+    if (entry == nullptr) entry = add_entry(*frag);
+    if (entry != nullptr) append(*entry, *frag);
+}
+
+void qarn_msg_table_get(uint32_t sap, void **reply) {
+    *reply = qarn::take_reply(sap).bytes.release();
+}

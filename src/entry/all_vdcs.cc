@@ -1,0 +1,105 @@
+// The configuration of every virtual device context in turn. Each active VDC's is shown by a shell of its own, which
+// comes back into this library; around it stand the headers and the commands that switch into the VDC and back, so
+// that the whole reads as one script.
+#include <qarncli/entry.h>
+
+#include <qarncli/globals.h>
+#include <qarncli/status.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+#include "base/tokens.h"
+#include "platform/csm.h"
+#include "platform/programs.h"
+#include "platform/sysmgr.h"
+#include "platform/vdc.h"
+
+namespace {
+
+constexpr char kShell[] = "/opux/bin/vsh";
+
+struct Command {
+    uint32_t code;
+    const char *text; // what the VDC's shell runs
+    bool startup;
+};
+constexpr Command kCommands[] = {
+    {163, "show running", false},
+    {164, "show running all", false},
+    {165, "show startup", true},
+};
+
+const Command *find_command(uint32_t code) {
+    const auto *found =
+        std::find_if(std::begin(kCommands), std::end(kCommands), [&](const Command &c) { return c.code == code; });
+    return found != std::end(kCommands) ? found : nullptr;
+}
+
+void print_header(const Command &command, const vdc_map_entry &vdc) {
+    if (command.startup) {
+        csm_qarn_sp_print("!Startup config for vdc: %s\n\n", vdc.name);
+    } else if (vdc.id == VDC_DEFAULT_ID) {
+        csm_qarn_sp_print("!Running config for default vdc: %s\n\n", vdc.name);
+    } else {
+        csm_qarn_sp_print("!Running config for vdc: %s\n\n", vdc.name);
+    }
+    if (vdc.id != VDC_DEFAULT_ID) csm_qarn_sp_print("\nswitchto vdc %s\n", vdc.name);
+}
+
+int32_t run_shell(const Command &command, uint32_t vdc_id) {
+    char id[256];
+    std::snprintf(id, sizeof id, "%d", vdc_id);
+    return execute_program_and_wait(kShell, "-i", id, "-o 40", "-c", command.text, static_cast<char *>(nullptr));
+}
+
+// Show one active VDC; `among_others` when the switch has more than this one. Returns the shell's result.
+int32_t show_vdc(const Command *command, const vdc_map_entry &vdc, bool among_others) {
+    int32_t result = 0;
+    if (command == nullptr) {
+        csm_qarn_sp_print("Wrong command\n");
+    } else {
+        if (among_others) {
+            print_header(*command, vdc);
+            std::fflush(nullptr); // the shell writes to the same output
+        }
+        result = run_shell(*command, vdc.id);
+    }
+    if (among_others) {
+        if (vdc.id != VDC_DEFAULT_ID) csm_qarn_sp_print("switchback\n");
+        std::fflush(nullptr);
+    }
+    return result;
+}
+
+} // namespace
+
+uint32_t qarn_cli_run_cfg_gen_vdcall(qarn_req *req) {
+    if (req->valid != 1) {
+        csm_qarn_sp_print("%s\n", syserr2str(QARN_STATUS_INVALID));
+        return 1;
+    }
+    for (uint32_t i = 0; i < qarn::token_count(*req); ++i) {
+        if (req->tokens[i] != nullptr) cmd_token_id = req->tokens[i]->id;
+    }
+
+    vdc_map_entry *map = nullptr;
+    if (const uint32_t status = vdc_map_get(&map); status != 0) {
+        csm_qarn_sp_print("VDC map get failed %0x\n", status);
+        return 0;
+    }
+    const auto count = std::count_if(map, map + VDC_MAP_ENTRIES, [](const vdc_map_entry &vdc) { return vdc.id != 0; });
+    int32_t rc = 0;
+    for (const vdc_map_entry *vdc = map; vdc != map + VDC_MAP_ENTRIES; ++vdc) {
+        if (vdc->id == 0) continue;
+        if (const uint32_t status = vdc_is_active(vdc->id, &active); status != 0) {
+            csm_qarn_sp_print("vdc_is_active failed %0x\n", status);
+            return 0;
+        }
+        if (active == 0) continue;
+        const int32_t result = show_vdc(find_command(req->cmd_code), *vdc, count > 1);
+        if (result != 0) rc = result;
+    }
+    return rc != 0 ? 1 : 0;
+}

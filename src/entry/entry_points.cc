@@ -1,0 +1,131 @@
+// The entry points: what the shell calls, one per display command. They differ in what they set before the driver
+// runs: the subset shown (cfg_display), the tokens taken up, the services excluded or named.
+#include <qarncli/entry.h>
+
+#include <qarncli/globals.h>
+#include <qarncli/message.h>
+#include <qarncli/status.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "base/tokens.h"
+#include "platform/csm.h"
+#include "platform/port_managers.h"
+#include "platform/sysmgr.h"
+
+namespace {
+
+// Token ids that the whole-configuration commands take up themselves; any other becomes cmd_token_id.
+constexpr uint32_t kTokenNoProfileMerge = 202;
+constexpr uint32_t kTokenExtraRunning = 204;
+constexpr uint32_t kTokenExtraStartup = 205;
+
+// Software card ids of the modules that have templates.
+constexpr uint32_t kTemplateCards[] = {176, 182, 183, 206, 222, 223, 237, 248, 249};
+
+bool is_valid(const qarn_req &req) {
+    if (req.valid == 1) return true;
+    csm_qarn_sp_print("%s\n", syserr2str(QARN_STATUS_INVALID));
+    return false;
+}
+
+void take_up_tokens(qarn_req &req, uint32_t extra_token) {
+    for (uint32_t i = 0; i < qarn::token_count(req); ++i) {
+        if (req.tokens[i] == nullptr) continue;
+        const uint32_t id = req.tokens[i]->id;
+        if (id == kTokenNoProfileMerge) {
+            g_bypass_ppm = 1;
+        } else if (id == extra_token) {
+            req.info_flags |= QARN_INFO_EXTRA_OPT;
+        } else {
+            cmd_token_id = id;
+        }
+    }
+}
+
+uint32_t generate(qarn_req *req, uint32_t cfg_source) {
+    return qarn_generate(req, cfg_source) != 0 ? 1 : 0;
+}
+
+uint32_t show(qarn_req *req, uint32_t cfg_source) {
+    if (!is_valid(*req)) return 1;
+    take_up_tokens(*req, cfg_source == QARN_SOURCE_RUNNING ? kTokenExtraRunning : kTokenExtraStartup);
+    return generate(req, cfg_source);
+}
+
+uint32_t show_filtered(qarn_req *req, uint32_t cfg_source, uint32_t display) {
+    cfg_display = display;
+    return show(req, cfg_source);
+}
+
+uint32_t show_all_but(qarn_req *req, uint32_t cfg_source) {
+    if (!is_valid(*req)) return 1;
+    const uint32_t count = qarn::token_count(*req);
+    num_saps_exclude = static_cast<int32_t>(count);
+    for (uint32_t i = 0; i < count; ++i)
+        saps_exclude[i] = qarn::token_sap(*req, i);
+    return generate(req, cfg_source);
+}
+
+uint32_t show_service(qarn_req *req, uint32_t cfg_source) {
+    if (!is_valid(*req)) return 1;
+    req->sap = qarn::token_sap(*req, 0);
+    if (req->sap == 0) {
+        csm_qarn_sp_print("Invalid SAP\n");
+        return 0;
+    }
+    return generate(req, cfg_source);
+}
+
+} // namespace
+
+uint32_t qarn_cli_run_cfg_gen(qarn_req *req) {
+    return show(req, QARN_SOURCE_RUNNING);
+}
+uint32_t qarn_cli_start_cfg_gen(qarn_req *req) {
+    return show(req, QARN_SOURCE_STARTUP);
+}
+
+#define FILTERED_ENTRY_POINTS(name, display)                                    \
+    uint32_t qarn_cli_run_##name##_cfg_gen(qarn_req *req) {                     \
+        return show_filtered(req, QARN_SOURCE_RUNNING, QARN_DISPLAY_##display); \
+    }                                                                           \
+    uint32_t qarn_cli_start_##name##_cfg_gen(qarn_req *req) {                   \
+        return show_filtered(req, QARN_SOURCE_STARTUP, QARN_DISPLAY_##display); \
+    }
+
+FILTERED_ENTRY_POINTS(vsan, VSAN)
+FILTERED_ENTRY_POINTS(vlan, VLAN)
+FILTERED_ENTRY_POINTS(intf, INTERFACE)
+FILTERED_ENTRY_POINTS(profile, PROFILE)
+FILTERED_ENTRY_POINTS(bfd, BFD)
+FILTERED_ENTRY_POINTS(l2mp, L2MP)
+FILTERED_ENTRY_POINTS(exclude_l2mp, NO_L2MP)
+FILTERED_ENTRY_POINTS(fex, FEX)
+FILTERED_ENTRY_POINTS(exclude_fex, NO_FEX)
+
+#undef FILTERED_ENTRY_POINTS
+
+uint32_t qarn_cli_start_template_cfg_gen(qarn_req *req) {
+    const uint32_t card = pfm_get_sw_card_id_from_module() & 0xffff;
+    if (std::find(std::begin(kTemplateCards), std::end(kTemplateCards), card) == std::end(kTemplateCards)) {
+        csm_qarn_sp_print("ERROR: Command not supported on this platform\n");
+        return 0;
+    }
+    return show_filtered(req, QARN_SOURCE_STARTUP, QARN_DISPLAY_TEMPLATE);
+}
+
+uint32_t qarn_cli_run_cfg_gen_exclude(qarn_req *req) {
+    return show_all_but(req, QARN_SOURCE_RUNNING);
+}
+uint32_t qarn_cli_start_cfg_gen_exclude(qarn_req *req) {
+    return show_all_but(req, QARN_SOURCE_STARTUP);
+}
+
+uint32_t qarn_cli_run_cfg_gen_sap(qarn_req *req) {
+    return show_service(req, QARN_SOURCE_RUNNING);
+}
+uint32_t qarn_cli_start_cfg_gen_sap(qarn_req *req) {
+    return show_service(req, QARN_SOURCE_STARTUP);
+}

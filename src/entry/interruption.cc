@@ -1,0 +1,58 @@
+// What happens when a generation cannot run to its end: the handler of SIGINT, SIGHUP and SIGPIPE, which never leaves
+// the startup store locked, and the explanation of a send that failed. The handler runs at any point of the driver and
+// reads only globals that are set before it is installed.
+#include <qarncli/interruption.h>
+
+#include <qarncli/globals.h>
+#include <qarncli/startup.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/owner.h"
+#include "base/trace.h"
+#include "platform/csm.h"
+
+namespace {
+
+constexpr char kExceptionLog[] = "/tmp/qarn_dbg";
+
+uint32_t logged_interruptions = 0;
+
+// Append one line with its terminating zero byte; false when the log cannot be opened.
+bool log_interruption(int signo) {
+    char line[256];
+    const int length = std::snprintf(line, sizeof line, "Cleaning up:%d %d\n", signo, logged_interruptions);
+    qarn::File log(std::fopen(kExceptionLog, "a"));
+    if (!log) return false;
+    std::fwrite(line, 1, std::min(static_cast<std::size_t>(length), sizeof line - 1) + 1, log.get());
+    ++logged_interruptions;
+    return true;
+}
+
+} // namespace
+
+void qarn_sig_handler(int signo) {
+    if (qarn::debugging(QARN_DEBUG_STORE) && !log_interruption(signo)) {
+        csm_qarn_sp_print("Unable to open Exception log file\n");
+        return;
+    }
+    if (start_cfg_locked != 0) qarn_startup_cfg_lock(gl_q, 0);
+    std::exit(0);
+}
+
+void handle_error(int32_t ret) {
+    switch (errno) {
+        case EPIPE:
+            csm_qarn_sp_print("Service not enabled\n");
+            break;
+        case ENOTCONN:
+            csm_qarn_sp_print("Module not available\n");
+            break;
+        default:
+            csm_qarn_sp_print("ERROR: send failed ret=%d errno %d\n", ret, errno);
+            break;
+    }
+}

@@ -1,0 +1,142 @@
+// The output phase of a generation: the startup store released, the header, two ordering passes whose queues the
+// printers read, then each of the 13 levels ordered and printed at once, the switch-profile block, and the platform's
+// final callback. A loop, or a switch profile that cannot be had, ends the generation where it stands; what was
+// printed before stays printed. The display conversion is closed on every way out.
+#include <qarncli/display.h>
+#include <qarncli/element_print.h>
+#include <qarncli/element_store.h>
+#include <qarncli/entry.h>
+#include <qarncli/globals.h>
+#include <qarncli/graph.h>
+#include <qarncli/status.h>
+
+#include <cstring>
+
+#include "base/trace.h"
+#include "entry/generation.h"
+#include "platform/cfglib.h"
+#include "platform/cmdshell.h"
+#include "platform/csm.h"
+#include "platform/sysmgr.h"
+
+namespace qarn {
+namespace {
+
+constexpr int32_t kEveryLevel = -1;
+constexpr int32_t kLevels = 13;
+constexpr uint32_t kTokenNoHeadText = 203;
+constexpr uint32_t kTokenNoFrame = 206;
+
+// The conversion lives for one generation, however that ends.
+struct DisplayConversion {
+    explicit DisplayConversion(qarn_req *req) { qarn_pre_display_op(req); }
+    ~DisplayConversion() { close(); }
+    DisplayConversion(const DisplayConversion &) = delete;
+    DisplayConversion &operator=(const DisplayConversion &) = delete;
+    void close() { qarn_post_display_op(); }
+};
+
+void print_header(const Generation &gen) {
+    if (cfg_display == QARN_DISPLAY_TEMPLATE) return;
+    qarn_time_print(gen.req, gen.cfg_source, gen.startup_path);
+    qarn_version_print();
+}
+
+// One ordering pass over the element store; false for a loop, after its message.
+bool order_elements(int32_t level, int32_t intf_only, queue *ordered, const char *loop_text) {
+    qarn_merge_graph_info pass;
+    qarn_merge_graph_info_init(&pass, level, intf_only);
+    g_hash_table_foreach(merge_elem_table_p, qarn_graph_vertex_add, &pass);
+    g_hash_table_foreach(merge_elem_table_p, qarn_graph_edge_add, &pass);
+    if (visit2(&pass.graph, ordered) == 0) return true;
+    csm_qarn_sp_print("%s", loop_text);
+    return false;
+}
+
+bool print_level(int32_t level, qarn_cfg_req_msg *msg) {
+    if (debugging(QARN_DEBUG_DECODE)) trace("Configuration for Level:%d\n", level);
+    if (add_nl != 0) csm_qarn_sp_print("\n");
+    add_nl = 0;
+    queue ordered;
+    if (!order_elements(level, 0, &ordered, "Loop in the graph\n")) return false;
+    traverse(&ordered, qarn_element_cfg_print, msg);
+    return true;
+}
+
+bool print_levels(qarn_cfg_req_msg *msg) {
+    if (!order_elements(kEveryLevel, 1, &intf_element_q, "Loop in the graph\n")) return false;
+    if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
+    if (!order_elements(kEveryLevel, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
+    for (int32_t level = 0; level < kLevels; ++level) {
+        if (!print_level(level, msg)) return false;
+    }
+    return true;
+}
+
+void print_sync_block(const char *text) {
+    if ((g_cli_execution_filter_mode & CLI_FILTER_SYNC_FRAME) != 0 && cmd_token_id != kTokenNoFrame) {
+        csm_qarn_sp_print("\nconfigure sync\n%s%scommit\n", text, "  ");
+    } else {
+        csm_qarn_sp_print("\n%s", text);
+    }
+}
+
+// The configuration-sync manager's answer is ours: the record and both texts are freed on every path.
+Step print_switch_profile() {
+    if (g_bypass_sp_qarn == 1) return kGoOn;
+    const Malloced<qarn_sp_result> answer(csm_get_switch_profile_qarn(gl_q, ppm_merge_input));
+    if (!answer) return end_at_once(QARN_STATUS_FAILED);
+    const String head_text(answer->head_text);
+    const String sync_cfg(answer->sync_cfg);
+    if (answer->status != 0) {
+        csm_qarn_sp_print("config sync manager returned error:%s\n", syserr2str(answer->status));
+        return common_exit(answer->status);
+    }
+    if (head_text && cmd_token_id != kTokenNoHeadText) csm_qarn_sp_print("%s", head_text->str);
+    if (sync_cfg) print_sync_block(sync_cfg->str);
+    return kGoOn;
+}
+
+// Which displays end in the platform's final callback, and what they tell it first.
+uint32_t run_final_callback(const Generation &gen) {
+    qarn_req *req = gen.req;
+    const qarn_cfg_req_msg *msg = gen.message.bytes.get();
+    if ((req->info_flags & QARN_INFO_PLAIN) != 0) return 0;
+    switch (cfg_display) {
+        case QARN_DISPLAY_ALL:
+            if (qarn_feature != 0 && !(qarn_feature == 1 && qarn_feature_send_all == 1)) return 0;
+            break;
+        case QARN_DISPLAY_VSAN:
+            req->info_flags |= QARN_INFO_VSANS_SHOWN;
+            std::memcpy(req->vsan_mask.bits, msg->vsan_mask.bits, sizeof req->vsan_mask.bits);
+            break;
+        case QARN_DISPLAY_VLAN:
+            req->info_flags |= QARN_INFO_VLANS_SHOWN;
+            std::memcpy(req->vlan_mask.bits, msg->vlan_mask.bits, sizeof req->vlan_mask.bits);
+            break;
+        case QARN_DISPLAY_BFD:
+        case QARN_DISPLAY_L2MP:
+        case QARN_DISPLAY_NO_L2MP:
+        case QARN_DISPLAY_FEX:
+        case QARN_DISPLAY_NO_FEX:
+            break;
+        default:
+            return 0;
+    }
+    return qarn_cb_run_cfg_generate(req);
+}
+
+} // namespace
+
+Ending print_configuration(Generation &gen) {
+    release_startup_store(gen);
+    print_header(gen);
+    DisplayConversion conversion(gen.req);
+    if (!print_levels(gen.message.bytes.get())) return end_at_once(QARN_STATUS_FAILED);
+    if (const Step end = print_switch_profile()) return *end;
+    conversion.close();
+    if (debugging(QARN_DEBUG_STORE)) trace("Info flag = 0x%0x\n", gen.req->info_flags);
+    return common_exit(run_final_callback(gen));
+}
+
+} // namespace qarn

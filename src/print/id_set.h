@@ -1,0 +1,20 @@
+// Setting and clearing ids in a mask.
+#pragma once
+
+#include <qarncli/id_range.h>
+
+#include <cstring>
+
+namespace qarn {
+
+inline void clear_ids(qarn_id_mask *mask) {
+    mask->len = sizeof mask->bits;
+    std::memset(mask->bits, 0, sizeof mask->bits);
+}
+
+// `id` lies in 0..4095.
+inline void set_id(qarn_id_mask *mask, int32_t id) {
+    mask->bits[id >> 3] = static_cast<uint8_t>(mask->bits[id >> 3] | (0x80 >> (id & 7)));
+}
+
+} // namespace qarn

@@ -1,0 +1,188 @@
+// What one interface element says about one interface: its text joins the interface's collected text, a command
+// message is rendered by the command shell and printed at once, ahead of the collected text. Every rendering is
+// bracketed by init_global_tlv_vars and reset_global_tlv_vars, on error paths too.
+#include <qarncli/intf_print.h>
+
+#include <qarncli/element_store.h>
+#include <qarncli/globals.h>
+#include <qarncli/graph.h>
+
+#include <cctype>
+
+#include "base/command_message.h"
+#include "base/trace.h"
+#include "platform/csm.h"
+#include "platform/sysmgr.h"
+
+namespace {
+
+constexpr uint32_t kXmlOutput = 1;
+constexpr int kXmlRenderer = 2; // entry of g_cmd_xml_info
+constexpr uint32_t kMessageType = 2;
+
+// The shell's rendering state, prepared while this lives.
+struct RenderingState {
+    RenderingState() { init_global_tlv_vars(); }
+    ~RenderingState() { reset_global_tlv_vars(); }
+    RenderingState(const RenderingState &) = delete;
+    RenderingState &operator=(const RenderingState &) = delete;
+};
+
+// A render handle made from a message, with the shell's debug flags taken from it; null without memory.
+qarn::Malloced<unsigned char> make_render_handle(const unsigned char *message) {
+    auto handle = qarn::copy_message(message);
+    if (!handle) return handle;
+    qarn::set_up_render_handle(handle.get());
+    qarn::take_debug_flags(handle.get() + QARN_CMD_PREFIX_SIZE);
+    return handle;
+}
+
+// Render a handle: true when g_clistr now holds a text for the caller to print; the XML renderer writes its own.
+bool render(unsigned char *handle) {
+    if (cmd_output_format == kXmlOutput && g_cmd_xml_info[kXmlRenderer] != nullptr) {
+        g_cmd_xml_info[kXmlRenderer](handle, 2, g_user_data);
+        return false;
+    }
+    cmd_show_run_opt_cr(handle, 0);
+    sr_cmds_cleanup();
+    return g_clistr != nullptr && g_clistr->str != nullptr;
+}
+
+void trace_text(const qarn_elem &elem, const GString &text) {
+    if (!qarn::debugging(QARN_DEBUG_PRINT)) return;
+    csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", elem.uuid, elem.elem_id);
+    if (text.len > 0) csm_qarn_sp_print("%s", text.str);
+    if (qarn_print_isspace_check(text.str, static_cast<int32_t>(text.len)) == 1) {
+        csm_qarn_sp_print("UUID:%d Elem:%d is an empty string\n", elem.uuid, elem.elem_id);
+    }
+}
+
+// In a single feature's display nobody else prints the header: the first text found for the interface does, even an
+// empty one.
+void print_header_once() {
+    if (qarn_feature != 1 || qarn_feature_send_all != 0 || g_intf_config_printed != 0) return;
+    csm_qarn_sp_print("\ninterface %s\n", gif_index_buf);
+    g_intf_config_printed = 1;
+}
+
+// The newline goes into the element's own text, so a later interface sees it ended.
+void collect_text(const qarn_elem &elem, GString *text) {
+    print_header_once();
+    trace_text(elem, *text);
+    if (text->len > 0 && text->str[text->len - 1] != '\n') g_string_append_c(text, '\n');
+    g_string_append_len(g_intf_config_str, text->str, static_cast<gssize>(text->len));
+}
+
+void print_command(const unsigned char *message) {
+    if (qarn_feature == 1) qarn_send_intf_info(gif_index_buf);
+    const RenderingState state;
+    if (!qarn::has_valid_stamp(message)) {
+        csm_qarn_sp_print("ERROR: qarn_intf_prnt: bad message\n");
+        return;
+    }
+    const auto handle = make_render_handle(message);
+    if (!handle) return;
+    if (render(handle.get()) && g_clistr->len >= 1) csm_qarn_sp_print("%s\n", g_clistr->str);
+}
+
+// The reply buffer of a completed command reply: the handle holds an unaligned pointer to it.
+unsigned char *reply_buffer_of(const void *reply) {
+    unsigned char *buffer = nullptr;
+    std::memcpy(&buffer, static_cast<const unsigned char *>(reply) + CMD_REP_BUFFER_AT, sizeof buffer);
+    return buffer;
+}
+
+// Complete the message in a reply buffer; null when the buffer's positions leave no room for the header that is
+// written here.
+unsigned char *complete_message(unsigned char *buffer) {
+    const uint32_t length = qarn::load_u32(buffer + CMD_REP_END_AT) - qarn::load_u32(buffer + CMD_REP_START_AT);
+    if (length < QARN_CMD_HEADER_SIZE || length > CMD_REPLY_BUFFER_SIZE) return nullptr;
+    unsigned char *message = buffer + CMD_REP_MESSAGE_AT;
+    qarn::store_u32(message + QARN_CMD_TYPE_AT, kMessageType);
+    qarn::store_u32(message + 52, 0);
+    qarn::store_u32(message + 56, 0);
+    qarn::store_u32(message + QARN_CMD_STAMP_AT, QARN_CMD_STAMP);
+    qarn::store_u32(message + QARN_CMD_LENGTH_AT, length);
+    return message;
+}
+
+void render_interface_line(unsigned char *buffer, const char *name) {
+    const RenderingState state;
+    void *reply = cmd_req_init(buffer, CMD_REPLY_BUFFER_SIZE);
+    if (reply == nullptr) {
+        csm_qarn_sp_print("ERROR: qarn_send_intf_info :Bad handle h\n");
+        return;
+    }
+    cmd_rep_attr_add(reply, QARN_ATTR_INTERFACE_NAME, name, static_cast<uint32_t>(std::strlen(name)) + 1);
+    cmd_rep_flush(reply);
+    unsigned char *reply_buffer = reply_buffer_of(reply);
+    unsigned char *message = reply_buffer != nullptr ? complete_message(reply_buffer) : nullptr;
+    if (message == nullptr) {
+        csm_qarn_sp_print("ERROR: qarn_send_intf_info :Bad message\n");
+        return;
+    }
+    const auto handle = make_render_handle(message);
+    if (!handle) return;
+    if (render(handle.get())) csm_qarn_sp_print("%s", g_clistr->str);
+    g_intf_config = 1;
+}
+
+} // namespace
+
+void qarn_intf_cfg_print(void *vertex, void *if_index) {
+    const auto &key = *static_cast<const qarn_merge_key *>(static_cast<struct vertex *>(vertex)->data);
+    const qarn_merge_val *value = qarn_merge_value_get(key.uuid, key.elem_id);
+    if (value == nullptr) return;
+    const qarn_elem &elem = *value->elem;
+    if (qarn::debugging(QARN_DEBUG_LOOKUP)) {
+        qarn::trace("String for (%d,%d) was %x\n", elem.uuid, elem.elem_id, 0u);
+    }
+    g_all_intf_config_printed = 1;
+    if ((elem.property & QARN_PROP_INTF) == 0) return;
+
+    const uint32_t index = qarn::load_u32(if_index);
+    void *found = g_hash_table_lookup(elem.ifindex_table, &index);
+    if (qarn::debugging(QARN_DEBUG_LOOKUP)) {
+        const void *text = elem.val_type == QARN_VAL_TEXT ? found : nullptr;
+        qarn::trace("String lookup for (%d,%d) was %x\n", elem.uuid, elem.elem_id, qarn::low32(text));
+    }
+    if (found == nullptr) return;
+    if (elem.val_type == QARN_VAL_TEXT) {
+        collect_text(elem, static_cast<GString *>(found));
+    } else if (elem.val_type == QARN_VAL_COMMAND) {
+        print_command(static_cast<const unsigned char *>(found));
+    }
+}
+
+void qarn_send_intf_info(const char *name) {
+    const auto buffer = qarn::allocate<unsigned char>(CMD_REPLY_BUFFER_SIZE);
+    if (!buffer) {
+        csm_qarn_sp_print("ERROR: qarn_send_intf_info :malloc failed\n");
+        return;
+    }
+    if (name == nullptr) {
+        csm_qarn_sp_print("qarn_send_intf_info NULL returning\n");
+        return;
+    }
+    render_interface_line(buffer.get(), name);
+}
+
+int32_t qarn_print_isspace_check(const char *text, int32_t length) {
+    for (int32_t i = 0; i < length; ++i) {
+        if (text[i] == '\n') return 1;
+        // The C library's class tables cover the range of signed char, so a byte above 127 is safe here.
+        if (std::isspace(text[i]) == 0) return 0;
+    }
+    return 1;
+}
+
+void qarn_isspace_err_print(uint32_t uuid, uint32_t elem_id) {
+    char name[256] = {};
+    if (sysmgrcmn_srv_uuid_name_get(gl_q, 5, uuid, name, sizeof name) == 0) {
+        csm_qarn_sp_print("*** Warning ***: Service %s with UUID:%d(Elem:%d) is printing unnecessary spaces\n", name,
+                          uuid, elem_id);
+    } else {
+        csm_qarn_sp_print("*** Warning ***: Service with UUID:%d(Elem:%d) is printing unnecessary spaces\n", uuid,
+                          elem_id);
+    }
+}

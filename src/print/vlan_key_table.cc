@@ -1,0 +1,312 @@
+// The VLAN service's key tables. First every VLAN's contributions are gathered and joined in ascending order into one
+// aggregate text (vlan_reverse_table_p); then neighbours with the same aggregate print as one group, a range line and
+// the shared text. A checkpoint prints each VLAN alone instead.
+//
+// A VLAN id outside 0..4095 has no place in the set that a range line is made from: it forms a group of its own,
+// headed by its own line.
+#include <qarncli/vlan_key_table.h>
+
+#include <qarncli/element_store.h>
+#include <qarncli/globals.h>
+#include <qarncli/id_range.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "base/owner.h"
+#include "base/trace.h"
+#include "platform/cmdshell.h"
+#include "platform/csm.h"
+#include "print/contributions.h"
+#include "print/id_set.h"
+#include "print/key_list.h"
+#include "print/vlan_pass.h"
+
+namespace {
+
+using qarn::debugging;
+using qarn::String;
+using qarn::trace;
+
+constexpr int32_t kVlanIds = 4096;
+
+// What the elements of the VLAN service that hold VLANs differ in.
+struct VlanKind {
+    uint32_t elem_id;
+    const char *line; // format of one VLAN's header, which is also the name of the key strings that belong to it
+    void (*print_ranges)(const qarn_id_mask *mask);
+    const char *group_trace; // format of the trace of the group under way
+    bool has_checkpoint;     // a checkpoint prints these VLANs one by one
+};
+constexpr VlanKind kVlanKinds[] = {
+    {2, "vlan %d\n", qarn_vlan_mask_print, "actualprinting vlan_keystr::%s & Length %d\n", true},
+    {5, "vlan configuration %d\n", qarn_vlan_config_mask_print, "actualprinting vlan_config_keystr::%s & Length %d\n",
+     false},
+};
+
+const VlanKind *find_kind(uint32_t elem_id) {
+    for (const VlanKind &kind : kVlanKinds) {
+        if (kind.elem_id == elem_id) return &kind;
+    }
+    return nullptr;
+}
+
+// The header line of one VLAN.
+class VlanLine {
+  public:
+    VlanLine(const VlanKind &kind, int32_t vlan) { std::snprintf(text_, sizeof text_, kind.line, vlan); }
+    const char *text() const { return text_; }
+
+  private:
+    char text_[256];
+};
+
+bool fits_the_set(int32_t vlan) {
+    return vlan >= 0 && vlan < kVlanIds;
+}
+
+void mark(int32_t vlan) {
+    if (fits_the_set(vlan)) qarn::set_id(&vlan_all_bitset, vlan);
+}
+
+// The VLAN of a slot of the key list; null when the slot's text is no key of the table.
+const qarn_key_val *find_vlan(const qarn_elem &elem, int32_t slot) {
+    return static_cast<const qarn_key_val *>(g_hash_table_lookup(elem.key_table, keylist[slot]));
+}
+
+void gather_contributions(const char *line) {
+    if (!qarn::has_contribution_index()) {
+        const String name(g_string_new(line));
+        traverse(&keystr_element_q, qarn_vlan_keystr_elem_q_cfg_print, name.get());
+        return;
+    }
+    const GPtrArray *texts = qarn::contributions(line);
+    for (guint i = 0; texts != nullptr && i < texts->len; ++i) {
+        add_key_str_list(static_cast<const GString *>(g_ptr_array_index(texts, i))->str);
+    }
+}
+
+// Every VLAN of the key list gets its aggregate; in a checkpoint it is printed at once.
+void aggregate(const qarn_elem &elem, const VlanKind &kind, bool checkpoint) {
+    qarn::clear_ids(&vlan_all_bitset);
+    for (int32_t i = 0; i < totalkeys; ++i) {
+        const qarn_key_val *key = find_vlan(elem, i);
+        if (key == nullptr) continue;
+        g_vlan_aggr_str = g_string_new("");
+        g_vlan_id = static_cast<int32_t>(key->ifindex);
+        mark(g_vlan_id);
+        const VlanLine line(kind, g_vlan_id);
+        gather_contributions(line.text());
+        qarn_vlan_add_aggr_keystr();
+        if (checkpoint) {
+            csm_qarn_sp_print("%s", line.text());
+            csm_qarn_sp_print("%s", g_vlan_aggr_str->str);
+        }
+        delete_key_str_list();
+        g_traverse = 1;
+    }
+}
+
+// VLANs with the same aggregate, neighbours in VLAN key order, on their way to the output.
+class Group {
+  public:
+    explicit Group(const VlanKind &kind) : kind_(kind) {}
+
+    void add(int32_t vlan, const GString *aggregate) {
+        if (text_ == nullptr) start(vlan, aggregate);
+        trace_joining(aggregate);
+        if (!joins(vlan, aggregate)) {
+            print();
+            start(vlan, aggregate);
+        }
+        mark(vlan);
+    }
+    void finish() const {
+        if (text_ != nullptr) print();
+    }
+
+  private:
+    void start(int32_t vlan, const GString *aggregate) {
+        qarn::clear_ids(&vlan_all_bitset);
+        first_ = vlan;
+        text_ = aggregate;
+    }
+    bool joins(int32_t vlan, const GString *aggregate) const {
+        if (std::strcmp(text_->str, aggregate->str) != 0) return false;
+        return vlan == first_ || (fits_the_set(vlan) && fits_the_set(first_));
+    }
+    void print() const {
+        if (fits_the_set(first_)) {
+            kind_.print_ranges(&vlan_all_bitset);
+        } else {
+            csm_qarn_sp_print("%s", VlanLine(kind_, first_).text());
+        }
+        if (text_->len != 0) csm_qarn_sp_print("%s", text_->str);
+    }
+    void trace_joining(const GString *aggregate) const {
+        if (!debugging(QARN_DEBUG_STORE)) return;
+        trace(kind_.group_trace, text_->str, static_cast<int>(text_->len));
+        trace("actualprinting value_str::%s & Length %d\n", aggregate->str, static_cast<int>(aggregate->len));
+    }
+
+    const VlanKind &kind_;
+    int32_t first_ = 0;
+    const GString *text_ = nullptr; // null until the first VLAN
+};
+
+void print_groups(const qarn_elem &elem, const VlanKind &kind) {
+    qarn::clear_ids(&vlan_all_bitset);
+    Group group(kind);
+    for (int32_t i = 0; i < totalkeys; ++i) {
+        const qarn_key_val *key = find_vlan(elem, i);
+        if (key == nullptr) continue;
+        g_vlan_id = static_cast<int32_t>(key->ifindex);
+        const auto *text = static_cast<const GString *>(g_hash_table_lookup(vlan_reverse_table_p, &g_vlan_id));
+        if (text != nullptr) group.add(g_vlan_id, text);
+    }
+    group.finish();
+}
+
+// File the aggregate under its VLAN. One that is there already, from another key of the same VLAN, makes room.
+void file_aggregate(qarn::Malloced<int32_t> vlan, GString *aggregate) {
+    void *old_aggregate = g_hash_table_lookup(vlan_reverse_table_p, vlan.get());
+    if (old_aggregate != nullptr) g_string_free(static_cast<GString *>(old_aggregate), TRUE);
+    if (g_hash_table_insert(vlan_reverse_table_p, vlan.get(), aggregate)) static_cast<void>(vlan.release());
+}
+
+int compare_contributions(const void *a, const void *b) {
+    const auto *left = *static_cast<const key_str_entry *const *>(a);
+    const auto *right = *static_cast<const key_str_entry *const *>(b);
+    return std::strcmp(left->str->str, right->str->str);
+}
+
+// Append the contributions that are not joined yet, smallest text first.
+void join_contributions() {
+    GPtrArray *waiting = g_ptr_array_new();
+    for (key_str_entry *entry = key_str_list; entry != nullptr; entry = entry->next) {
+        if (entry->used == 0) g_ptr_array_add(waiting, entry);
+    }
+    g_ptr_array_sort(waiting, compare_contributions);
+    for (guint i = 0; i < waiting->len && keycount != 0; ++i, --keycount) {
+        auto *entry = static_cast<key_str_entry *>(g_ptr_array_index(waiting, i));
+        g_string_append(g_vlan_aggr_str, entry->str->str);
+        entry->used = 1;
+    }
+    g_ptr_array_unref(waiting);
+}
+
+} // namespace
+
+namespace qarn {
+
+void run_vlan_pass(const qarn_elem &elem) {
+    qarn_sort_traverse_vlan_keys();
+    const VlanKind *kind = find_kind(elem.elem_id);
+    if (kind == nullptr) return;
+    const bool checkpoint = kind->has_checkpoint && (g_cli_generic_option & CLI_OPTION_CHECKPOINT) != 0;
+    aggregate(elem, *kind, checkpoint);
+    if (checkpoint) return;
+    print_groups(elem, *kind);
+    g_hash_table_foreach_remove(vlan_reverse_table_p, vlan_table_cleanup, nullptr);
+    g_vlan_aggr_str = nullptr;
+}
+
+} // namespace qarn
+
+int32_t qarn_sort_traverse_vlan_keys() {
+    qarn::trace_key_list();
+    sort_vlan_array(keylist, totalkeys);
+    return 0;
+}
+
+void sort_vlan_array(char **array, int32_t count) {
+    qarn::sort_slots(array, count, qarn_vlan_key_cmp_fn);
+}
+
+int qarn_vlan_key_cmp_fn(const void *a, const void *b) {
+    const char *left = *static_cast<char *const *>(a);
+    const char *right = *static_cast<char *const *>(b);
+    const auto left_length = static_cast<int>(std::strlen(left));
+    const auto right_length = static_cast<int>(std::strlen(right));
+    if (left_length != right_length) return left_length < right_length ? -1 : 1;
+    return std::strcmp(left, right);
+}
+
+void qarn_vlan_keystr_elem_q_cfg_print(void *vertex, void *line) {
+    const auto &key = *static_cast<const qarn_merge_key *>(static_cast<struct vertex *>(vertex)->data);
+    const qarn_merge_val *value = qarn_merge_value_get(key.uuid, key.elem_id);
+    if (value == nullptr) return;
+    const auto *name = static_cast<const GString *>(line);
+    if (debugging(QARN_DEBUG_STORE)) {
+        trace("get vlankeystr for len %d key::%s\n", static_cast<int>(name->len), name->str);
+    }
+    const auto *text = static_cast<const GString *>(g_hash_table_lookup(value->elem->keystr_table, name->str));
+    if (text == nullptr || text->len < 1) return;
+    if (debugging(QARN_DEBUG_STORE)) {
+        trace("FOUND, Addingtokeystrlist keystr len::%d str::%s\n", static_cast<int>(text->len), text->str);
+    }
+    add_key_str_list(text->str);
+}
+
+key_str_entry *add_key_str_list(const char *text) {
+    key_str_entry *entry = qarn::allocate<key_str_entry>().release();
+    if (entry == nullptr) return nullptr;
+    *entry = {g_string_new(text), 0, key_str_list};
+    key_str_list = entry;
+    ++keycount;
+    return entry;
+}
+
+void qarn_vlan_add_aggr_keystr() {
+    auto vlan = qarn::allocate<int32_t>();
+    if (!vlan) return;
+    *vlan = g_vlan_id;
+    join_contributions();
+    if (debugging(QARN_DEBUG_STORE)) {
+        trace("qarn_vlan_add_aggr_keystr Adding vlan %d to reverse hash table str is %s\n", g_vlan_id,
+              g_vlan_aggr_str->str);
+    }
+    file_aggregate(std::move(vlan), g_vlan_aggr_str);
+}
+
+void delete_key_str_list() {
+    while (key_str_list != nullptr) {
+        const qarn::Malloced<key_str_entry> entry(key_str_list);
+        key_str_list = entry->next;
+        g_string_free(entry->str, TRUE);
+    }
+    keycount = 0;
+}
+
+gboolean vlan_table_cleanup(void *key, void *value, void *) {
+    std::free(key);
+    auto *text = static_cast<GString *>(value);
+    if (text != nullptr && text->str != nullptr) g_string_free(text, TRUE);
+    return TRUE;
+}
+
+void qarn_vlan_reversetable_print(void *key, void *value, void *) {
+    const auto *text = static_cast<const GString *>(value);
+    csm_qarn_sp_print("PRINTING reversetable\n");
+    csm_qarn_sp_print(" vlan id is %d\n", *static_cast<const int32_t *>(key));
+    csm_qarn_sp_print(" reverse value str is %s\n", text->str);
+    csm_qarn_sp_print(" reverse value len is %d\n", static_cast<int>(text->len));
+}
+
+// With the latch set nothing is compared and the answer is 0; nothing clears it then.
+gboolean qarn_vlan_get_bitmask(void *key, void *value, void *wanted) {
+    static bool latch = false;
+    const char *text = static_cast<const GString *>(key)->str;
+    if (latch) {
+        if (debugging(QARN_DEBUG_STORE)) trace("qarn_vlan_get_bitmask found matching vlan bitmask\n");
+        return FALSE;
+    }
+    latch = std::strcmp(static_cast<const GString *>(wanted)->str, text) == 0;
+    if (!latch) {
+        if (debugging(QARN_DEBUG_STORE)) trace("qarn_vlan_get_bitmask strcmp failed\n");
+        return FALSE;
+    }
+    g_vlan_bitset = value;
+    if (debugging(QARN_DEBUG_STORE)) trace("qarn_vlan_get_bitmask found matching keystr %s\n", text);
+    return TRUE;
+}
