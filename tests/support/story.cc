@@ -1,0 +1,117 @@
+#include "support/story.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/cfglib.h"
+
+namespace test {
+
+Story::Story() : clock_(kNow) {
+    setenv("TZ", "UTC", 1);
+    sw.version = "4.2(7)";
+    sw.transport.unit = std::chrono::nanoseconds(0);
+    sw.recording = true;
+    sim::make_current(&sw);
+    req.valid = 1;
+    req.mts_handle = sw.transport.open(4000);
+    req.vsan_mask.len = sizeof req.vsan_mask.bits;
+    std::memset(req.vsan_mask.bits, 0xff, sizeof req.vsan_mask.bits);
+    std::strcpy(req.cmd_line, "show running-config");
+}
+
+Story::~Story() {
+    sim::make_current(nullptr);
+}
+
+void Story::watch(const std::function<void()> &call) {
+    sw.printed.clear();
+    sw.calls.clear();
+    sw.transport.sent.clear();
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    call();
+    traces = testing::internal::GetCapturedStdout();
+    errors = testing::internal::GetCapturedStderr();
+    text = sw.printed;
+}
+
+std::uint32_t Story::run(EntryPoint entry_point) {
+    watch([&] { status = entry_point(&req); });
+    return status;
+}
+
+std::string Story::body() const {
+    const std::string header =
+        "\n!Command: " + std::string(req.cmd_line) + "\n!Time: " + kNowText + "\nversion " + *sw.version + "\n";
+    if (text.compare(0, header.size(), header) != 0 || text.back() != '\n') return "no whole output: " + text;
+    return text.substr(header.size(), text.size() - header.size() - 1);
+}
+
+void Story::add_token(std::uint32_t id, void *value, std::uint32_t type) {
+    tokens_.push_back({id, type, {0, 0}, value});
+    req.tokens[req.num_tokens++] = &tokens_.back();
+}
+
+void Story::add_ranges_token(const std::vector<std::pair<std::int32_t, std::int32_t>> &ranges) {
+    std::vector<std::uint32_t> &words = words_.emplace_back();
+    words = {0, static_cast<std::uint32_t>(ranges.size())};
+    for (const auto &[low, high] : ranges) {
+        words.push_back(static_cast<std::uint32_t>(low));
+        words.push_back(static_cast<std::uint32_t>(high));
+    }
+    add_token(0, words.data());
+}
+
+void Story::add_sap_token(std::uint32_t sap) {
+    add_token(0, words_.emplace_back(1, sap).data());
+}
+
+void Story::add_text_token(std::string_view value) {
+    add_token(0, texts_.emplace_back(value).data());
+}
+
+const qarn_cfg_req_msg &Story::sent_request(std::size_t position) const {
+    return *reinterpret_cast<const qarn_cfg_req_msg *>(sw.transport.sent.at(position).payload.data());
+}
+
+std::vector<std::uint32_t> Story::asked() const {
+    std::vector<std::uint32_t> asked;
+    for (const auto &sent : sw.transport.sent)
+        asked.push_back(sent.sap);
+    return asked;
+}
+
+std::vector<std::string> Story::calls_of(std::string_view function) const {
+    std::vector<std::string> found;
+    for (const std::string &call : sw.calls) {
+        if (call.compare(0, function.size(), function) == 0 && call[function.size()] == '(') found.push_back(call);
+    }
+    return found;
+}
+
+void start_generation(qarn_req *req) {
+    qarn_merge_init(req);
+    init_queue(&intf_element_q);
+    init_queue(&keystr_element_q);
+}
+
+qarn_elem *store_element(const sim::ElementInfo &info, std::string_view own_text) {
+    qarn_elem *elem = qarn_elem_info_create(info.uuid, info.elem_id, info.level, info.property);
+    elem->val_type = info.val_type;
+    g_string_append_len(elem->cfg_str, own_text.data(), static_cast<gssize>(own_text.size()));
+    qarn_merge_hash_insert(info.uuid, elem, merge_elem_table_p);
+    return elem;
+}
+
+void add_intf_text(qarn_elem *elem, std::uint32_t if_index, std::string_view text) {
+    auto *key = static_cast<std::uint32_t *>(std::malloc(sizeof if_index));
+    *key = if_index;
+    g_hash_table_insert(elem->ifindex_table, key, g_string_new_len(text.data(), static_cast<gssize>(text.size())));
+}
+
+void add_dependency(qarn_elem *elem, std::uint32_t uuid, std::uint32_t elem_id, std::uint32_t dep_type) {
+    elem->dep_list = qarn_elem_dependency_create(uuid, elem_id, dep_type, elem->dep_list);
+}
+
+} // namespace test

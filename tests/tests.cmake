@@ -1,0 +1,6 @@
+add_story_test(entry_test entry/entry_points_test.cc entry/generate_test.cc entry/output_test.cc)
+add_story_test(collect_test collect/service_list_test.cc collect/request_message_test.cc collect/reply_table_test.cc)
+add_story_test(model_test model/tlv_decode_test.cc model/element_store_test.cc model/ifindex_test.cc model/profile_test.cc)
+add_story_test(order_test order/graph_test.cc order/sweep_test.cc)
+add_story_test(print_test print/element_print_test.cc print/intf_print_test.cc print/id_range_test.cc print/display_test.cc)
+add_story_test(story_test story/show_running_test.cc)
