@@ -7,9 +7,10 @@
 #include <cctype>
 #include <cstring>
 #include <iterator>
+#include <stdexcept>
 #include <utility>
 
-#include "sim/description.h"
+#include "sim/notation.h"
 
 namespace shell {
 

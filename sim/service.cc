@@ -13,9 +13,12 @@ namespace {
 struct ViewBit {
     std::uint32_t display, property;
 };
+// The VLAN view shows VLANs only, no interfaces: an element of every view stays out of it.
 constexpr ViewBit kViewBits[] = {
-    {QARN_DISPLAY_VSAN, QARN_PROP_VSAN}, {QARN_DISPLAY_VLAN, QARN_PROP_VLAN}, {QARN_DISPLAY_BFD, QARN_PROP_BFD},
-    {QARN_DISPLAY_L2MP, QARN_PROP_L2MP}, {QARN_DISPLAY_FEX, QARN_PROP_FEX},
+    {QARN_DISPLAY_VSAN, QARN_PROP_VSAN},
+    {QARN_DISPLAY_BFD, QARN_PROP_BFD},
+    {QARN_DISPLAY_L2MP, QARN_PROP_L2MP},
+    {QARN_DISPLAY_FEX, QARN_PROP_FEX},
 };
 
 std::uint32_t view_bit(std::uint32_t display) {

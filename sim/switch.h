@@ -40,7 +40,7 @@ struct Key {
 // One configuration element, as data.
 struct Element {
     std::uint32_t id = 0, level = 0, property = 0;
-    bool every_view = false;  // carries the property bit of whatever view a command asks for
+    bool every_view = false;  // carries the property bit of the view that a command asks for, but for the VLANs
     std::string port_profile; // set: belongs to that port profile, and is all that a port-profile display shows
     std::uint32_t val_type = QARN_VAL_TEXT;
     std::string text;
