@@ -9,21 +9,6 @@
 
 QARN_BEGIN_DECLS
 
-/* Values of the global cfg_display: the subset that is shown. */
-enum {
-    QARN_DISPLAY_ALL = 0,
-    QARN_DISPLAY_VSAN = 1,
-    QARN_DISPLAY_VLAN = 2,
-    QARN_DISPLAY_INTERFACE = 3,
-    QARN_DISPLAY_PROFILE = 6,
-    QARN_DISPLAY_BFD = 7,
-    QARN_DISPLAY_L2MP = 8,
-    QARN_DISPLAY_NO_L2MP = 9,
-    QARN_DISPLAY_FEX = 10,
-    QARN_DISPLAY_NO_FEX = 11,
-    QARN_DISPLAY_TEMPLATE = 16
-};
-
 /* The whole configuration, running or startup. cfg_display keeps the value that a filtered entry point left. */
 QARN_EXPORT uint32_t qarn_cli_run_cfg_gen(struct qarn_req *req);
 QARN_EXPORT uint32_t qarn_cli_start_cfg_gen(struct qarn_req *req);

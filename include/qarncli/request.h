@@ -31,6 +31,21 @@ struct qarn_range_list {
 QARN_FLEX_END
 QARN_AT(struct qarn_range_list, range, 8);
 
+/* Values of the global cfg_display: the subset that is shown. */
+enum {
+    QARN_DISPLAY_ALL = 0,
+    QARN_DISPLAY_VSAN = 1,
+    QARN_DISPLAY_VLAN = 2,
+    QARN_DISPLAY_INTERFACE = 3,
+    QARN_DISPLAY_PROFILE = 6,
+    QARN_DISPLAY_BFD = 7,
+    QARN_DISPLAY_L2MP = 8,
+    QARN_DISPLAY_NO_L2MP = 9,
+    QARN_DISPLAY_FEX = 10,
+    QARN_DISPLAY_NO_FEX = 11,
+    QARN_DISPLAY_TEMPLATE = 16
+};
+
 /* Bits of qarn_req.info_flags. */
 enum {
     QARN_INFO_VSANS_SHOWN = 0x01, /* written: vsan_mask holds the VSANs shown */

@@ -8,7 +8,7 @@
 namespace qarn {
 
 inline uint32_t load_u32(const void *from) {
-    uint32_t word;
+    uint32_t word = 0;
     std::memcpy(&word, from, sizeof word);
     return word;
 }

@@ -2,8 +2,8 @@
 // display without interfaces stops between them.
 #include "collect/request_message.h"
 
-#include <qarncli/entry.h>
 #include <qarncli/globals.h>
+#include <qarncli/request.h>
 
 #include <algorithm>
 #include <iterator>

@@ -6,8 +6,8 @@
 // out. A sublist with a negative count holds none.
 #include <qarncli/ifindex.h>
 
-#include <qarncli/entry.h>
 #include <qarncli/globals.h>
+#include <qarncli/request.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -8,8 +8,8 @@
 #include <qarncli/tlv_decode.h>
 
 #include <qarncli/element_store.h>
-#include <qarncli/entry.h>
 #include <qarncli/globals.h>
+#include <qarncli/request.h>
 #include <qarncli/status.h>
 
 #include <algorithm>

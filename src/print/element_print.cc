@@ -7,11 +7,11 @@
 #include <qarncli/element_print.h>
 
 #include <qarncli/element_store.h>
-#include <qarncli/entry.h>
 #include <qarncli/globals.h>
 #include <qarncli/intf_print.h>
 #include <qarncli/key_table.h>
 #include <qarncli/message.h>
+#include <qarncli/request.h>
 
 #include <algorithm>
 #include <cstdlib>

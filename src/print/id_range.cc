@@ -3,13 +3,12 @@
 // 4096 ids can make.
 #include <qarncli/id_range.h>
 
-#include <qarncli/entry.h>
 #include <qarncli/globals.h>
 #include <qarncli/request.h>
 
 #include <algorithm>
 #include <bit>
-#include <charconv>
+#include <cstdio>
 
 #include "base/bytes.h"
 #include "base/tokens.h"
@@ -80,7 +79,7 @@ class RangeText {
     void finish() { *end_ = '\0'; }
 
   private:
-    void add(int32_t id) { end_ = std::to_chars(end_, end_ + 4, id).ptr; }
+    void add(int32_t id) { end_ += std::sprintf(end_, "%d", id); }
 
     char *begin_;
     char *end_;

@@ -1,9 +1,13 @@
 #include "support/story.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 
 #include "platform/cfglib.h"
+#include "platform/cmdshell.h"
 
 namespace test {
 
@@ -22,6 +26,7 @@ Story::Story() : clock_(kNow) {
 
 Story::~Story() {
     sim::make_current(nullptr);
+    if (!store_.empty()) std::filesystem::remove_all(store_);
 }
 
 void Story::watch(const std::function<void()> &call) {
@@ -41,11 +46,14 @@ std::uint32_t Story::run(EntryPoint entry_point) {
     return status;
 }
 
+std::string Story::header() const {
+    return "\n!Command: " + std::string(req.cmd_line) + "\n!Time: " + kNowText + "\nversion " + *sw.version + "\n";
+}
+
 std::string Story::body() const {
-    const std::string header =
-        "\n!Command: " + std::string(req.cmd_line) + "\n!Time: " + kNowText + "\nversion " + *sw.version + "\n";
-    if (text.compare(0, header.size(), header) != 0 || text.back() != '\n') return "no whole output: " + text;
-    return text.substr(header.size(), text.size() - header.size() - 1);
+    const std::string head = header();
+    if (text.compare(0, head.size(), head) != 0 || text.back() != '\n') return "no whole output: " + text;
+    return text.substr(head.size(), text.size() - head.size() - 1);
 }
 
 void Story::add_token(std::uint32_t id, void *value, std::uint32_t type) {
@@ -71,6 +79,18 @@ void Story::add_text_token(std::string_view value) {
     add_token(0, texts_.emplace_back(value).data());
 }
 
+void Story::save_startup(std::string_view ascii_text, bool has_binary) {
+    if (store_.empty()) {
+        std::string path = testing::TempDir() + "storeXXXXXX";
+        store_ = mkdtemp(path.data());
+        std::filesystem::create_directory(store_ / "bin");
+    }
+    std::ofstream(store_ / "system.cfg") << ascii_text;
+    if (has_binary) std::ofstream(store_ / "bin" / "vlan.bin") << "saved";
+    sw.ascii_startup_dir = store_;
+    sw.bin_startup_dir = store_ / "bin";
+}
+
 const qarn_cfg_req_msg &Story::sent_request(std::size_t position) const {
     return *reinterpret_cast<const qarn_cfg_req_msg *>(sw.transport.sent.at(position).payload.data());
 }
@@ -88,6 +108,27 @@ std::vector<std::string> Story::calls_of(std::string_view function) const {
         if (call.compare(0, function.size(), function) == 0 && call[function.size()] == '(') found.push_back(call);
     }
     return found;
+}
+
+std::uint32_t generate_running(qarn_req *req) {
+    return qarn_generate(req, QARN_SOURCE_RUNNING);
+}
+
+std::uint32_t generate_startup(qarn_req *req) {
+    return qarn_generate(req, QARN_SOURCE_STARTUP);
+}
+
+void forget_earlier_commands() {
+    cfg_display = cmd_token_id = g_cli_execution_filter_mode = 0;
+    num_saps = num_saps_exclude = 0;
+    std::fill(std::begin(saps), std::end(saps), 0);
+    qarn_feature = qarn_feature_send_all = qarn_feature_dns = 0;
+    g_bypass_ppm = g_all_intf_config_printed = g_intf_config_printed = add_nl = 0;
+    ppm_merge_input = {};
+}
+
+Tlv line(std::uint32_t uuid, std::string_view text, std::uint32_t level) {
+    return Tlv().element({.uuid = uuid, .elem_id = 1, .level = level}).text(text);
 }
 
 void start_generation(qarn_req *req) {

@@ -6,6 +6,7 @@
 #include <qarncli/qarncli.h>
 
 #include <deque>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,7 +34,9 @@ class Story : public testing::Test {
     // The same around any call.
     void watch(const std::function<void()> &call);
 
-    // `text` below the header (command, time and version lines), without the closing newline.
+    // The command, time and version lines.
+    std::string header() const;
+    // `text` below the header, without the closing newline.
     std::string body() const;
 
     // Tokens of the request. Values stay alive as long as the fixture.
@@ -41,6 +44,9 @@ class Story : public testing::Test {
     void add_ranges_token(const std::vector<std::pair<std::int32_t, std::int32_t>> &ranges);
     void add_sap_token(std::uint32_t sap);
     void add_text_token(std::string_view text);
+
+    // A saved configuration: its ASCII text and, unless there is none, a binary store. Removed with the fixture.
+    void save_startup(std::string_view ascii_text = "", bool has_binary = true);
 
     // The request message as it was sent, `position` counting the sends of one command.
     const qarn_cfg_req_msg &sent_request(std::size_t position = 0) const;
@@ -59,7 +65,18 @@ class Story : public testing::Test {
     std::deque<qarn_req_token> tokens_;
     std::deque<std::vector<std::uint32_t>> words_;
     std::deque<std::string> texts_;
+    std::filesystem::path store_;
 };
+
+// The driver itself: its status, where the entry points return 0 or 1.
+std::uint32_t generate_running(qarn_req *req);
+std::uint32_t generate_startup(qarn_req *req);
+
+// The sticky globals as they are when the library is loaded, for tables of commands within one test.
+void forget_earlier_commands();
+
+// What a service with one element (uuid, 1) says.
+Tlv line(std::uint32_t uuid, std::string_view text, std::uint32_t level = 3);
 
 // The element store, the tables beside it and the queues as a generation begins, for tests of one room.
 void start_generation(qarn_req *req);

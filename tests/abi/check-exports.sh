@@ -1,0 +1,6 @@
+#!/bin/sh
+# The exported symbols of the library equal the list in the tree.
+set -eu
+library=$1
+list=$(dirname "$0")/exports.txt
+nm -D --defined-only "$library" | awk '{ print $3 }' | LC_ALL=C sort | diff -u "$list" -
