@@ -18,6 +18,7 @@
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
+#include "print/contributions.h"
 
 namespace qarn {
 namespace {
@@ -67,6 +68,7 @@ bool print_levels(qarn_cfg_req_msg *msg) {
     if (!order_elements(kEveryLevel, 1, &intf_element_q, "Loop in the graph\n")) return false;
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
     if (!order_elements(kEveryLevel, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
+    const ContributionIndex index; // of what the key-string queue now holds
     for (int32_t level = 0; level < kLevels; ++level) {
         if (!print_level(level, msg)) return false;
     }

@@ -6,6 +6,7 @@
 #include <qarncli/globals.h>
 
 #include "base/trace.h"
+#include "print/queued_element.h"
 
 namespace qarn {
 namespace {
@@ -25,8 +26,7 @@ void add_contribution(void *name, void *value, void *) {
 }
 
 void add_element(void *data, void *) {
-    const auto &key = *static_cast<const qarn_merge_key *>(static_cast<const vertex *>(data)->data);
-    const qarn_merge_val *value = qarn_merge_value_get(key.uuid, key.elem_id);
+    const qarn_merge_val *value = value_of_vertex(data);
     if (value != nullptr) g_hash_table_foreach(value->elem->keystr_table, add_contribution, nullptr);
 }
 

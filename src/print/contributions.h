@@ -1,5 +1,5 @@
 // What the elements of the key-string queue file under each key-string name. While a generation prints, names are
-// looked up in an index that is built from the queue at the first question and lives as long as the printing; the
+// looked up in an index that is built from the queue at the first question and lives as long as the level passes; the
 // exported callbacks walk the queue instead, and serve whenever there is no index or the walk's traces are wanted.
 #pragma once
 
@@ -7,7 +7,7 @@
 
 namespace qarn {
 
-// The index may be used while this lives: from the end of the ordering passes to the end of the output phase.
+// The index may be used while this lives: during the level passes, while queue and store stand still.
 class ContributionIndex {
   public:
     ContributionIndex();

@@ -1,6 +1,6 @@
 // Around the configuration text: the command, time and version lines, the display conversion library that may rewrite
-// every ordinary element's text, and the listing of placeholders. The conversion's globals are non-null only while a
-// conversion is open.
+// every ordinary element's text, and the listing of placeholders. ddas_qarn_cnv_handle_p is non-null only while a
+// conversion is open; the functions may stay resolved after a failed opening, lib_handle keeps its last value.
 #include <qarncli/display.h>
 
 #include <qarncli/element.h>
@@ -19,6 +19,7 @@
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
+#include "print/queued_element.h"
 
 namespace {
 
@@ -27,9 +28,8 @@ constexpr uint32_t kConversionSpecification = 1; // element id of UUID 222
 constexpr char kSavedAt[] = "Startup config saved at";
 constexpr int kLineSize = 4098;
 
-// ctime's text, which ends its line.
-const char *now() {
-    const std::time_t time = std::time(nullptr);
+// The time as text that ends its line.
+const char *text_of(std::time_t time) {
     const char *text = std::ctime(&time);
     return text != nullptr ? text : "\n";
 }
@@ -86,9 +86,9 @@ bool load_conversion_library() {
 void qarn_time_print(qarn_req *req, uint32_t cfg_source, const char *path) {
     if (cfg_source == QARN_SOURCE_RUNNING && (g_cli_generic_option & CLI_OPTION_SAVED_NOW) != 0) {
         csm_qarn_sp_print("\n!Command: show startup-config\n");
-        const char *time = now();
-        csm_qarn_sp_print("!Time: %s", time);
-        csm_qarn_sp_print("!Startup config saved at: %s\n", time);
+        const std::time_t now = std::time(nullptr);
+        csm_qarn_sp_print("!Time: %s", text_of(now));
+        csm_qarn_sp_print("!Startup config saved at: %s\n", text_of(now));
         return;
     }
     if ((g_cli_generic_option & CLI_OPTION_CHECKPOINT) != 0) {
@@ -96,7 +96,7 @@ void qarn_time_print(qarn_req *req, uint32_t cfg_source, const char *path) {
     } else {
         csm_qarn_sp_print("\n!Command: %s\n", req->cmd_line);
     }
-    csm_qarn_sp_print("!Time: %s", now());
+    csm_qarn_sp_print("!Time: %s", text_of(std::time(nullptr)));
     if (cfg_source == QARN_SOURCE_STARTUP) print_saved_at(path);
 }
 
@@ -121,16 +121,16 @@ void qarn_post_display_op() {
         const uint32_t status = ddas_destroy_func_ptr(ddas_qarn_cnv_handle_p);
         if (status != 0) csm_qarn_sp_print("Error in post display operation:%s\n", syserr2str(status));
     }
+    dlclose(lib_handle);
     ddas_qarn_cnv_handle_p = nullptr;
     forget_conversion_functions();
-    dlclose(lib_handle);
 }
 
 void print_dummy_elems(const queue *queue) {
     csm_qarn_sp_print("Dummy Elements:\n");
     for (const queue_node *node = queue->head; node != nullptr; node = node->next) {
-        const auto &key = *static_cast<const qarn_merge_key *>(static_cast<const vertex *>(node->data)->data);
-        const qarn_merge_val *value = qarn_merge_value_get(key.uuid, key.elem_id);
+        const qarn_merge_key &key = qarn::key_of_vertex(node->data);
+        const qarn_merge_val *value = qarn::value_of_vertex(node->data);
         if (value != nullptr && (value->elem->property & QARN_PROP_DUMMY) != 0) {
             csm_qarn_sp_print("(%d,%d) ", key.uuid, key.elem_id);
         }

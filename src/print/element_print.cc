@@ -24,6 +24,7 @@
 #include "platform/ifmgr.h"
 #include "platform/port_managers.h"
 #include "platform/sysmgr.h"
+#include "print/queued_element.h"
 
 namespace {
 
@@ -66,12 +67,20 @@ bool merges_port_profiles() {
     return (qarn_feature == 0 || (qarn_feature == 1 && qarn_feature_send_all == 1)) && g_bypass_ppm != 1;
 }
 
+bool filter_allows_own_block() {
+    return (g_cli_execution_filter_mode & CLI_FILTER_NO_PROFILE_MERGE) == 0;
+}
+bool filter_allows_member_block() {
+    return (g_cli_execution_filter_mode & CLI_FILTER_SWITCH_PROFILE) != 0;
+}
+
 // The body of an interface block: what was collected, or in its place what the port-profile manager makes of it. A
-// merge that returns none leaves the body empty. `filter_allows` is the caller's test of the shell's filter mode.
-void print_interface_body(void *if_index, bool filter_allows) {
+// merge that returns none leaves the body empty. `filter_allows` is the caller's test of the shell's filter mode, made
+// once the text is collected, because rendering a command message runs the shell's code.
+void print_interface_body(void *if_index, bool (*filter_allows)()) {
     const CollectedText text(if_index);
     ppm_merge_input.bypass = g_bypass_ppm == 1 ? 1 : 0;
-    if (!merges_port_profiles() || !filter_allows) return text.print();
+    if (!merges_port_profiles() || !filter_allows()) return text.print();
     const qarn::String merged(ppm_intf_shrun_merge(gl_q, qarn::load_u32(if_index), g_intf_config_str, ppm_merge_input));
     if (merged) csm_qarn_sp_print("%s", merged->str);
 }
@@ -95,14 +104,14 @@ void print_member_blocks(uint32_t port_channel) {
         csm_qarn_sp_print("pcm_get_pc_info failed for 0x%x retval %s\n", port_channel, syserr2str(status));
         return;
     }
-    const uint32_t count = info.num_members;
+    const uint32_t count = std::min<uint32_t>(info.num_members, QARN_MAX_PC_MEMBERS);
     if (qarn::debugging(QARN_DEBUG_INTERFACE)) {
         qarn::trace("Found %d members for ifIndex 0x%x\n", count, port_channel);
     }
-    for (uint32_t j = 0; j < std::min<uint32_t>(count, QARN_MAX_PC_MEMBERS); ++j) {
+    for (uint32_t j = 0; j < count; ++j) {
         pc_member &member = info.members[j];
         print_interface_header(member.if_index);
-        print_interface_body(&member, (g_cli_execution_filter_mode & CLI_FILTER_SWITCH_PROFILE) != 0);
+        print_interface_body(&member, filter_allows_member_block);
     }
 }
 
@@ -115,7 +124,7 @@ bool is_membership_port_channel(uint32_t block, uint32_t if_index) {
 void print_block(uint32_t block, uint32_t *if_index) {
     if (qarn::debugging(QARN_DEBUG_INTERFACE)) qarn::trace("Printing config for Ifindex:%x\n", *if_index);
     print_interface_header(*if_index);
-    print_interface_body(if_index, (g_cli_execution_filter_mode & CLI_FILTER_NO_PROFILE_MERGE) == 0);
+    print_interface_body(if_index, filter_allows_own_block);
     if (is_membership_port_channel(block, *if_index)) print_member_blocks(*if_index);
 }
 
@@ -212,13 +221,13 @@ void print_ordinary_element(const qarn_merge_key &key) {
 } // namespace
 
 void qarn_element_cfg_print(void *vertex, void *request_message) {
-    const auto &key = *static_cast<const qarn_merge_key *>(static_cast<struct vertex *>(vertex)->data);
+    const qarn_merge_key &key = qarn::key_of_vertex(vertex);
     g_intf_uuid = key.uuid;
     g_intf_elem = key.elem_id;
     if (qarn::debugging(QARN_DEBUG_PRINT)) {
         csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", key.uuid, key.elem_id);
     }
-    const qarn_merge_val *value = qarn_merge_value_get(key.uuid, key.elem_id);
+    const qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value != nullptr && (value->elem->property & QARN_PROP_DUMMY) != 0) return;
     if (key.uuid == QARN_UUID_INTERFACE) {
         print_interface_blocks(key.elem_id, *static_cast<const qarn_cfg_req_msg *>(request_message));

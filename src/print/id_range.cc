@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int32_t kIds = 4096;
+using qarn::kIds;
 constexpr int32_t kWords = kIds / 32;
 // Runs of two ids with gaps of one make the longest text: 12,913 characters.
 constexpr std::size_t kLongestText = 16384;
@@ -37,9 +37,8 @@ void set_named(qarn_id_mask *mask, const qarn_req &req) {
     }
 }
 
-// The mask of a display that filters by these ids, or every id for the others.
+// Fill a cleared mask: the ids that the command names in the display that filters by them, every id in the others.
 bool fill(qarn_id_mask *mask, const qarn_req &req, uint32_t filtering_display) {
-    qarn::clear_ids(mask);
     if (cfg_display != filtering_display || req.num_tokens == 0) {
         set_all(mask);
         return false;
@@ -94,19 +93,21 @@ void print_ids(const qarn_id_mask &mask, const char *format) {
         first = after < kIds ? next_id(mask, after, false) : kIds;
     }
     text.finish();
-    const auto print = csm_qarn_sp_print;
+    const auto print = csm_qarn_sp_print; // the format is one of the three below
     print(format, buffer);
 }
 
 } // namespace
 
 void qarn_vsan_mask_populate(qarn_req *req, qarn_id_mask *mask) {
+    qarn::clear_ids(mask);
     if (!fill(mask, *req, QARN_DISPLAY_VSAN)) return;
     for (std::size_t i = 0; i < sizeof mask->bits; ++i)
         mask->bits[i] &= req->vsan_mask.bits[i];
 }
 
 void qarn_vlan_mask_populate(qarn_req *req, qarn_id_mask *mask) {
+    qarn::clear_ids(mask);
     req->vlan_mask.len = sizeof req->vlan_mask.bits;
     set_all(&req->vlan_mask);
     fill(mask, *req, QARN_DISPLAY_VLAN);

@@ -7,6 +7,8 @@
 
 namespace qarn {
 
+inline constexpr int32_t kIds = 4096; // 0..4095
+
 inline void clear_ids(qarn_id_mask *mask) {
     mask->len = sizeof mask->bits;
     std::memset(mask->bits, 0, sizeof mask->bits);

@@ -13,12 +13,16 @@
 #include "base/trace.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
+#include "print/queued_element.h"
 
 namespace {
 
 constexpr uint32_t kXmlOutput = 1;
 constexpr int kXmlRenderer = 2; // entry of g_cmd_xml_info
+constexpr uint32_t kXmlRenderMode = 2;
 constexpr uint32_t kMessageType = 2;
+constexpr int kZeroedWordsAt[] = {52, 56}; // of a message that is built here
+constexpr uint32_t kNameOfService = 5;     // what is asked of the system manager
 
 // The shell's rendering state, prepared while this lives.
 struct RenderingState {
@@ -40,7 +44,7 @@ qarn::Malloced<unsigned char> make_render_handle(const unsigned char *message) {
 // Render a handle: true when g_clistr now holds a text for the caller to print; the XML renderer writes its own.
 bool render(unsigned char *handle) {
     if (cmd_output_format == kXmlOutput && g_cmd_xml_info[kXmlRenderer] != nullptr) {
-        g_cmd_xml_info[kXmlRenderer](handle, 2, g_user_data);
+        g_cmd_xml_info[kXmlRenderer](handle, kXmlRenderMode, g_user_data);
         return false;
     }
     cmd_show_run_opt_cr(handle, 0);
@@ -92,26 +96,27 @@ unsigned char *reply_buffer_of(const void *reply) {
     return buffer;
 }
 
-// Complete the message in a reply buffer; null when the buffer's positions leave no room for the header that is
-// written here.
+// Complete the message in a reply buffer; null when the length between the buffer's positions does not cover the
+// header that is written here, or leaves the buffer.
 unsigned char *complete_message(unsigned char *buffer) {
     const uint32_t length = qarn::load_u32(buffer + CMD_REP_END_AT) - qarn::load_u32(buffer + CMD_REP_START_AT);
-    if (length < QARN_CMD_HEADER_SIZE || length > CMD_REPLY_BUFFER_SIZE) return nullptr;
+    if (length < QARN_CMD_HEADER_SIZE || length > CMD_REPLY_BUFFER_SIZE - CMD_REP_MESSAGE_AT) return nullptr;
     unsigned char *message = buffer + CMD_REP_MESSAGE_AT;
     qarn::store_u32(message + QARN_CMD_TYPE_AT, kMessageType);
-    qarn::store_u32(message + 52, 0);
-    qarn::store_u32(message + 56, 0);
+    for (const int offset : kZeroedWordsAt)
+        qarn::store_u32(message + offset, 0);
     qarn::store_u32(message + QARN_CMD_STAMP_AT, QARN_CMD_STAMP);
     qarn::store_u32(message + QARN_CMD_LENGTH_AT, length);
     return message;
 }
 
-void render_interface_line(unsigned char *buffer, const char *name) {
+// Whether the line was rendered; if not, a message says why, unless there was no memory.
+bool render_interface_line(unsigned char *buffer, const char *name) {
     const RenderingState state;
     void *reply = cmd_req_init(buffer, CMD_REPLY_BUFFER_SIZE);
     if (reply == nullptr) {
         csm_qarn_sp_print("ERROR: qarn_send_intf_info :Bad handle h\n");
-        return;
+        return false;
     }
     cmd_rep_attr_add(reply, QARN_ATTR_INTERFACE_NAME, name, static_cast<uint32_t>(std::strlen(name)) + 1);
     cmd_rep_flush(reply);
@@ -119,19 +124,18 @@ void render_interface_line(unsigned char *buffer, const char *name) {
     unsigned char *message = reply_buffer != nullptr ? complete_message(reply_buffer) : nullptr;
     if (message == nullptr) {
         csm_qarn_sp_print("ERROR: qarn_send_intf_info :Bad message\n");
-        return;
+        return false;
     }
     const auto handle = make_render_handle(message);
-    if (!handle) return;
+    if (!handle) return false;
     if (render(handle.get())) csm_qarn_sp_print("%s", g_clistr->str);
-    g_intf_config = 1;
+    return true;
 }
 
 } // namespace
 
 void qarn_intf_cfg_print(void *vertex, void *if_index) {
-    const auto &key = *static_cast<const qarn_merge_key *>(static_cast<struct vertex *>(vertex)->data);
-    const qarn_merge_val *value = qarn_merge_value_get(key.uuid, key.elem_id);
+    const qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value == nullptr) return;
     const qarn_elem &elem = *value->elem;
     if (qarn::debugging(QARN_DEBUG_LOOKUP)) {
@@ -164,21 +168,21 @@ void qarn_send_intf_info(const char *name) {
         csm_qarn_sp_print("qarn_send_intf_info NULL returning\n");
         return;
     }
-    render_interface_line(buffer.get(), name);
+    if (render_interface_line(buffer.get(), name)) g_intf_config = 1;
 }
 
 int32_t qarn_print_isspace_check(const char *text, int32_t length) {
     for (int32_t i = 0; i < length; ++i) {
         if (text[i] == '\n') return 1;
-        // The C library's class tables cover the range of signed char, so a byte above 127 is safe here.
-        if (std::isspace(text[i]) == 0) return 0;
+        // As a signed char: the C library's class tables cover those.
+        if (std::isspace(static_cast<signed char>(text[i])) == 0) return 0;
     }
     return 1;
 }
 
 void qarn_isspace_err_print(uint32_t uuid, uint32_t elem_id) {
     char name[256] = {};
-    if (sysmgrcmn_srv_uuid_name_get(gl_q, 5, uuid, name, sizeof name) == 0) {
+    if (sysmgrcmn_srv_uuid_name_get(gl_q, kNameOfService, uuid, name, sizeof name) == 0) {
         csm_qarn_sp_print("*** Warning ***: Service %s with UUID:%d(Elem:%d) is printing unnecessary spaces\n", name,
                           uuid, elem_id);
     } else {

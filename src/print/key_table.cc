@@ -16,6 +16,7 @@
 #include "platform/csm.h"
 #include "print/contributions.h"
 #include "print/key_list.h"
+#include "print/queued_element.h"
 #include "print/vlan_pass.h"
 
 namespace {
@@ -188,8 +189,7 @@ int qarn_key_cmp_fn(const void *a, const void *b) {
 }
 
 void qarn_keystr_elem_q_cfg_print(void *vertex, void *key) {
-    const auto &elem_key = *static_cast<const qarn_merge_key *>(static_cast<struct vertex *>(vertex)->data);
-    const qarn_merge_val *value = qarn_merge_value_get(elem_key.uuid, elem_key.elem_id);
+    const qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value != nullptr) g_hash_table_foreach(value->elem->keystr_table, qarn_keystr_print, key);
 }
 

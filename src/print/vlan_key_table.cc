@@ -20,6 +20,7 @@
 #include "print/contributions.h"
 #include "print/id_set.h"
 #include "print/key_list.h"
+#include "print/queued_element.h"
 #include "print/vlan_pass.h"
 
 namespace {
@@ -27,8 +28,6 @@ namespace {
 using qarn::debugging;
 using qarn::String;
 using qarn::trace;
-
-constexpr int32_t kVlanIds = 4096;
 
 // What the elements of the VLAN service that hold VLANs differ in.
 struct VlanKind {
@@ -62,7 +61,7 @@ class VlanLine {
 };
 
 bool fits_the_set(int32_t vlan) {
-    return vlan >= 0 && vlan < kVlanIds;
+    return vlan >= 0 && vlan < qarn::kIds;
 }
 
 void mark(int32_t vlan) {
@@ -116,13 +115,16 @@ class Group {
         if (text_ == nullptr) start(vlan, aggregate);
         trace_joining(aggregate);
         if (!joins(vlan, aggregate)) {
-            print();
+            print_header();
+            csm_qarn_sp_print("%s", text_->str);
             start(vlan, aggregate);
         }
         mark(vlan);
     }
     void finish() const {
-        if (text_ != nullptr) print();
+        if (text_ == nullptr) return;
+        print_header();
+        if (text_->len != 0) csm_qarn_sp_print("%s", text_->str);
     }
 
   private:
@@ -135,13 +137,12 @@ class Group {
         if (std::strcmp(text_->str, aggregate->str) != 0) return false;
         return vlan == first_ || (fits_the_set(vlan) && fits_the_set(first_));
     }
-    void print() const {
+    void print_header() const {
         if (fits_the_set(first_)) {
             kind_.print_ranges(&vlan_all_bitset);
         } else {
             csm_qarn_sp_print("%s", VlanLine(kind_, first_).text());
         }
-        if (text_->len != 0) csm_qarn_sp_print("%s", text_->str);
     }
     void trace_joining(const GString *aggregate) const {
         if (!debugging(QARN_DEBUG_STORE)) return;
@@ -170,7 +171,8 @@ void print_groups(const qarn_elem &elem, const VlanKind &kind) {
 // File the aggregate under its VLAN. One that is there already, from another key of the same VLAN, makes room.
 void file_aggregate(qarn::Malloced<int32_t> vlan, GString *aggregate) {
     void *old_aggregate = g_hash_table_lookup(vlan_reverse_table_p, vlan.get());
-    if (old_aggregate != nullptr) g_string_free(static_cast<GString *>(old_aggregate), TRUE);
+    if (old_aggregate != nullptr && old_aggregate != aggregate)
+        g_string_free(static_cast<GString *>(old_aggregate), TRUE);
     if (g_hash_table_insert(vlan_reverse_table_p, vlan.get(), aggregate)) static_cast<void>(vlan.release());
 }
 
@@ -233,8 +235,7 @@ int qarn_vlan_key_cmp_fn(const void *a, const void *b) {
 }
 
 void qarn_vlan_keystr_elem_q_cfg_print(void *vertex, void *line) {
-    const auto &key = *static_cast<const qarn_merge_key *>(static_cast<struct vertex *>(vertex)->data);
-    const qarn_merge_val *value = qarn_merge_value_get(key.uuid, key.elem_id);
+    const qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value == nullptr) return;
     const auto *name = static_cast<const GString *>(line);
     if (debugging(QARN_DEBUG_STORE)) {
@@ -296,11 +297,11 @@ void qarn_vlan_reversetable_print(void *key, void *value, void *) {
 // With the latch set nothing is compared and the answer is 0; nothing clears it then.
 gboolean qarn_vlan_get_bitmask(void *key, void *value, void *wanted) {
     static bool latch = false;
-    const char *text = static_cast<const GString *>(key)->str;
     if (latch) {
         if (debugging(QARN_DEBUG_STORE)) trace("qarn_vlan_get_bitmask found matching vlan bitmask\n");
         return FALSE;
     }
+    const char *text = static_cast<const GString *>(key)->str;
     latch = std::strcmp(static_cast<const GString *>(wanted)->str, text) == 0;
     if (!latch) {
         if (debugging(QARN_DEBUG_STORE)) trace("qarn_vlan_get_bitmask strcmp failed\n");
