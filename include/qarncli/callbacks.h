@@ -37,6 +37,7 @@ struct qarn_cb_args {
 };
 QARN_AT32(struct qarn_cb_args, msg, 4);
 QARN_AT32(struct qarn_cb_args, zero, 8);
+QARN_SIZE32(struct qarn_cb_args, 12);
 
 /* Hand the request (`size` bytes) to the in-process functions: of all services, or of the awaited ones only. A SAP
  * that is still awaited when its function is invoked counts as answered. */

@@ -43,6 +43,7 @@ struct qarn_elem_dependency {
     struct qarn_elem_dependency *next;
 };
 QARN_AT32(struct qarn_elem_dependency, next, 12);
+QARN_SIZE32(struct qarn_elem_dependency, 16);
 
 /* Made by qarn_elem_info_create. Belongs to the generation: abandoned by the next one, never freed. */
 struct qarn_elem {
@@ -69,6 +70,7 @@ struct qarn_key_val {
     GString *val_str; /* the key map: header to print, or empty when the key's name is the header */
 };
 QARN_AT32(struct qarn_key_val, val_str, 4);
+QARN_SIZE32(struct qarn_key_val, 8);
 
 /* A command message, as the command shell's framework serializes it: offsets of the words that the library uses. */
 enum {

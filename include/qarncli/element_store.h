@@ -23,6 +23,7 @@ struct qarn_merge_val {
     struct vertex *vertex; /* the element's vertex in the pass being built; null when the entry is made */
 };
 QARN_AT32(struct qarn_merge_val, vertex, 4);
+QARN_SIZE32(struct qarn_merge_val, 8);
 
 /* Set a generation up: fresh element store, reply table and VLAN reverse table (earlier ones are abandoned), and the
  * interface lists of the command. Returns 0 or the interface manager's error, which has been printed. */

@@ -14,6 +14,8 @@ struct edge {
     struct vertex *to; /* the dependent element's vertex */
     struct edge *next;
 };
+QARN_AT32(struct edge, next, 4);
+QARN_SIZE32(struct edge, 8);
 
 struct vertex {
     void *data;         /* the element's qarn_merge_key */
@@ -30,10 +32,14 @@ struct graph {
     struct vertex *vertices; /* newest first */
     int32_t num_vertices;
 };
+QARN_AT32(struct graph, num_vertices, 4);
+QARN_SIZE32(struct graph, 8);
+
+enum { QARN_EVERY_LEVEL = -1 };
 
 /* One pass: which elements it admits, and its graph. */
 struct qarn_merge_graph_info {
-    int32_t level;     /* -1 = every level */
+    int32_t level;     /* or QARN_EVERY_LEVEL */
     int32_t intf_only; /* 1 = interface elements only */
     struct graph graph;
 };

@@ -20,6 +20,7 @@ QARN_AT(struct ifindex_sublist, elem_id, 8);
 QARN_AT(struct ifindex_sublist, count, 12);
 QARN_AT32(struct ifindex_sublist, ifindexes, 16);
 QARN_AT32(struct ifindex_sublist, next, 20);
+QARN_SIZE32(struct ifindex_sublist, 24);
 
 /* All interfaces of the main chain, in chain order. */
 struct if_index_list {
@@ -27,6 +28,7 @@ struct if_index_list {
     uint32_t *ifindexes; /* `count` indexes; allocated with malloc, abandoned by the next generation */
 };
 QARN_AT32(struct if_index_list, ifindexes, 4);
+QARN_SIZE32(struct if_index_list, 8);
 
 enum { QARN_MAX_IFINDEXES = 20000 };
 

@@ -13,6 +13,8 @@ struct feature_key_entry {
     GString *key; /* own copy */
     struct feature_key_entry *next;
 };
+QARN_AT32(struct feature_key_entry, next, 4);
+QARN_SIZE32(struct feature_key_entry, 8);
 
 /* Print the element's key tables. */
 QARN_EXPORT void print_keytbl(struct qarn_merge_val *value);

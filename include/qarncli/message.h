@@ -16,6 +16,9 @@ enum {
 
 enum { QARN_SOURCE_RUNNING = 1, QARN_SOURCE_STARTUP = 2 };
 
+/* The startup store's base URI in running displays, and when the store names none. */
+#define QARN_DEFAULT_STARTUP_URI "readonly:/var/sysmgr/startup-cfg"
+
 QARN_FLEX_BEGIN
 struct qarn_cfg_req_msg {
     uint32_t src_sap; /* who asks: replies go there */

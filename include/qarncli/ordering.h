@@ -11,6 +11,8 @@ struct queue_node {
     void *data; /* in ordering queues a struct vertex */
     struct queue_node *next;
 };
+QARN_AT32(struct queue_node, next, 4);
+QARN_SIZE32(struct queue_node, 8);
 
 /* First in, first out; nodes are allocated with malloc. */
 struct queue {
@@ -19,6 +21,7 @@ struct queue {
 };
 QARN_AT32(struct queue, tail, 4);
 QARN_AT32(struct queue, count, 8);
+QARN_SIZE32(struct queue, 12);
 
 QARN_EXPORT void init_queue(struct queue *queue);
 QARN_EXPORT int32_t enqueue(struct queue *queue, void *data); /* the new count, or -1 without memory */

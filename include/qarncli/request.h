@@ -10,6 +10,19 @@ QARN_BEGIN_DECLS
 
 enum { QARN_MAX_TOKENS = 64 };
 
+/* Token ids with a meaning to the library. */
+enum {
+    QARN_TOKEN_FORWARDED_FIRST = 117, /* up to the last: sent to the services as token_id */
+    QARN_TOKEN_FORWARDED_LAST = 152,
+    QARN_TOKEN_MEMBERSHIP = 167, /* interface display with the members of port channels */
+    QARN_TOKEN_NO_PROFILE_MERGE = 202,
+    QARN_TOKEN_SYNC_BODY = 203,     /* switch profile without its head text; no ASCII startup file instead */
+    QARN_TOKEN_EXTRA_RUNNING = 204, /* forwarded as extra_opt of running displays */
+    QARN_TOKEN_EXTRA_STARTUP = 205, /* of startup displays */
+    QARN_TOKEN_SYNC_PLAIN = 206,    /* switch profile without its "configure sync" frame */
+    QARN_TOKEN_COMMAND_109 = 2060   /* counts as no extra token in command 109 */
+};
+
 /* One token of the command. A token without a value stands for no ranges, an empty name or SAP 0. */
 struct qarn_req_token {
     uint32_t id;
@@ -18,6 +31,7 @@ struct qarn_req_token {
     void *value; /* u32 (a SAP), NUL-terminated text (a port profile) or qarn_range_list (VLANs, VSANs) */
 };
 QARN_AT32(struct qarn_req_token, value, 16);
+QARN_SIZE32(struct qarn_req_token, 20);
 
 /* The ranges that a VLAN or VSAN display names, both ends inclusive; a pair with low above high names nothing. */
 QARN_FLEX_BEGIN

@@ -3,6 +3,8 @@
 #ifndef QARNCLI_STATUS_H
 #define QARNCLI_STATUS_H
 
+#include <qarncli/abi.h>
+
 enum {
     QARN_STATUS_FAILED = 0x405f0001,    /* allocation, consumer list, failing or silent service, loop, switch profile */
     QARN_STATUS_NO_MEMORY = 0x405f0005, /* decoder: an allocation failed */

@@ -12,6 +12,9 @@ struct key_str_entry {
     int32_t used; /* 1 once joined */
     struct key_str_entry *next;
 };
+QARN_AT32(struct key_str_entry, used, 4);
+QARN_AT32(struct key_str_entry, next, 8);
+QARN_SIZE32(struct key_str_entry, 12);
 
 /* Trace and sort the first totalkeys slots of keylist in VLAN key order: shorter first, then strcmp. Always 0. */
 QARN_EXPORT int32_t qarn_sort_traverse_vlan_keys(void);

@@ -15,12 +15,11 @@
 namespace qarn {
 namespace {
 
-constexpr uint32_t kForwardedTokenFirst = 117, kForwardedTokenLast = 152;
 constexpr uint32_t kFlagNoExtraToken = 0x100;
-constexpr uint32_t kCommandWithOwnToken = 109, kTokenOfCommand = 2060;
+constexpr uint32_t kCommandWithOwnToken = 109;
 
 bool has_no_extra_token(const qarn_req &req) {
-    return cmd_token_id == 0 || (req.cmd_code == kCommandWithOwnToken && cmd_token_id == kTokenOfCommand);
+    return cmd_token_id == 0 || (req.cmd_code == kCommandWithOwnToken && cmd_token_id == QARN_TOKEN_COMMAND_109);
 }
 
 } // namespace
@@ -42,7 +41,7 @@ RequestMessage begin_request_message(qarn_req *req, uint32_t cfg_source, uint32_
     msg->extra_opt = (req->info_flags & QARN_INFO_EXTRA_OPT) != 0 ? 1 : 0;
     msg->target = target;
     copy_text(msg->cmd_line, sizeof msg->cmd_line - 1, req->cmd_line);
-    const bool forwarded = cmd_token_id >= kForwardedTokenFirst && cmd_token_id <= kForwardedTokenLast;
+    const bool forwarded = cmd_token_id >= QARN_TOKEN_FORWARDED_FIRST && cmd_token_id <= QARN_TOKEN_FORWARDED_LAST;
     msg->token_id = forwarded ? cmd_token_id : 0;
     const auto excluded =
         static_cast<uint32_t>(std::clamp(num_saps_exclude, 0, static_cast<int32_t>(std::size(saps_exclude))));

@@ -8,9 +8,6 @@
 
 namespace qarn {
 
-// The startup store's base URI when the store names none, and in every running display.
-inline constexpr char kDefaultStartupUri[] = "readonly:/var/sysmgr/startup-cfg";
-
 struct RequestMessage {
     Malloced<qarn_cfg_req_msg> bytes; // null without memory
     uint32_t size = 0;

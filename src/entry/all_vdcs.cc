@@ -4,16 +4,15 @@
 #include <qarncli/entry.h>
 
 #include <qarncli/globals.h>
-#include <qarncli/status.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
 
 #include "base/tokens.h"
+#include "entry/validity.h"
 #include "platform/csm.h"
 #include "platform/programs.h"
-#include "platform/sysmgr.h"
 #include "platform/vdc.h"
 
 namespace {
@@ -60,26 +59,19 @@ int32_t show_vdc(const Command *command, const vdc_map_entry &vdc, bool among_ot
     if (command == nullptr) {
         csm_qarn_sp_print("Wrong command\n");
     } else {
-        if (among_others) {
-            print_header(*command, vdc);
-            std::fflush(nullptr); // the shell writes to the same output
-        }
+        if (among_others) print_header(*command, vdc);
+        std::fflush(nullptr); // the shell writes to the same output
         result = run_shell(*command, vdc.id);
     }
-    if (among_others) {
-        if (vdc.id != VDC_DEFAULT_ID) csm_qarn_sp_print("switchback\n");
-        std::fflush(nullptr);
-    }
+    if (among_others && vdc.id != VDC_DEFAULT_ID) csm_qarn_sp_print("switchback\n");
+    std::fflush(nullptr);
     return result;
 }
 
 } // namespace
 
 uint32_t qarn_cli_run_cfg_gen_vdcall(qarn_req *req) {
-    if (req->valid != 1) {
-        csm_qarn_sp_print("%s\n", syserr2str(QARN_STATUS_INVALID));
-        return 1;
-    }
+    if (!qarn::is_valid(*req)) return 1;
     for (uint32_t i = 0; i < qarn::token_count(*req); ++i) {
         if (req->tokens[i] != nullptr) cmd_token_id = req->tokens[i]->id;
     }

@@ -4,37 +4,28 @@
 
 #include <qarncli/globals.h>
 #include <qarncli/message.h>
-#include <qarncli/status.h>
 
 #include <algorithm>
 #include <iterator>
 
 #include "base/tokens.h"
+#include "entry/validity.h"
 #include "platform/csm.h"
 #include "platform/port_managers.h"
-#include "platform/sysmgr.h"
 
 namespace {
-
-// Token ids that the whole-configuration commands take up themselves; any other becomes cmd_token_id.
-constexpr uint32_t kTokenNoProfileMerge = 202;
-constexpr uint32_t kTokenExtraRunning = 204;
-constexpr uint32_t kTokenExtraStartup = 205;
 
 // Software card ids of the modules that have templates.
 constexpr uint32_t kTemplateCards[] = {176, 182, 183, 206, 222, 223, 237, 248, 249};
 
-bool is_valid(const qarn_req &req) {
-    if (req.valid == 1) return true;
-    csm_qarn_sp_print("%s\n", syserr2str(QARN_STATUS_INVALID));
-    return false;
-}
+using qarn::is_valid;
 
+// Some tokens are taken up here; any other becomes cmd_token_id.
 void take_up_tokens(qarn_req &req, uint32_t extra_token) {
     for (uint32_t i = 0; i < qarn::token_count(req); ++i) {
         if (req.tokens[i] == nullptr) continue;
         const uint32_t id = req.tokens[i]->id;
-        if (id == kTokenNoProfileMerge) {
+        if (id == QARN_TOKEN_NO_PROFILE_MERGE) {
             g_bypass_ppm = 1;
         } else if (id == extra_token) {
             req.info_flags |= QARN_INFO_EXTRA_OPT;
@@ -50,7 +41,7 @@ uint32_t generate(qarn_req *req, uint32_t cfg_source) {
 
 uint32_t show(qarn_req *req, uint32_t cfg_source) {
     if (!is_valid(*req)) return 1;
-    take_up_tokens(*req, cfg_source == QARN_SOURCE_RUNNING ? kTokenExtraRunning : kTokenExtraStartup);
+    take_up_tokens(*req, cfg_source == QARN_SOURCE_RUNNING ? QARN_TOKEN_EXTRA_RUNNING : QARN_TOKEN_EXTRA_STARTUP);
     return generate(req, cfg_source);
 }
 

@@ -29,12 +29,11 @@
 namespace qarn {
 namespace {
 
-constexpr uint32_t kAllConsumers = 1;           // req.sap: every consumer, in feature mode
-constexpr uint32_t kTableRow = 0xffffffff;      // req.sap: the SAPs of row req.index
-constexpr uint32_t kSapCliServer = 296;         // waited for once more
-constexpr uint32_t kReceiveTimeout = 120;       // between two messages, in the transport's unit
-constexpr uint32_t kTokenNoAsciiFallback = 203; // refuses the stored file in place of the services' answers
-constexpr std::size_t kUriSuffix = 4;           // characters behind the base of the store's URI
+constexpr uint32_t kAllConsumers = 1;      // req.sap: every consumer, in feature mode
+constexpr uint32_t kTableRow = 0xffffffff; // req.sap: the SAPs of row req.index
+constexpr uint32_t kSapCliServer = 296;    // waited for once more
+constexpr uint32_t kReceiveTimeout = 120;  // between two messages, in the transport's unit
+constexpr std::size_t kUriSuffix = 4;      // characters behind the base of the store's URI
 
 struct DisplayVariant {
     uint32_t cmd_code;
@@ -125,7 +124,7 @@ Step check_startup_store(Generation &gen) {
     }
     if (qarn_feature != 1 && qarn_is_startup_bin_cfg_present(gen.req) == 0) {
         if (debugging(QARN_DEBUG_STORE)) trace("Displaying Ascii file %s\n", gen.startup_path);
-        if (cmd_token_id == kTokenNoAsciiFallback) {
+        if (cmd_token_id == QARN_TOKEN_SYNC_BODY) {
             return refuse_without_binary_store("ERROR: Please do 'copy run start' and retry.\n");
         }
         qarn_merge_cat_file(gen.startup_path);
@@ -142,7 +141,7 @@ Step derive_startup_uri(Generation &gen) {
     const auto *response = static_cast<const qarn_lock_response *>(startup_resp_data);
     const std::size_t n = response != nullptr ? strnlen(response->bin_uri, sizeof response->bin_uri) : 0;
     if (n < kUriSuffix) {
-        copy_text(uri, kUriSize, kDefaultStartupUri);
+        copy_text(uri, kUriSize, QARN_DEFAULT_STARTUP_URI);
         return kGoOn;
     }
     gen.uri = allocate<char>(n);
@@ -194,7 +193,7 @@ Step build_request(Generation &gen) {
     gen.message = begin_request_message(gen.req, gen.cfg_source, gen.target);
     if (!gen.message.bytes) return common_exit(QARN_STATUS_FAILED);
     if (cfg_display == QARN_DISPLAY_INTERFACE && if_index_list_p->count == 0) return common_exit(0);
-    complete_request_message(gen.message.bytes.get(), *gen.req, gen.uri ? gen.uri.get() : kDefaultStartupUri);
+    complete_request_message(gen.message.bytes.get(), *gen.req, gen.uri ? gen.uri.get() : QARN_DEFAULT_STARTUP_URI);
     return kGoOn;
 }
 
@@ -271,6 +270,10 @@ bool take_up_reply(Generation &gen, uint32_t sap) {
 // Buffer the received fragment and release the message. Returns whether a reply was taken up.
 bool take_up_fragment(Generation &gen, mts_msg &msg) {
     const auto *frag = static_cast<const qarn_cfg_frag *>(mts_payload_get(&msg));
+    if (frag == nullptr) { // a message without a payload says nothing of any service
+        mts_drop(gen.handle, &msg);
+        return false;
+    }
     const uint32_t sap = frag->sap;
     const uint32_t last = frag->last;
     if (debugging(QARN_DEBUG_STORE)) {

@@ -1,6 +1,6 @@
 // What happens when a generation cannot run to its end: the handler of SIGINT, SIGHUP and SIGPIPE, which never leaves
-// the startup store locked, and the explanation of a send that failed. The handler runs at any point of the driver and
-// reads only globals that are set before it is installed.
+// the startup store locked, and the explanation of a send that failed. The handler runs at any point of the driver;
+// gl_q is set before it is installed, start_cfg_locked by the lock itself.
 #include <qarncli/interruption.h>
 
 #include <qarncli/globals.h>

@@ -23,12 +23,9 @@
 namespace qarn {
 namespace {
 
-constexpr int32_t kEveryLevel = -1;
 constexpr int32_t kLevels = 13;
-constexpr uint32_t kTokenNoHeadText = 203;
-constexpr uint32_t kTokenNoFrame = 206;
 
-// The conversion lives for one generation, however that ends.
+// The conversion lives for one generation, however that ends. Closing it a second time does nothing.
 struct DisplayConversion {
     explicit DisplayConversion(qarn_req *req) { qarn_pre_display_op(req); }
     ~DisplayConversion() { close(); }
@@ -65,9 +62,9 @@ bool print_level(int32_t level, qarn_cfg_req_msg *msg) {
 }
 
 bool print_levels(qarn_cfg_req_msg *msg) {
-    if (!order_elements(kEveryLevel, 1, &intf_element_q, "Loop in the graph\n")) return false;
+    if (!order_elements(QARN_EVERY_LEVEL, 1, &intf_element_q, "Loop in the graph\n")) return false;
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
-    if (!order_elements(kEveryLevel, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
+    if (!order_elements(QARN_EVERY_LEVEL, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
     const ContributionIndex index; // of what the key-string queue now holds
     for (int32_t level = 0; level < kLevels; ++level) {
         if (!print_level(level, msg)) return false;
@@ -76,7 +73,7 @@ bool print_levels(qarn_cfg_req_msg *msg) {
 }
 
 void print_sync_block(const char *text) {
-    if ((g_cli_execution_filter_mode & CLI_FILTER_SYNC_FRAME) != 0 && cmd_token_id != kTokenNoFrame) {
+    if ((g_cli_execution_filter_mode & CLI_FILTER_SYNC_FRAME) != 0 && cmd_token_id != QARN_TOKEN_SYNC_PLAIN) {
         csm_qarn_sp_print("\nconfigure sync\n%s%scommit\n", text, "  ");
     } else {
         csm_qarn_sp_print("\n%s", text);
@@ -94,7 +91,7 @@ Step print_switch_profile() {
         csm_qarn_sp_print("config sync manager returned error:%s\n", syserr2str(answer->status));
         return common_exit(answer->status);
     }
-    if (head_text && cmd_token_id != kTokenNoHeadText) csm_qarn_sp_print("%s", head_text->str);
+    if (head_text && cmd_token_id != QARN_TOKEN_SYNC_BODY) csm_qarn_sp_print("%s", head_text->str);
     if (sync_cfg) print_sync_block(sync_cfg->str);
     return kGoOn;
 }

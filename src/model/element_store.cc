@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr int32_t kEveryLevel = -1;
-
 qarn_merge_key key_of(uint32_t uuid, uint32_t elem_id) {
     return {static_cast<uint16_t>(uuid), static_cast<uint16_t>(elem_id)};
 }
@@ -51,7 +49,7 @@ void qarn_merge_hash_remove(uint32_t uuid, qarn_elem *elem, GHashTable *table) {
 
 int32_t qarn_merge_val_filter_check(qarn_merge_val *value, qarn_merge_graph_info *pass) {
     const qarn_elem &elem = *value->elem;
-    const bool level_fits = pass->level == kEveryLevel || static_cast<uint32_t>(pass->level) == elem.level;
+    const bool level_fits = pass->level == QARN_EVERY_LEVEL || static_cast<uint32_t>(pass->level) == elem.level;
     const bool kind_fits = pass->intf_only != 1 || (elem.property & QARN_PROP_INTF) != 0;
     return level_fits && kind_fits ? 1 : 0;
 }

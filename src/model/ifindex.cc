@@ -21,8 +21,6 @@
 
 namespace {
 
-constexpr uint32_t kTokenMembership = 167;
-
 bool names_interfaces(const qarn_req &req) {
     return cfg_display == QARN_DISPLAY_INTERFACE && qarn::token_count(req) != 0 && req.tokens[0] != nullptr &&
            req.tokens[0]->type == IF_TOKEN_TYPE_INTERFACE;
@@ -71,7 +69,7 @@ void combine(const ifindex_sublist *chain) {
 
 uint32_t qarn_ifindex_lists_init(qarn_req *req) {
     uint32_t flag = names_interfaces(*req) ? 0 : 1;
-    if (cmd_token_id == kTokenMembership) {
+    if (cmd_token_id == QARN_TOKEN_MEMBERSHIP) {
         const uint32_t status = get_chain(req, &membership_multi_list_head_p, flag);
         if (status != 0) return status;
         flag = 1;

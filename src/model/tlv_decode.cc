@@ -13,6 +13,7 @@
 #include <qarncli/status.h>
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 #include "base/command_message.h"
@@ -40,6 +41,9 @@ struct Text {
     std::size_t length;
 };
 
+// A tag and a length, 32 bits each, in every layout of the array; values begin on 4-byte boundaries.
+constexpr std::size_t kTlvHeader = 8;
+
 // Walks the array and vouches that what it hands out lies inside the reply.
 class TlvReader {
   public:
@@ -47,11 +51,14 @@ class TlvReader {
 
     int32_t announced() const { return tlv32_aligned_array_get_num_tlvs(array_, 0); }
 
-    // The next TLV; none at the end of the array, or when it does not lie inside.
+    // The next TLV; none at the end of the array, or when it does not lie inside. What was read so far bounds where the
+    // next tag can be, so that TLVs without a value lead no further than the reply either.
     std::optional<Tlv> next() {
+        if (end_ != nullptr && used_ + kTlvHeader > static_cast<std::size_t>(end_ - array_)) return {};
         Tlv tlv;
         void *value = nullptr;
         if (tlv32_aligned_array_get_next_tlv(array_, &tlv.tag, &tlv.length, &value, 0, &cursor_) != 0) return {};
+        used_ += kTlvHeader + (std::size_t{tlv.length} + 3) / 4 * 4;
         if (value == nullptr || tlv.length == 0) {
             tlv.length = 0;
             return tlv;
@@ -81,6 +88,7 @@ class TlvReader {
     const unsigned char *array_;
     const unsigned char *end_;
     uint32_t cursor_ = 0;
+    std::size_t used_ = 0; // bytes that the TLVs read so far take at least
 };
 
 GString *new_string(const Tlv &tlv, const Text &text) {
@@ -99,8 +107,8 @@ bool has_valid_length(const Tlv &message) {
 // the table does not have is empty.
 bool passes_feature_filter(const qarn_elem &elem) {
     if (qarn_feature != 1 || ftbl_index == 0) return true;
-    if (ftbl_index >= SHOW_TABLE_ROWS) return false;
-    const uint32_t *pair = show_feature_table[ftbl_index] + 1;
+    static constexpr uint32_t kEmptyRow[std::size(show_feature_table[0])] = {};
+    const uint32_t *pair = (ftbl_index < SHOW_TABLE_ROWS ? show_feature_table[ftbl_index] : kEmptyRow) + 1;
     for (int i = 0; i < SHOW_FEATURE_PAIRS; ++i, pair += 2) {
         if (pair[0] == elem.uuid && (pair[1] == 0 || pair[1] == elem.elem_id)) return true;
     }

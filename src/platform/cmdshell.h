@@ -58,6 +58,8 @@ struct cmd_clistr {
     char *str;
     int32_t len;
 };
+QARN_AT32(struct cmd_clistr, len, 4);
+QARN_SIZE32(struct cmd_clistr, 8);
 extern struct cmd_clistr *g_clistr; /* text of the last rendering */
 
 QARN_END_DECLS

@@ -28,7 +28,6 @@
 
 namespace {
 
-constexpr uint32_t kTokenMembership = 167;
 constexpr uint32_t kPortChannelBlock = 20; // element id of the port channels' blocks
 constexpr uint32_t kDefaultVdc = 1;
 constexpr std::size_t kCollectedSize = 256; // first size of an interface's text
@@ -116,7 +115,7 @@ void print_member_blocks(uint32_t port_channel) {
 }
 
 bool is_membership_port_channel(uint32_t block, uint32_t if_index) {
-    return cmd_token_id == kTokenMembership && block == kPortChannelBlock &&
+    return cmd_token_id == QARN_TOKEN_MEMBERSHIP && block == kPortChannelBlock &&
            if_index_is_port_channel_sub_interface(if_index) == 0;
 }
 
@@ -163,7 +162,7 @@ void print_interface_of_display(uint32_t block, uint32_t *if_index, const qarn_c
 }
 
 void print_interface_blocks(uint32_t block, const qarn_cfg_req_msg &request) {
-    ifindex_sublist *chain = cmd_token_id == kTokenMembership ? membership_multi_list_head_p : multi_list_head_p;
+    ifindex_sublist *chain = cmd_token_id == QARN_TOKEN_MEMBERSHIP ? membership_multi_list_head_p : multi_list_head_p;
     ifindex_sublist *sublist = nullptr;
     if (if_manager_ifindex_list_find_by_elem(chain, block, &sublist) != 0) {
         if (qarn::debugging(QARN_DEBUG_INTERFACE)) qarn::trace("Ifindex list not found for intf elem:%d\n", block);

@@ -21,6 +21,7 @@ constexpr uint32_t kXmlOutput = 1;
 constexpr int kXmlRenderer = 2; // entry of g_cmd_xml_info
 constexpr uint32_t kXmlRenderMode = 2;
 constexpr uint32_t kMessageType = 2;
+constexpr uint32_t kLongestMessage = uint32_t{CMD_REPLY_BUFFER_SIZE} - uint32_t{CMD_REP_MESSAGE_AT};
 constexpr int kZeroedWordsAt[] = {52, 56}; // of a message that is built here
 constexpr uint32_t kNameOfService = 5;     // what is asked of the system manager
 
@@ -100,7 +101,7 @@ unsigned char *reply_buffer_of(const void *reply) {
 // header that is written here, or leaves the buffer.
 unsigned char *complete_message(unsigned char *buffer) {
     const uint32_t length = qarn::load_u32(buffer + CMD_REP_END_AT) - qarn::load_u32(buffer + CMD_REP_START_AT);
-    if (length < QARN_CMD_HEADER_SIZE || length > CMD_REPLY_BUFFER_SIZE - CMD_REP_MESSAGE_AT) return nullptr;
+    if (length < QARN_CMD_HEADER_SIZE || length > kLongestMessage) return nullptr;
     unsigned char *message = buffer + CMD_REP_MESSAGE_AT;
     qarn::store_u32(message + QARN_CMD_TYPE_AT, kMessageType);
     for (const int offset : kZeroedWordsAt)

@@ -4,6 +4,7 @@
 #include <qarncli/startup.h>
 
 #include <qarncli/globals.h>
+#include <qarncli/message.h>
 #include <qarncli/request.h>
 
 #include <dirent.h>
@@ -22,7 +23,6 @@ namespace {
 
 constexpr int kPathSize = 256;
 constexpr std::size_t kModuleListRequestSize = 132;
-constexpr char kModuleListBase[] = "readonly:/var/sysmgr/startup-cfg";
 
 bool exists(const char *path) {
     struct stat status;
@@ -98,7 +98,7 @@ uint32_t qarn_startup_cfg_lock(uint32_t mts_handle, uint32_t lock) {
 
 uint32_t qarn_startup_cfg_modlist_get(qarn_req *req) {
     char request[kModuleListRequestSize] = {};
-    std::snprintf(request, sizeof request, "%s/bin", kModuleListBase);
+    std::snprintf(request, sizeof request, "%s/bin", QARN_DEFAULT_STARTUP_URI);
     uint32_t length = sizeof request;
     if (qarn::debugging(QARN_DEBUG_STORE)) {
         qarn::trace("LCM ascii_command is %s psspath is %s \n", req->startup_uri, request);
