@@ -1,5 +1,5 @@
-// The grammar of the shell: one row per form of "show running-config" and "show startup-config". A row holds the word
-// behind those two, the entry point of either configuration, and the parser of what follows the word.
+// The grammar of the shell. A command begins with what it shows, and goes on with a form: a row holds the word of the
+// form, the entry point of either configuration, and the parser of what follows the word.
 
 #include "shell/command.h"
 
@@ -59,12 +59,13 @@ void id_ranges(std::string_view text, const char *what, Request &request) {
     request.add_ranges(pairs);
 }
 
+// Without a range all of them are meant.
 void vlan_ranges(const Words &words, const sim::Switch &, Request &request) {
-    id_ranges(only_word(words, "VLAN range"), "VLAN", request);
+    if (!words.empty()) id_ranges(only_word(words, "VLAN range"), "VLAN", request);
 }
 
 void vsan_ranges(const Words &words, const sim::Switch &, Request &request) {
-    id_ranges(only_word(words, "VSAN range"), "VSAN", request);
+    if (!words.empty()) id_ranges(only_word(words, "VSAN range"), "VSAN", request);
 }
 
 // "ethernet 1/1-4" and "ethernet1/1-4" name the same interfaces.
@@ -117,8 +118,22 @@ void feature(const Words &words, const sim::Switch &sw, Request &request) {
 
 // ---- The forms ------------------------------------------------------------------------------------------------------
 
+// How a command begins: which configuration it shows, and in what manner.
+struct Beginning {
+    std::string_view first, second; // words
+    bool startup;
+    std::uint32_t generic_option;
+    const char *meaning;
+};
+constexpr std::uint32_t kCheckpoint = 0x10;
+constexpr Beginning kBeginnings[] = {
+    {"show", "running-config", false, 0, "what the switch runs"},
+    {"show", "startup-config", true, 0, "what it starts with"},
+    {"checkpoint", "", false, kCheckpoint, "what it runs, as a checkpoint: every VLAN on its own"},
+};
+
 struct Form {
-    std::string_view word; // behind "show running-config"; empty: nothing
+    std::string_view word; // behind the beginning; empty: nothing
     const char *arguments, *meaning;
     EntryPoint running, startup;
     void (*parse)(const Words &, const sim::Switch &, Request &);
@@ -128,9 +143,9 @@ struct Form {
 constexpr Form kForms[] = {
     {"",             "",                "the whole configuration",
      qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              no_arguments},
-    {"vlan",         "RANGE",           "these VLANs, as in 10-12,20",
+    {"vlan",         "[RANGE]",         "all VLANs, or these, as in 10-12,20",
      qarn_cli_run_vlan_cfg_gen,         qarn_cli_start_vlan_cfg_gen,         vlan_ranges},
-    {"vsan",         "RANGE",           "these VSANs",
+    {"vsan",         "[RANGE]",         "all VSANs, or these",
      qarn_cli_run_vsan_cfg_gen,         qarn_cli_start_vsan_cfg_gen,         vsan_ranges},
     {"interface",    "NAME[-NUMBER]",   "these interfaces, as in ethernet 1/1-4",
      qarn_cli_run_intf_cfg_gen,         qarn_cli_start_intf_cfg_gen,         interfaces},
@@ -154,6 +169,24 @@ constexpr Form kForms[] = {
      qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              feature},
 };
 // clang-format on
+
+// Take the words that a command begins with off its front.
+const Beginning &take_beginning(Words &words, std::string_view line) {
+    for (const Beginning &beginning : kBeginnings) {
+        const std::size_t length = beginning.second.empty() ? 1 : 2;
+        if (words.size() < length || words[0] != beginning.first) continue;
+        if (length == 2 && words[1] != beginning.second) continue;
+        words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(length));
+        return beginning;
+    }
+    throw UnknownCommand("unknown command " + quoted(line));
+}
+
+std::string_view trimmed(std::string_view text) {
+    while (text.ends_with(' '))
+        text.remove_suffix(1);
+    return text;
+}
 
 } // namespace
 
@@ -209,29 +242,37 @@ std::vector<std::string_view> words_of(std::string_view line) {
 
 EntryPoint parse_command(std::string_view line, const sim::Switch &sw, Request &request) {
     Words words = words_of(line);
-    bool running = words.size() > 1 && words[1] == "running-config";
-    bool startup = words.size() > 1 && words[1] == "startup-config";
-    if ((!running && !startup) || words[0] != "show") throw UnknownCommand("unknown command " + quoted(line));
-    std::string_view word = words.size() > 2 ? words[2] : "";
+    const Beginning &beginning = take_beginning(words, line);
+    std::string_view word = words.empty() ? "" : words[0];
     auto form = std::find_if(std::begin(kForms), std::end(kForms), [word](const Form &f) { return f.word == word; });
-    if (form == std::end(kForms))
-        throw UnknownCommand("unknown word " + quoted(word) + " after \"show " + std::string(words[1]) + '"');
-    words.erase(words.begin(), words.begin() + (word.empty() ? 2 : 3));
+    if (form == std::end(kForms)) {
+        std::string_view known = line.substr(0, static_cast<std::size_t>(word.data() - line.data()));
+        throw UnknownCommand("unknown word " + quoted(word) + " after " + quoted(trimmed(known)));
+    }
+    if (!words.empty()) words.erase(words.begin());
+    request.options.generic_option |= beginning.generic_option;
     form->parse(words, sw, request);
-    return running ? form->running : form->startup;
+    return beginning.startup ? form->startup : form->running;
 }
 
 std::string list_of_commands() {
-    constexpr std::size_t kMeaningColumn = 52;
-    std::string list = "Commands, the same for \"show startup-config\":\n";
-    for (const Form &form : kForms) {
-        std::string row = "  show running-config";
-        for (std::string_view part : {form.word, std::string_view(form.arguments)})
+    static constexpr std::size_t kMeaningColumn = 32;
+    const auto add_row = [](std::string &list, std::initializer_list<std::string_view> parts, const char *meaning) {
+        std::string row = " ";
+        for (std::string_view part : parts) {
             if (!part.empty()) row.append(1, ' ').append(part);
+        }
         row.resize(std::max(row.size() + 2, kMeaningColumn), ' ');
-        list += row + form.meaning + '\n';
+        list += row + meaning + '\n';
+    };
+    std::string list = "Commands begin with\n";
+    for (const Beginning &beginning : kBeginnings)
+        add_row(list, {beginning.first, beginning.second}, beginning.meaning);
+    list += "and go on with\n";
+    for (const Form &form : kForms) {
+        add_row(list, {form.word.empty() ? "(nothing)" : form.word, form.arguments}, form.meaning);
     }
-    return list + "  exit, quit\n";
+    return list + "To end: exit, quit\n";
 }
 
 } // namespace shell

@@ -33,6 +33,7 @@ class Request {
     Request &operator=(const Request &) = delete;
 
     qarn_req req = {};
+    sim::ShellOptions options; // for the time of the command
 
     void add_name(const std::string &name);
     void add_sap(std::uint32_t sap);

@@ -49,6 +49,7 @@ class InterruptsIgnored {
 
 [[noreturn]] void be_the_child(sim::Switch &sw, EntryPoint entry, Request &request, int report) {
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
+    sim::set_shell_options(request.options);
     std::uint32_t status = entry(&request.req);
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
         std::fprintf(stderr, "vsh: cannot write: %s\n", std::strerror(errno));

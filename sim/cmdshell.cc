@@ -88,6 +88,12 @@ std::string render(const void *handle) {
 
 namespace sim {
 
+void set_shell_options(const ShellOptions &options) {
+    g_cli_execution_filter_mode = options.filter_mode;
+    g_cli_script_mode = options.script_mode;
+    g_cli_generic_option = options.generic_option;
+}
+
 void set_sap_row(std::uint32_t row, const std::vector<std::uint32_t> &row_saps, std::uint32_t key_word) {
     if (row >= SHOW_TABLE_ROWS) return;
     auto &words = show_sap_table[row];

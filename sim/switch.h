@@ -208,6 +208,12 @@ struct Switch {
 Switch &current();
 void make_current(Switch *sw);
 
+// The shell's option words, as the command that runs next finds them.
+struct ShellOptions {
+    std::uint32_t filter_mode = 0, script_mode = 0, generic_option = 0;
+};
+void set_shell_options(const ShellOptions &options);
+
 // Rows of the shell's tables: SAPs of a feature row with its key word, and the (uuid, elem_id) pairs it shows.
 void set_sap_row(std::uint32_t row, const std::vector<std::uint32_t> &saps, std::uint32_t key_word);
 void set_feature_row(std::uint32_t row, const std::vector<std::pair<std::uint32_t, std::uint32_t>> &pairs);

@@ -91,6 +91,14 @@ void Story::save_startup(std::string_view ascii_text, bool has_binary) {
     sw.bin_startup_dir = store_ / "bin";
 }
 
+sim::Interface &Story::add_interface(std::uint32_t index, std::string name, std::uint32_t block) {
+    sim::Interface &added = sw.interfaces.emplace_back();
+    added.index = index;
+    added.name = std::move(name);
+    added.block = block;
+    return added;
+}
+
 const qarn_cfg_req_msg &Story::sent_request(std::size_t position) const {
     return *reinterpret_cast<const qarn_cfg_req_msg *>(sw.transport.sent.at(position).payload.data());
 }

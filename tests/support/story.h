@@ -48,6 +48,9 @@ class Story : public testing::Test {
     // A saved configuration: its ASCII text and, unless there is none, a binary store. Removed with the fixture.
     void save_startup(std::string_view ascii_text = "", bool has_binary = true);
 
+    // Interfaces of the switch, in display order.
+    sim::Interface &add_interface(std::uint32_t index, std::string name, std::uint32_t block);
+
     // The request message as it was sent, `position` counting the sends of one command.
     const qarn_cfg_req_msg &sent_request(std::size_t position = 0) const;
     // SAPs that the request was sent to, in order; 0 is the broadcast.

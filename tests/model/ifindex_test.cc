@@ -1,0 +1,140 @@
+// Which interfaces a command covers, as the interface manager says.
+#include "platform/ifmgr.h"
+#include "support/story.h"
+
+namespace {
+
+class InterfaceLists : public test::Story {
+  protected:
+    InterfaceLists() {
+        add_interface(1, "Ethernet1/1", 1);
+        add_interface(2, "port-channel1", 20);
+        add_interface(3, "Ethernet1/2", 1);
+    }
+
+    std::uint32_t init() {
+        watch([&] { status = qarn_ifindex_lists_init(&req); });
+        return status;
+    }
+    static std::vector<std::uint32_t> combined() {
+        return {if_index_list.ifindexes, if_index_list.ifindexes + if_index_list.count};
+    }
+};
+
+using Indexes = std::vector<std::uint32_t>;
+using Calls = std::vector<std::string>;
+
+// A chain with blocks that no interface manager would make.
+std::uint32_t odd_indexes[] = {7, 8, 9, 5, 6};
+ifindex_sublist odd_chain[] = {{{}, 1, 3, odd_indexes, &odd_chain[1]},
+                               {{}, 2, 0, nullptr, &odd_chain[2]},
+                               {{}, 3, -4, nullptr, &odd_chain[3]},
+                               {{}, 4, 2, odd_indexes + 3, nullptr}};
+std::uint32_t get_odd_chain(qarn_req *, ifindex_sublist **head, std::uint32_t) {
+    *head = odd_chain;
+    return 0;
+}
+
+TEST_F(InterfaceLists, CombineTheChainInItsOrder) {
+    EXPECT_EQ(init(), 0u);
+    EXPECT_EQ(combined(), (Indexes{1, 3, 2}));
+    EXPECT_EQ(sw.calls, (Calls{"if_manager_ifindex_list_get(1)"}));
+
+    const test::Interposed manager("if_manager_ifindex_list_get", reinterpret_cast<void *>(get_odd_chain));
+    debug = QARN_DEBUG_INTERFACE;
+    EXPECT_EQ(init(), 0u);
+    EXPECT_EQ(combined(), (Indexes{7, 8, 9, 5, 6}));
+    EXPECT_EQ(traces,
+              "Copying ifindex sublist for 1 of length 3\nCopying ifindex sublist for 2 of length 0\n"
+              "Copying ifindex sublist for 3 of length -4\nCopying ifindex sublist for 4 of length 2\n");
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(InterfaceLists, AreEmptyWithoutInterfacesOrMemory) {
+    init();
+    test::FailingMalloc memory;
+    memory.fail_nth(1);
+    EXPECT_EQ(init(), 0u);
+    EXPECT_EQ(if_index_list.count, 0u);
+    EXPECT_EQ(if_index_list.ifindexes, nullptr);
+    memory.work_again();
+    sw.interfaces.clear();
+    EXPECT_EQ(init(), 0u);
+    EXPECT_EQ(if_index_list.count, 0u);
+}
+
+TEST_F(InterfaceLists, AskForNamedInterfacesOnlyInTheirDisplay) {
+    struct Case {
+        const char *what;
+        std::uint32_t display, token, type;
+        bool has_token;
+        Calls calls;
+    } const cases[] = {
+        {"named", 3, 0, IF_TOKEN_TYPE_INTERFACE, true, {"if_manager_ifindex_list_get(0)"}},
+        {"another kind of token", 3, 0, IF_TOKEN_TYPE_INTERFACE + 1, true, {"if_manager_ifindex_list_get(1)"}},
+        {"no token", 3, 0, IF_TOKEN_TYPE_INTERFACE, false, {"if_manager_ifindex_list_get(1)"}},
+        {"another display", 1, 0, IF_TOKEN_TYPE_INTERFACE, true, {"if_manager_ifindex_list_get(1)"}},
+        {"membership of named",
+         3,
+         167,
+         IF_TOKEN_TYPE_INTERFACE,
+         true,
+         {"if_manager_ifindex_list_get(0)", "if_manager_ifindex_list_get(1)"}},
+        {"membership of all", 0, 167, 0, false, {"if_manager_ifindex_list_get(1)", "if_manager_ifindex_list_get(1)"}},
+    };
+    for (const Case &c : cases) {
+        cfg_display = c.display;
+        cmd_token_id = c.token;
+        req.num_tokens = 0;
+        if (c.has_token) add_token(130, nullptr, c.type);
+        EXPECT_EQ(init(), 0u) << c.what;
+        EXPECT_EQ(sw.calls, c.calls) << c.what;
+    }
+}
+
+TEST_F(InterfaceLists, SendNamedInterfacesOfTheMembershipVariantToTheFirstChainOnly) {
+    cfg_display = QARN_DISPLAY_INTERFACE;
+    cmd_token_id = 167;
+    add_ranges_token({{2, 2}});
+    req.tokens[0]->type = IF_TOKEN_TYPE_INTERFACE;
+    EXPECT_EQ(init(), 0u);
+    ASSERT_NE(membership_multi_list_head_p, nullptr);
+    EXPECT_EQ(membership_multi_list_head_p->elem_id, 20u);
+    EXPECT_EQ(membership_multi_list_head_p->next, nullptr);
+    EXPECT_EQ(combined(), (Indexes{1, 3, 2}));
+}
+
+TEST_F(InterfaceLists, KeepWhatTheyHeldWhenTheManagerFails) {
+    cmd_token_id = 167;
+    init();
+    const auto *main_chain = multi_list_head_p, *membership = membership_multi_list_head_p;
+    sw.interfaces.clear();
+    sw.error_texts = {{99, "no interfaces today"}};
+    for (const std::uint32_t token : {167u, 0u}) {
+        cmd_token_id = token;
+        sw.next("if_manager_ifindex_list_get", {99});
+        EXPECT_EQ(init(), 99u) << token;
+        EXPECT_EQ(text, "no interfaces today\n");
+        EXPECT_EQ(sw.calls.size(), 1u) << "nothing more is asked for";
+        EXPECT_EQ(combined(), (Indexes{1, 3, 2}));
+        EXPECT_EQ(multi_list_head_p, main_chain);
+        EXPECT_EQ(membership_multi_list_head_p, membership);
+    }
+}
+
+TEST_F(InterfaceLists, HoldTheFirst20000) {
+    sw.interfaces.clear();
+    for (std::uint32_t i = 0; i < 20005; ++i)
+        add_interface(i, "", i / 6);
+    EXPECT_EQ(init(), 0u);
+    ASSERT_EQ(if_index_list.count, 20000u);
+    EXPECT_EQ(if_index_list.ifindexes[19999], 19999u);
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(errors, "5 interfaces beyond the first 20000 are left out\n");
+    sw.interfaces.resize(20000);
+    init();
+    EXPECT_EQ(if_index_list.count, 20000u);
+    EXPECT_EQ(errors, "");
+}
+
+} // namespace

@@ -1,0 +1,151 @@
+// From the element store to the graph of one ordering pass. Graphs are compared as text: every vertex with those that
+// wait for it.
+#include <set>
+
+#include "support/story.h"
+
+namespace {
+
+using test::add_dependency;
+using test::store_element;
+
+std::string name_of(const vertex *v) {
+    const auto &key = *static_cast<const qarn_merge_key *>(v->data);
+    return std::to_string(key.uuid) + "." + std::to_string(key.elem_id);
+}
+
+class PassGraph : public test::Story {
+  protected:
+    PassGraph() { test::start_generation(&req); }
+
+    // "1.1 -> 2.1 2.2, 2.1, 2.2"
+    std::string build(std::int32_t level = -1, std::int32_t intf_only = 0) {
+        watch([&] {
+            qarn_merge_graph_info_init(&pass, level, intf_only);
+            g_hash_table_foreach(merge_elem_table_p, qarn_graph_vertex_add, &pass);
+            g_hash_table_foreach(merge_elem_table_p, qarn_graph_edge_add, &pass);
+        });
+        std::set<std::string> vertices;
+        for (const vertex *v = pass.graph.vertices; v != nullptr; v = v->next) {
+            std::multiset<std::string> waiting;
+            for (const edge *e = v->edges; e != nullptr; e = e->next)
+                waiting.insert(name_of(e->to));
+            std::string line = name_of(v) + (waiting.empty() ? "" : " ->");
+            for (const std::string &name : waiting)
+                line += " " + name;
+            vertices.insert(line);
+        }
+        EXPECT_EQ(vertices.size(), static_cast<std::size_t>(pass.graph.num_vertices));
+        std::string graph;
+        for (const std::string &line : vertices)
+            graph += (graph.empty() ? "" : ", ") + line;
+        return graph;
+    }
+
+    qarn_merge_graph_info pass = {};
+};
+
+TEST_F(PassGraph, HoldsTheElementsOfThePass) {
+    add_dependency(store_element({.uuid = 1, .elem_id = 1, .level = 1, .property = QARN_PROP_INTF}), 2, 2);
+    add_dependency(store_element({.uuid = 1, .elem_id = 2, .level = 1}), 2, 2);
+    store_element({.uuid = 2, .elem_id = 2, .level = 1, .property = QARN_PROP_INTF | QARN_PROP_DUMMY});
+    add_dependency(store_element({.uuid = 3, .elem_id = 1, .level = 2}), 1, 2);
+    EXPECT_EQ(build(), "1.1, 1.2 -> 3.1, 2.2 -> 1.1 1.2, 3.1");
+    EXPECT_EQ(build(-1, 1), "1.1, 2.2 -> 1.1");
+    EXPECT_EQ(build(1), "1.1, 1.2, 2.2 -> 1.1 1.2") << "the dependency across levels is the levels' own order";
+    EXPECT_EQ(build(2), "3.1");
+    EXPECT_EQ(build(3), "");
+}
+
+TEST_F(PassGraph, TakesDependenciesAsTheyAre) {
+    qarn_elem *elem = store_element({.uuid = 1, .elem_id = 1});
+    store_element({.uuid = 1, .elem_id = 2});
+    add_dependency(elem, 1, 2);
+    add_dependency(elem, 0x10001, 2);
+    add_dependency(elem, 1, 1);
+    add_dependency(elem, 9, 9);
+    add_dependency(elem, 1, 2, QARN_DEP_CONDITIONAL);
+    add_dependency(elem, 1, 2, 7);
+    EXPECT_EQ(build(), "1.1 -> 1.1, 1.2 -> 1.1 1.1");
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(traces, "");
+}
+
+TEST_F(PassGraph, LeavesOutElementsWhoseConditionsFail) {
+    const std::uint32_t property = QARN_PROP_CONDITIONAL;
+    qarn_elem *unmet = store_element({.uuid = 1, .elem_id = 1, .property = property});
+    add_dependency(unmet, 3, 1, QARN_DEP_CONDITIONAL);
+    add_dependency(unmet, 9, 9, QARN_DEP_CONDITIONAL);
+    add_dependency(unmet, 3, 2);
+    qarn_elem *met = store_element({.uuid = 1, .elem_id = 2, .property = property});
+    add_dependency(met, 3, 2, QARN_DEP_CONDITIONAL);
+    add_dependency(met, 9, 9, QARN_DEP_CONDITIONAL);
+    add_dependency(met, 1, 1);
+    store_element({.uuid = 1, .elem_id = 3, .property = property});
+    qarn_elem *empty = store_element({.uuid = 3, .elem_id = 1, .level = 1, .property = QARN_PROP_INTF});
+    test::add_intf_text(empty, 1, "text for an interface does not count");
+    store_element({.uuid = 3, .elem_id = 2, .level = 1}, "text");
+    EXPECT_EQ(build(), "1.2, 3.1, 3.2");
+    EXPECT_EQ(build(0), "1.2") << "the condition need not be in the pass";
+    EXPECT_EQ(qarn_conditional_dependency_verify(met), 1);
+    EXPECT_EQ(qarn_conditional_dependency_verify(unmet), 0);
+    EXPECT_EQ(qarn_conditional_dependency_verify(empty), 0) << "no condition is not a satisfied one";
+}
+
+TEST_F(PassGraph, NeverUsesAVertexOfAnEarlierPass) {
+    qarn_elem *conditional = store_element({.uuid = 1, .elem_id = 1, .property = QARN_PROP_CONDITIONAL});
+    add_dependency(conditional, 3, 1, QARN_DEP_CONDITIONAL);
+    qarn_elem *condition = store_element({.uuid = 3, .elem_id = 1}, "text");
+    add_dependency(store_element({.uuid = 2, .elem_id = 1}), 1, 1);
+    EXPECT_EQ(build(), "1.1 -> 2.1, 2.1, 3.1");
+    g_string_truncate(condition->cfg_str, 0);
+    const vertex *earlier = qarn_merge_value_get(2, 1)->vertex;
+    EXPECT_EQ(build(), "2.1, 3.1");
+    EXPECT_NE(qarn_merge_value_get(2, 1)->vertex, earlier);
+}
+
+TEST_F(PassGraph, IsWhatMemoryAllows) {
+    add_dependency(store_element({.uuid = 1, .elem_id = 1}), 1, 2);
+    store_element({.uuid = 1, .elem_id = 2});
+    test::FailingMalloc memory;
+    memory.fail_all(sizeof(edge));
+    EXPECT_EQ(build(), "1.1, 1.2");
+    for (const int nth : {1, 2}) {
+        memory.fail_nth(nth, sizeof(vertex));
+        build();
+        EXPECT_EQ(pass.graph.num_vertices, 1);
+        EXPECT_EQ(pass.graph.vertices->edges, nullptr);
+        EXPECT_EQ(pass.graph.vertices->next, nullptr);
+    }
+    memory.fail_all();
+    EXPECT_EQ(add_vertex(&pass.graph, nullptr), nullptr);
+    EXPECT_EQ(add_edge(pass.graph.vertices, pass.graph.vertices), nullptr);
+    EXPECT_EQ(pass.graph.num_vertices, 1);
+}
+
+TEST_F(PassGraph, ListsTheNewestFirst) {
+    graph graph;
+    init_graph(&graph);
+    vertex *first = add_vertex(&graph, nullptr), *second = add_vertex(&graph, nullptr);
+    EXPECT_EQ(graph.vertices, second);
+    EXPECT_EQ(second->next, first);
+    edge *to_first = add_edge(first, first), *to_second = add_edge(first, second);
+    EXPECT_EQ(first->edges, to_second);
+    EXPECT_EQ(to_second->next, to_first);
+}
+
+TEST_F(PassGraph, TracesItsBuilding) {
+    debug = QARN_DEBUG_GRAPH;
+    qarn_elem *elem = store_element({.uuid = 1, .elem_id = 1});
+    add_dependency(elem, 9, 9);
+    add_dependency(elem, 1, 1);
+    EXPECT_EQ(build(), "1.1 -> 1.1");
+    EXPECT_EQ(traces, "Adding Vertex (1,1)\n");
+    EXPECT_EQ(text, "Adding Edge (1,1)->(1,1)\n(9,9) does not exist!\n");
+    elem->property = QARN_PROP_CONDITIONAL;
+    EXPECT_EQ(build(), "");
+    EXPECT_EQ(traces, "Conditional Dependency not satisfied for (1,1)\n");
+    EXPECT_EQ(text, "Adding Edge (1,1)->(1,1)\n(9,9) does not exist!\n") << "before the edge is tried";
+}
+
+} // namespace

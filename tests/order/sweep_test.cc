@@ -1,0 +1,198 @@
+// From a graph to print order. Graphs are written as text, "383.9 -> 11.1, 5.5", and so is the queue that comes out;
+// random graphs are held against the rule of the sweeps, followed literally.
+#include <algorithm>
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "support/story.h"
+
+namespace {
+
+using Name = std::pair<std::uint16_t, std::uint16_t>;
+
+class Ordering : public test::Story {
+  protected:
+    // A fresh graph; a vertex is made where it is first named.
+    void draw(const std::string &description) {
+        init_graph(&drawn);
+        vertices.clear();
+        std::istringstream items(description);
+        for (std::string item; std::getline(items, item, ',');) {
+            std::istringstream words(item);
+            std::string from, arrow, to;
+            words >> from >> arrow >> to;
+            vertex *source = vertex_of(from);
+            if (!to.empty()) add_edge(source, vertex_of(to));
+        }
+    }
+    vertex *vertex_of(const std::string &name) {
+        if (vertices.contains(name)) return vertices[name];
+        const std::size_t dot = name.find('.');
+        keys.push_back({static_cast<std::uint16_t>(std::stoul(name)),
+                        static_cast<std::uint16_t>(std::stoul(name.substr(dot + 1)))});
+        return vertices[name] = add_vertex(&drawn, &keys.back());
+    }
+    // "0: 383.9 11.1": the result and the queue.
+    std::string order(std::int32_t (*visit_fn)(graph *, queue *) = visit2) {
+        watch([&] { result = visit_fn(&drawn, &ordered); });
+        std::string line = std::to_string(result) + ":";
+        for (const queue_node *node = ordered.head; node != nullptr; node = node->next) {
+            const auto &key = *static_cast<qarn_merge_key *>(static_cast<vertex *>(node->data)->data);
+            line += " " + std::to_string(key.uuid) + "." + std::to_string(key.elem_id);
+        }
+        return line;
+    }
+    std::string order(const std::string &description, std::int32_t (*visit_fn)(graph *, queue *) = visit2) {
+        draw(description);
+        return order(visit_fn);
+    }
+
+    graph drawn = {};
+    queue ordered = {};
+    std::int32_t result = 0;
+    std::map<std::string, vertex *> vertices;
+    std::deque<qarn_merge_key> keys;
+};
+
+TEST_F(Ordering, SweepsInKeyOrder) {
+    const std::pair<const char *, const char *> cases[] = {
+        {"", "0:"},
+        {"3.1, 2.0, 1.65535, 11.1, 2.10", "0: 1.65535 2.0 2.10 3.1 11.1"},
+        {"1.2 -> 1.1, 1.3", "0: 1.2 1.3 1.1"},
+        {"1.1 -> 1.3, 1.2", "0: 1.1 1.2 1.3"},
+        {"383.9 -> 11.1, 5.5", "0: 5.5 383.9 11.1"},
+        {"1.3 -> 1.2, 1.2 -> 1.1, 1.4", "0: 1.3 1.4 1.2 1.1"},
+        {"1.2 -> 1.1, 1.2 -> 1.1, 1.2 -> 1.1", "0: 1.2 1.1"},
+        {"65535.65535 -> 32768.1, 32767.1", "0: 32767.1 65535.65535 32768.1"},
+        {"1.1 -> 1.2, 1.2 -> 1.1, 1.3, 1.4 -> 1.1", "-1: 1.3 1.4"},
+        {"1.1 -> 1.1, 1.2", "-1: 1.2"},
+        {"1.1 -> 1.1", "-1:"},
+    };
+    for (const auto &[description, queue] : cases)
+        EXPECT_EQ(order(description), queue) << description;
+    draw("1.2 -> 1.1");
+    order();
+    EXPECT_EQ(order(), "0: 1.2 1.1") << "ordering the same graph again";
+}
+
+// The rule, literally: what the sweeps place, and what they list of it.
+struct Sweeps {
+    std::string order, listings;
+};
+std::string listed(const std::vector<Name> &names) {
+    std::string line;
+    for (const auto &[uuid, elem_id] : names)
+        line += "(" + std::to_string(uuid) + "," + std::to_string(elem_id) + ") ";
+    return line + "\n";
+}
+Sweeps sweep_literally(const std::set<Name> &names, const std::vector<std::pair<Name, Name>> &edges) {
+    std::vector<Name> placed;
+    const auto is_placed = [&](const Name &name) { return std::ranges::find(placed, name) != placed.end(); };
+    Sweeps sweeps = {"", "Sorted list:\n" + listed({names.begin(), names.end()})};
+    for (bool progress = true; progress && placed.size() < names.size();) {
+        progress = false;
+        for (const Name &name : names) {
+            if (is_placed(name)) continue;
+            const auto holds_back = [&](const auto &e) { return e.second == name && !is_placed(e.first); };
+            if (std::ranges::any_of(edges, holds_back)) continue;
+            placed.push_back(name);
+            progress = true;
+        }
+        sweeps.listings += "Element Queue:\n" + listed(placed);
+    }
+    sweeps.order = placed.size() == names.size() ? "0:" : "-1:";
+    for (const auto &[uuid, elem_id] : placed)
+        sweeps.order += " " + std::to_string(uuid) + "." + std::to_string(elem_id);
+    return sweeps;
+}
+
+TEST_F(Ordering, SweepsEveryGraphAsTheRuleSays) {
+    debug = QARN_DEBUG_DECODE;
+    std::mt19937 random(20260301);
+    int loops = 0, orders = 0;
+    for (int round = 0; round < 400; ++round) {
+        std::vector<Name> names;
+        for (std::size_t size = 1 + random() % 14; names.size() < size;) {
+            const Name name(random() % 2 == 0 ? random() % 3 : 65533 + random() % 3, random() % 4);
+            if (std::ranges::find(names, name) == names.end()) names.push_back(name);
+        }
+        std::ranges::shuffle(names, random);
+        std::vector<std::pair<Name, Name>> edges;
+        std::string description;
+        const auto text_of = [](const Name &n) { return std::to_string(n.first) + "." + std::to_string(n.second); };
+        for (const Name &name : names)
+            description += text_of(name) + ",";
+        for (std::size_t left = random() % 20; left > 0; --left) {
+            const std::size_t a = random() % names.size(), b = random() % names.size();
+            // Two of three rounds follow the shuffled order, so that they have no loop.
+            if (round % 3 != 0 && a >= b) continue;
+            edges.emplace_back(names[a], names[b]);
+            description += text_of(names[a]) + " -> " + text_of(names[b]) + ",";
+        }
+        description.pop_back();
+        const Sweeps sweeps = sweep_literally({names.begin(), names.end()}, edges);
+        ASSERT_EQ(order(description), sweeps.order) << description;
+        ASSERT_EQ(traces, sweeps.listings) << description;
+        ++(result == 0 ? orders : loops);
+    }
+    EXPECT_GT(loops, 50);
+    EXPECT_GT(orders, 200);
+}
+
+TEST_F(Ordering, GivesTheQueueThatMemoryAllows) {
+    test::FailingMalloc memory;
+    EXPECT_EQ(order(""), "0:");
+    EXPECT_EQ(memory.calls(), 0);
+    draw("1.1 -> 1.2, 1.3");
+    memory.fail_nth(1, 3 * sizeof(vertex *));
+    EXPECT_EQ(order(), "-1:");
+    memory.fail_nth(1, sizeof(queue_node));
+    EXPECT_EQ(order(), "0: 1.2 1.3") << "an element without a node is not printed, the others are";
+}
+
+TEST_F(Ordering, VisitsFirstInFirstOut) {
+    const std::pair<const char *, const char *> cases[] = {
+        {"", "0:"},
+        {"1.1, 1.2, 1.3", "0: 1.3 1.2 1.1"},
+        {"1.1 -> 1.2, 1.1 -> 1.3, 1.4", "0: 1.4 1.1 1.3 1.2"},
+        {"1.1 -> 1.2, 1.1 -> 1.2, 1.2 -> 1.3, 1.1 -> 1.3", "0: 1.1 1.2 1.3"},
+        {"1.1 -> 1.2, 1.2 -> 1.1, 1.3", "-1: 1.3"},
+        {"1.1 -> 1.1", "-1:"},
+    };
+    for (const auto &[description, queue] : cases)
+        EXPECT_EQ(order(description, visit), queue) << description;
+}
+
+TEST_F(Ordering, AbortsAVisitWithoutMemory) {
+    draw("1.1 -> 1.2");
+    test::FailingMalloc memory;
+    EXPECT_DEATH((memory.fail_nth(1), visit(&drawn, &ordered)), "visit: not enough memory\\.");
+    EXPECT_DEATH((memory.fail_nth(3), visit(&drawn, &ordered)), "visit: not enough memory \\(2\\)\\.");
+}
+
+TEST_F(Ordering, QueuesFirstInFirstOut) {
+    int data[3] = {};
+    init_queue(&ordered);
+    EXPECT_EQ(dequeue(&ordered), nullptr);
+    EXPECT_EQ(ordered.count, 0);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(enqueue(&ordered, &data[i]), i + 1);
+    std::vector<void *> seen;
+    traverse(
+        &ordered, [](void *item, void *list) { static_cast<std::vector<void *> *>(list)->push_back(item); }, &seen);
+    EXPECT_EQ(seen, (std::vector<void *>{&data[0], &data[1], &data[2]}));
+    {
+        test::FailingMalloc memory;
+        memory.fail_nth(1);
+        EXPECT_EQ(enqueue(&ordered, data), -1);
+    }
+    EXPECT_EQ(ordered.count, 3);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(dequeue(&ordered), &data[i]);
+    EXPECT_EQ(ordered.tail, nullptr);
+    EXPECT_EQ(enqueue(&ordered, data), 1);
+    EXPECT_EQ(dequeue(&ordered), data);
+}
+
+} // namespace

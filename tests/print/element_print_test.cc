@@ -1,0 +1,293 @@
+// One element of an ordered level: interface blocks in every display, ordinary text, the walk of a feature's
+// interfaces, the members of port channels, and what port profiles and the display conversion make of it.
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/cmdshell.h"
+#include "platform/csm.h"
+#include "support/story.h"
+
+namespace {
+
+using test::add_intf_text;
+using test::store_element;
+using Calls = std::vector<std::string>;
+
+class ElementPrinter : public test::Story {
+  protected:
+    ElementPrinter() {
+        test::start_generation(&req);
+        setenv("SYSMGR_VDC_ID", "1", 1);
+        gl_q = 6;
+    }
+
+    // The switch's interfaces reach the chains.
+    void take_up_interfaces() {
+        qarn_ifindex_lists_init(&req);
+        sw.calls.clear();
+    }
+    // An interface element, in the order in which the interface pass would queue it.
+    qarn_elem *interface_element(std::uint32_t uuid, const std::map<std::uint32_t, std::string> &texts,
+                                 std::uint32_t property = QARN_PROP_INTF) {
+        qarn_elem *elem = store_element({.uuid = uuid, .elem_id = 1, .property = property});
+        for (const auto &[if_index, intf_text] : texts)
+            add_intf_text(elem, if_index, intf_text);
+        enqueue(&intf_element_q, vertex_of(uuid, 1));
+        return elem;
+    }
+    vertex *vertex_of(std::uint32_t uuid, std::uint32_t elem_id) {
+        keys_.push_back({static_cast<std::uint16_t>(uuid), static_cast<std::uint16_t>(elem_id)});
+        vertices_.push_back({});
+        vertices_.back().data = &keys_.back();
+        return &vertices_.back();
+    }
+    std::string print(std::uint32_t uuid, std::uint32_t elem_id) {
+        qarn_cfg_req_msg request;
+        std::memset(&request, 0, sizeof request);
+        request.vsan_mask.bits[0] = 0x40; // VSAN 1
+        watch([&] { qarn_element_cfg_print(vertex_of(uuid, elem_id), &request); });
+        EXPECT_EQ(g_intf_config_str, nullptr) << "released after every interface";
+        return text;
+    }
+
+  private:
+    std::deque<qarn_merge_key> keys_;
+    std::deque<vertex> vertices_;
+};
+
+TEST_F(ElementPrinter, PrintsTheBlocksOfItsInterfacesInEveryDisplay) {
+    add_interface(1, "Ethernet1/1", 7);
+    add_interface(2, "Ethernet1/2", 7);
+    add_interface(3, "Ethernet1/3", 7).vsan = 2;
+    add_interface(4, "Vlan1", 8);
+    take_up_interfaces();
+    interface_element(6, {{3, "  second"}, {1, "  second"}});
+    interface_element(5, {{1, "  first\n"}});
+    const std::string first = "\ninterface Ethernet1/1\n  second\n  first\n", empty = "\ninterface Ethernet1/2\n",
+                      other_vsan = "\ninterface Ethernet1/3\n  second\n";
+    for (const std::uint32_t display : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u, 12u, 16u, 0xffffffffu}) {
+        cfg_display = display;
+        const bool filters = display == 1 || display == 3, text_only = display == 7 || display == 8 || display == 10;
+        EXPECT_EQ(print(223, 7), first + (text_only ? "" : empty) + (filters ? "" : other_vsan)) << display;
+        EXPECT_EQ(calls_of("vsh_is_interface_display_allowed").size(), filters ? 3u : 0u) << display;
+        EXPECT_EQ(calls_of("ppm_intf_shrun_merge").size(), text_only ? 0u : filters ? 2u : 3u) << display;
+        EXPECT_EQ(print(223, 9), "") << "no such block " << display;
+    }
+    EXPECT_EQ(g_intf_uuid, 223u);
+    EXPECT_EQ(g_intf_elem, 9u);
+    store_element({.uuid = 223, .elem_id = 7, .property = QARN_PROP_DUMMY});
+    EXPECT_EQ(print(223, 7), "") << "a placeholder";
+}
+
+TEST_F(ElementPrinter, MergesPortProfilesUnlessTheyAreBypassed) {
+    add_interface(1, "Ethernet1/1", 7).port_profile = "web";
+    sw.port_profiles["web"] = "  mtu 9216\n";
+    take_up_interfaces();
+    interface_element(5, {{1, "  shut\n"}});
+    const std::string plain = "\ninterface Ethernet1/1\n  shut\n", merged = plain + "  mtu 9216\n";
+    struct Case {
+        const char *what;
+        std::int32_t feature = 0, send_all = 0, bypass = 0;
+        std::uint32_t filter = 0;
+        std::string text;
+        bool asks = true;
+    } const cases[] = {
+        {.what = "merged", .text = merged},
+        {.what = "other filter bits", .filter = ~0x200u, .text = merged},
+        {.what = "filter bit", .filter = 0x200, .text = plain, .asks = false},
+        {.what = "bypassed", .bypass = 1, .text = plain, .asks = false},
+        {.what = "all services in feature mode", .feature = 1, .send_all = 1, .text = merged},
+        // The interface printer writes a header too, from the name that the feature-mode walk left.
+        {.what = "one feature", .feature = 1, .text = "\ninterface Ethernet1/1\n\ninterface \n  shut\n", .asks = false},
+    };
+    ppm_merge_input.cfg_source = 2;
+    for (const Case &c : cases) {
+        qarn_feature = c.feature;
+        qarn_feature_send_all = c.send_all;
+        g_bypass_ppm = c.bypass;
+        g_cli_execution_filter_mode = c.filter;
+        EXPECT_EQ(print(223, 7), c.text) << c.what;
+        EXPECT_EQ(calls_of("ppm_intf_shrun_merge"),
+                  c.asks ? Calls{"ppm_intf_shrun_merge(6, 0x1, {0, 0, 0, 2, 0, 0})"} : Calls())
+            << c.what;
+        EXPECT_EQ(ppm_merge_input.bypass, static_cast<std::uint32_t>(c.bypass)) << c.what;
+    }
+    qarn_feature = g_bypass_ppm = 0;
+    g_cli_execution_filter_mode = 0;
+    sw.next("ppm_intf_shrun_merge", {});
+    EXPECT_EQ(print(223, 7), "\ninterface Ethernet1/1\n") << "no merged text, no body";
+}
+
+TEST_F(ElementPrinter, FollowsPortChannelsByTheirMembers) {
+    add_interface(0x16000001, "port-channel1", 20).members = {1, 2};
+    add_interface(0x16000002, "port-channel2", 20);
+    add_interface(0x16000003, "port-channel3.1", 20).port_channel_sub_interface = true;
+    add_interface(1, "Ethernet1/1", 7).members = {2};
+    add_interface(2, "Ethernet1/2", 7).port_profile = "web";
+    sw.port_profiles["web"] = "  mtu 9216\n";
+    cmd_token_id = 167;
+    take_up_interfaces();
+    interface_element(5, {{1, "  one\n"}, {2, "  two\n"}, {0x16000001, "  lacp\n"}});
+    const std::string channels = "\ninterface port-channel2\n\ninterface port-channel3.1\n";
+    EXPECT_EQ(print(223, 20),
+              "\ninterface port-channel1\n  lacp\n\ninterface Ethernet1/1\n  one\n"
+              "\ninterface Ethernet1/2\n  two\n" +
+                  channels);
+    EXPECT_EQ(calls_of("pcm_get_pc_info"), (Calls{"pcm_get_pc_info(1, 0x16000001)", "pcm_get_pc_info(1, 0x16000002)"}));
+    EXPECT_EQ(calls_of("ppm_intf_shrun_merge").size(), 3u) << "members are merged under a filter bit only";
+    g_cli_execution_filter_mode = 0x208;
+    EXPECT_EQ(print(223, 20),
+              "\ninterface port-channel1\n  lacp\n\ninterface Ethernet1/1\n  one\n"
+              "\ninterface Ethernet1/2\n  two\n  mtu 9216\n" +
+                  channels);
+    sw.error_texts = {{99, "not today"}};
+    sw.next("pcm_get_pc_info", {99});
+    EXPECT_EQ(print(223, 20),
+              "\ninterface port-channel1\n  lacp\n"
+              "pcm_get_pc_info failed for 0x16000001 retval not today\n" +
+                  channels);
+    EXPECT_EQ(print(223, 7), "\ninterface Ethernet1/1\n  one\n\ninterface Ethernet1/2\n  two\n") << "another block";
+    cmd_token_id = 0;
+    EXPECT_EQ(print(223, 20), "\ninterface port-channel1\n  lacp\n" + channels) << "another command";
+
+    cmd_token_id = 167;
+    for (std::uint32_t member = 3; member <= 40; ++member)
+        sw.interfaces[0].members.push_back(member);
+    const std::string many = print(223, 20);
+    EXPECT_NE(many.find("\ninterface if0x24\n" + channels), std::string::npos) << "the first 36 of 40\n" << many;
+}
+
+TEST_F(ElementPrinter, AsksForMembersInTheVdcOfTheShell) {
+    add_interface(0x16000001, "port-channel1", 20);
+    cmd_token_id = 167;
+    take_up_interfaces();
+    const std::pair<const char *, const char *> cases[] = {
+        {"3", "3"}, {"65538", "2"}, {" 4x", "4"}, {"0", "0"}, {"", "1"}, {"none", "1"}, {nullptr, "1"},
+    };
+    for (const auto &[value, vdc] : cases) {
+        value != nullptr ? setenv("SYSMGR_VDC_ID", value, 1) : unsetenv("SYSMGR_VDC_ID");
+        print(223, 20);
+        EXPECT_EQ(calls_of("pcm_get_pc_info"), Calls{std::string("pcm_get_pc_info(") + vdc + ", 0x16000001)"});
+    }
+}
+
+TEST_F(ElementPrinter, PrintsTheTextOfAnOrdinaryElement) {
+    qarn_elem *elem = store_element({.uuid = 5, .elem_id = 1}, "vlan 10");
+    store_element({.uuid = 5, .elem_id = 2});
+    store_element({.uuid = 5, .elem_id = 3, .property = QARN_PROP_DUMMY}, "never");
+    g_intf_config = 1;
+    EXPECT_EQ(print(5, 1), "vlan 10\n");
+    EXPECT_STREQ(elem->cfg_str->str, "vlan 10\n") << "ended in place";
+    EXPECT_EQ(add_nl, 1);
+    EXPECT_EQ(g_intf_config, 0);
+    add_nl = 0;
+    EXPECT_EQ(print(5, 2) + print(5, 3) + print(5, 4), "") << "without text, a placeholder, an unknown element";
+    cfg_display = QARN_DISPLAY_INTERFACE;
+    EXPECT_EQ(print(5, 1), "") << "the interface display has blocks only";
+    cfg_display = QARN_DISPLAY_ALL;
+    qarn_feature_dns = 1;
+    EXPECT_EQ(print(5, 1), "") << "an in-process service has printed it";
+    EXPECT_EQ(add_nl, 0);
+    elem->cfg_str = g_string_new("%s 100%\n\n");
+    qarn_feature_dns = 0;
+    EXPECT_EQ(print(5, 1), "%s 100%\n\n");
+}
+
+TEST_F(ElementPrinter, WalksTheInterfacesOfAFeatureOnce) {
+    add_interface(1, "Ethernet1/1", 7);
+    add_interface(2, "Ethernet1/2", 8);
+    add_interface(3, "Ethernet1/3", 7);
+    take_up_interfaces();
+    interface_element(5, {{1, "  one"}, {3, ""}});
+    interface_element(6, {{1, "  more\n"}, {2, "  two\n"}});
+    store_element({.uuid = 4, .elem_id = 1}, "first\n");
+    g_string_append(qarn_merge_value_get(5, 1)->elem->cfg_str, "own\n");
+    qarn_parse_tlv(test::Tlv()
+                       .element({.uuid = 8, .elem_id = 1, .property = 4, .val_type = 1})
+                       .intf_command(2, sim::command_message("  command"))
+                       .array()
+                       .data(),
+                   merge_elem_table_p);
+    enqueue(&intf_element_q, vertex_of(8, 1));
+    sw.port_profiles["web"] = "  mtu 9216\n";
+    sw.interfaces[0].port_profile = "web";
+    qarn_feature = 1;
+    EXPECT_EQ(print(4, 1), "first\n") << "no interface configuration of its own";
+    EXPECT_EQ(print(5, 1),
+              "own\n"
+              "\ninterface Ethernet1/1\n  one\n  more\n"
+              "\ninterface Ethernet1/3\n"
+              "\ninterface Ethernet1/2\n\ninterface Ethernet1/2\n  command\n  two\n");
+    EXPECT_EQ(calls_of("ppm_intf_shrun_merge"), Calls());
+    EXPECT_EQ(print(5, 1), "own\n") << "once";
+    EXPECT_EQ(print(6, 1), "");
+    for (const auto &[feature, send_all] : {std::pair(0, 0), std::pair(1, 1)}) {
+        g_all_intf_config_printed = 0;
+        qarn_feature = feature;
+        qarn_feature_send_all = send_all;
+        EXPECT_EQ(print(5, 1), "own\n") << feature;
+    }
+}
+
+std::uint32_t conversion_result;
+std::string converted;
+std::uint32_t convert(void *handle, const char *text, std::uint32_t one, std::uint32_t zero,
+                      std::int32_t (*output)(const char *, ...)) {
+    converted += text;
+    EXPECT_TRUE(handle == &converted && one == 1 && zero == 0);
+    if (conversion_result == 0) output("<%s>", text);
+    return conversion_result;
+}
+
+TEST_F(ElementPrinter, LetsTheDisplayConversionWriteText) {
+    store_element({.uuid = 5, .elem_id = 1}, "vlan 10");
+    store_element({.uuid = 222, .elem_id = 1}, "specification\n");
+    ddas_qarn_cnv_handle_p = &converted;
+    EXPECT_EQ(print(5, 1), "vlan 10\n") << "no function";
+    ddas_cnv_func_ptr = convert;
+    add_nl = 0;
+    EXPECT_EQ(print(5, 1), "<vlan 10\n>");
+    EXPECT_EQ(add_nl, 0);
+    EXPECT_EQ(print(222, 1), "specification\n");
+    conversion_result = 7;
+    EXPECT_EQ(print(5, 1), "vlan 10\n");
+    EXPECT_EQ(add_nl, 1);
+    EXPECT_EQ(converted, "vlan 10\nvlan 10\n");
+    ddas_qarn_cnv_handle_p = nullptr;
+    EXPECT_EQ(print(5, 1), "vlan 10\n");
+    EXPECT_EQ(converted, "vlan 10\nvlan 10\n") << "no conversion is open";
+}
+
+TEST_F(ElementPrinter, TracesItsWay) {
+    add_interface(0x16000001, "port-channel1", 20).members = {1};
+    add_interface(0x16000002, "port-channel2", 20).vsan = 2;
+    cmd_token_id = 167;
+    take_up_interfaces();
+    interface_element(5, {{1, "  one\n"}});
+    g_string_append(qarn_merge_value_get(5, 1)->elem->cfg_str, "own\n");
+    debug = QARN_DEBUG_INTERFACE;
+    cfg_display = QARN_DISPLAY_VSAN;
+    EXPECT_EQ(print(223, 20), "\ninterface port-channel1\n\ninterface if0x1\n  one\n");
+    EXPECT_EQ(traces,
+              "Ifindex list of length:2\nPrinting config for Ifindex:16000001\n"
+              "Getting members for ifIndex 16000001\nFound 1 members for ifIndex 0x16000001\n"
+              "Ifindex:16000002 should not be displayed\n");
+    print(223, 7);
+    EXPECT_EQ(traces, "Ifindex list not found for intf elem:7\n");
+    cfg_display = QARN_DISPLAY_BFD;
+    print(223, 20);
+    EXPECT_EQ(traces,
+              "Ifindex list of length:2\n interface  16000001 config length 0\n"
+              " interface  16000002 config length 0\n");
+    cfg_display = QARN_DISPLAY_ALL;
+    qarn_feature = 1;
+    g_all_intf_config_printed = 0;
+    debug = QARN_DEBUG_INTERFACE | QARN_DEBUG_PRINT;
+    EXPECT_EQ(print(5, 1), "Printing config for UUID:5 Elem:1\nown\n");
+    EXPECT_EQ(traces,
+              "Ifindex list of length:2\nPrinting config for Ifindex:16000001\n"
+              "Printing config for Ifindex:16000002\n");
+    EXPECT_EQ(print(9, 9), "Printing config for UUID:9 Elem:9\n") << "also of an element that is not there";
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// VLAN and VSAN sets: as the command names them, and as one line of the configuration.
+#include <cstring>
+
+#include "platform/csm.h"
+#include "support/story.h"
+
+namespace {
+
+using Ids = std::vector<int>;
+using Ranges = std::vector<std::pair<std::int32_t, std::int32_t>>;
+
+qarn_id_mask mask_of(const Ids &ids) {
+    qarn_id_mask mask = {};
+    for (const int id : ids)
+        mask.bits[id / 8] = static_cast<std::uint8_t>(mask.bits[id / 8] | (0x80 >> id % 8));
+    return mask;
+}
+
+Ids ids_of(const qarn_id_mask &mask) {
+    Ids ids;
+    for (int id = 0; id < 4096; ++id)
+        if ((mask.bits[id / 8] & (0x80 >> id % 8)) != 0) ids.push_back(id);
+    return ids;
+}
+
+Ids between(int first, int last, int step = 1) {
+    Ids ids;
+    for (int id = first; id <= last; id += step)
+        ids.push_back(id);
+    return ids;
+}
+
+class IdRange : public test::Story {};
+
+TEST_F(IdRange, PrintsASetAsItsRuns) {
+    Ids pairs;
+    std::string longest;
+    for (int id = 0; id < 4096; id += 3) {
+        pairs.push_back(id);
+        if (id < 4095) pairs.push_back(id + 1);
+        longest += (id == 0 ? "" : ",") + std::to_string(id) + (id < 4095 ? "-" + std::to_string(id + 1) : "");
+    }
+    const struct {
+        const char *what;
+        Ids ids;
+        std::string text;
+    } cases[] = {
+        {"nothing", {}, ""},
+        {"the least id", {0}, "0"},
+        {"the greatest", {4095}, "4095"},
+        {"runs of one, two and three", {1, 2, 3, 5, 7, 8, 4095}, "1-3,5,7-8,4095"},
+        {"across words", between(31, 96), "31-96"},
+        {"a word apart", {31, 64, 95, 96}, "31,64,95-96"},
+        {"to the end", between(4064, 4095), "4064-4095"},
+        {"all but one", between(1, 4095), "1-4095"},
+        {"everything", between(0, 4095), "0-4095"},
+        {"the longest", pairs, longest},
+    };
+    EXPECT_EQ(longest.size(), 12913u);
+    for (const auto &c : cases) {
+        const qarn_id_mask mask = mask_of(c.ids);
+        watch([&] { qarn_vlan_mask_print(&mask); });
+        EXPECT_EQ(text, "vlan " + c.text + "\n") << c.what;
+        watch([&] { qarn_vlan_config_mask_print(&mask); });
+        EXPECT_EQ(text, "vlan configuration " + c.text + "\n") << c.what;
+        watch([&] { qarn_vsan_mask_print(&mask); });
+        EXPECT_EQ(text, "\nvsans " + c.text + "\n") << c.what;
+    }
+}
+
+int outputs;
+std::int32_t count_output(const char *, ...) {
+    return ++outputs;
+}
+
+TEST_F(IdRange, PrintsALineInOneCall) {
+    const test::Interposed output("csm_qarn_sp_print", reinterpret_cast<void *>(count_output));
+    const qarn_id_mask mask = mask_of(between(0, 4095, 2));
+    qarn_vlan_mask_print(&mask);
+    EXPECT_EQ(outputs, 1);
+}
+
+TEST_F(IdRange, TakesTheIdsThatTheCommandNames) {
+    const Ids all = between(0, 4095);
+    constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min(),
+                           kHighest = std::numeric_limits<std::int32_t>::max();
+    struct Case {
+        const char *what;
+        std::uint32_t display;
+        bool has_token;
+        Ranges ranges;
+        Ids allowed_vsans, vsans, vlans;
+    } const cases[] = {
+        {"VSANs", 1, true, {{10, 12}, {20, 20}}, all, {10, 11, 12, 20}, all},
+        {"VSANs less those that may not be shown", 1, true, {{10, 12}, {20, 20}}, {11, 20, 30}, {11, 20}, all},
+        {"VLANs", 2, true, {{10, 12}, {20, 20}, {0, 0}, {4095, 4095}}, {}, all, {0, 10, 11, 12, 20, 4095}},
+        {"overlapping", 2, true, {{1, 3}, {2, 4}}, all, all, {1, 2, 3, 4}},
+        {"reversed", 2, true, {{12, 10}, {5, 5}}, all, all, {5}},
+        {"no ranges", 2, true, {}, all, all, {}},
+        {"no VSAN ranges", 1, true, {}, all, {}, all},
+        {"no token", 1, false, {}, {1}, all, all},
+        {"no VLAN token", 2, false, {}, {1}, all, all},
+        {"another display", 3, true, {{1, 2}}, {1}, all, all},
+        {"bounds without ids",
+         2,
+         true,
+         {{kLowest, 1}, {4094, kHighest}, {4096, 5000}, {-9, -1}},
+         all,
+         all,
+         {0, 1, 4094, 4095}},
+        {"every number", 1, true, {{kLowest, kHighest}}, {0, 7}, {0, 7}, all},
+    };
+    for (const Case &c : cases) {
+        cfg_display = c.display;
+        req.num_tokens = 0;
+        if (c.has_token) add_ranges_token(c.ranges);
+        req.vsan_mask = mask_of(c.allowed_vsans);
+        std::memset(&req.vlan_mask, 0, sizeof req.vlan_mask);
+        qarn_id_mask vsans, vlans;
+        std::memset(&vsans, 0x55, sizeof vsans);
+        std::memset(&vlans, 0x55, sizeof vlans);
+        qarn_vsan_mask_populate(&req, &vsans);
+        EXPECT_EQ(ids_of(req.vlan_mask), Ids()) << c.what;
+        qarn_vlan_mask_populate(&req, &vlans);
+        EXPECT_EQ(ids_of(vsans), c.vsans) << c.what;
+        EXPECT_EQ(ids_of(vlans), c.vlans) << c.what;
+        EXPECT_EQ(ids_of(req.vlan_mask), all) << c.what;
+        EXPECT_EQ(vsans.len + vlans.len + req.vlan_mask.len, 3 * 512u) << c.what;
+    }
+    cfg_display = QARN_DISPLAY_VLAN;
+    req.num_tokens = 0;
+    add_token(0);
+    qarn_id_mask vlans;
+    qarn_vlan_mask_populate(&req, &vlans);
+    EXPECT_EQ(ids_of(vlans), Ids()) << "a token without a value names nothing";
+}
+
+} // namespace
