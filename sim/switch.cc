@@ -50,6 +50,7 @@ std::optional<Outcome> Switch::take_outcome(const char *function) {
     if (scripted.empty()) return {};
     const auto found = scripted.find(function);
     if (found == scripted.end() || found->second.empty()) return {};
+    if (found->second.front().after-- > 0) return {};
     const Outcome outcome = found->second.front();
     found->second.pop_front();
     if (found->second.empty()) scripted.erase(found);

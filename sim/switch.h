@@ -142,6 +142,7 @@ struct SwitchProfile {
 struct Outcome {
     std::int64_t result = 0;
     int error = 0; // errno
+    int after = 0; // calls that still do their work before
 };
 
 struct Switch {

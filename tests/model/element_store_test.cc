@@ -1,4 +1,6 @@
 // The element store: what an entry is found by, and what happens to one that is entered again.
+#include <tuple>
+
 #include "support/story.h"
 
 namespace {
@@ -61,24 +63,20 @@ TEST_F(ElementStore, StaysAsItIsWithoutMemory) {
 }
 
 TEST_F(ElementStore, AdmitsElementsToPassesByLevelAndKind) {
-    struct Case {
-        std::int32_t pass_level, intf_only;
-        std::uint32_t level, property;
-        std::int32_t admitted;
-    } const cases[] = {
+    const std::tuple<std::int32_t, std::int32_t, std::uint32_t, std::uint32_t, std::int32_t> cases[] = {
         {-1, 0, 5, 0, 1},  {-1, 0, 5, 4, 1},         {-1, 1, 5, 0xfb, 0}, {-1, 1, 5, 0x14, 1},
         {-1, 2, 5, 0, 1},  {5, 0, 5, 0, 1},          {5, 0, 6, 4, 0},     {5, 1, 5, 4, 1},
         {5, 1, 5, 0, 0},   {5, 1, 6, 4, 0},          {0, 0, 0, 0, 1},     {0, 0, 1, 0, 0},
         {12, 0, 12, 0, 1}, {0, 0, 0xffffffff, 0, 0}, {-2, 0, 5, 0, 0},    {-1, 0, 0xffffffff, 0, 1},
     };
-    for (const Case &c : cases) {
+    for (const auto &[pass_level, intf_only, level, property, admitted] : cases) {
         qarn_elem elem = {};
-        elem.level = c.level;
-        elem.property = c.property;
+        elem.level = level;
+        elem.property = property;
         qarn_merge_val value = {&elem, nullptr};
-        qarn_merge_graph_info pass = {c.pass_level, c.intf_only, {}};
-        EXPECT_EQ(qarn_merge_val_filter_check(&value, &pass), c.admitted)
-            << c.pass_level << " " << c.intf_only << " " << c.level << " " << c.property;
+        qarn_merge_graph_info pass = {pass_level, intf_only, {}};
+        EXPECT_EQ(qarn_merge_val_filter_check(&value, &pass), admitted)
+            << pass_level << " " << intf_only << " " << level << " " << property;
     }
 }
 

@@ -1,4 +1,6 @@
 // Which interfaces a command covers, as the interface manager says.
+#include <tuple>
+
 #include "platform/ifmgr.h"
 #include "support/story.h"
 
@@ -64,12 +66,7 @@ TEST_F(InterfaceLists, AreEmptyWithoutInterfacesOrMemory) {
 }
 
 TEST_F(InterfaceLists, AskForNamedInterfacesOnlyInTheirDisplay) {
-    struct Case {
-        const char *what;
-        std::uint32_t display, token, type;
-        bool has_token;
-        Calls calls;
-    } const cases[] = {
+    const std::tuple<const char *, std::uint32_t, std::uint32_t, std::uint32_t, bool, Calls> cases[] = {
         {"named", 3, 0, IF_TOKEN_TYPE_INTERFACE, true, {"if_manager_ifindex_list_get(0)"}},
         {"another kind of token", 3, 0, IF_TOKEN_TYPE_INTERFACE + 1, true, {"if_manager_ifindex_list_get(1)"}},
         {"no token", 3, 0, IF_TOKEN_TYPE_INTERFACE, false, {"if_manager_ifindex_list_get(1)"}},
@@ -82,26 +79,14 @@ TEST_F(InterfaceLists, AskForNamedInterfacesOnlyInTheirDisplay) {
          {"if_manager_ifindex_list_get(0)", "if_manager_ifindex_list_get(1)"}},
         {"membership of all", 0, 167, 0, false, {"if_manager_ifindex_list_get(1)", "if_manager_ifindex_list_get(1)"}},
     };
-    for (const Case &c : cases) {
-        cfg_display = c.display;
-        cmd_token_id = c.token;
+    for (const auto &[what, display, token, type, has_token, wanted_calls] : cases) {
+        cfg_display = display;
+        cmd_token_id = token;
         req.num_tokens = 0;
-        if (c.has_token) add_token(130, nullptr, c.type);
-        EXPECT_EQ(init(), 0u) << c.what;
-        EXPECT_EQ(sw.calls, c.calls) << c.what;
+        if (has_token) add_token(130, nullptr, type);
+        EXPECT_EQ(init(), 0u) << what;
+        EXPECT_EQ(sw.calls, wanted_calls) << what;
     }
-}
-
-TEST_F(InterfaceLists, SendNamedInterfacesOfTheMembershipVariantToTheFirstChainOnly) {
-    cfg_display = QARN_DISPLAY_INTERFACE;
-    cmd_token_id = 167;
-    add_ranges_token({{2, 2}});
-    req.tokens[0]->type = IF_TOKEN_TYPE_INTERFACE;
-    EXPECT_EQ(init(), 0u);
-    ASSERT_NE(membership_multi_list_head_p, nullptr);
-    EXPECT_EQ(membership_multi_list_head_p->elem_id, 20u);
-    EXPECT_EQ(membership_multi_list_head_p->next, nullptr);
-    EXPECT_EQ(combined(), (Indexes{1, 3, 2}));
 }
 
 TEST_F(InterfaceLists, KeepWhatTheyHeldWhenTheManagerFails) {

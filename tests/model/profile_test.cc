@@ -1,4 +1,7 @@
 // When interface blocks are merged with port profiles, and when a switch profile follows the configuration.
+#include <array>
+#include <tuple>
+
 #include "platform/cmdshell.h"
 #include "support/story.h"
 
@@ -12,73 +15,51 @@ class Profiles : public test::Story {
 };
 
 TEST_F(Profiles, FollowFromTheCommandAndTheFilterMode) {
-    struct Case {
-        const char *what;
-        std::uint32_t token = 0, filter = 0x08, script = 0;
-        std::int32_t feature = 0, send_all = 0, bypass = 0;
-        std::uint32_t cmd_code = 0, index = 0, vdc_type = 0;
-        // expected
-        std::uint32_t token_mode = 0, script_mode = 0;
-        std::int32_t bypass_switch_profile = 1, bypass_after = 0;
-        std::uint32_t filter_after = 0x08;
-    } const cases[] = {
-        {.what = "a plain command", .bypass_switch_profile = 0},
-        {.what = "no filter mode", .filter = 0, .filter_after = 0},
-        {.what = "switch profiles refused", .filter = 0x88, .filter_after = 0x88},
-        {.what = "bit 0x04 is a script",
-         .filter = 0x0c,
-         .token_mode = 1,
-         .script_mode = 1,
-         .bypass_switch_profile = 0,
-         .filter_after = 0x0c},
-        {.what = "bit 0x40", .filter = 0x48, .token_mode = 1, .bypass_switch_profile = 0, .filter_after = 0x48},
-        {.what = "a script", .script = 7, .script_mode = 1, .bypass_switch_profile = 0},
-        {.what = "token 203", .token = 203, .token_mode = 1, .bypass_switch_profile = 0},
-        {.what = "token 206", .token = 206, .token_mode = 1, .bypass_switch_profile = 0, .filter_after = 0x48},
-        {.what = "token 206 without filter bits", .token = 206, .filter = 0, .token_mode = 1, .filter_after = 0x40},
-        {.what = "token 206 with bit 0x04",
-         .token = 206,
-         .filter = 0x0c,
-         .token_mode = 1,
-         .script_mode = 1,
-         .bypass_switch_profile = 0,
-         .filter_after = 0x4c},
-        {.what = "another token", .token = 130},
-        {.what = "one feature", .feature = 1},
-        {.what = "all services in feature mode", .feature = 1, .send_all = 1, .bypass_switch_profile = 0},
-        {.what = "bypassed by the command", .bypass = 1, .bypass_after = 1},
-        {.what = "a command code", .cmd_code = 115},
-        {.what = "a feature row", .index = 3},
-        {.what = "a VDC without port profiles, decided afterwards",
-         .vdc_type = 2,
-         .bypass_switch_profile = 0,
-         .bypass_after = 1},
-        {.what = "another type of VDC", .vdc_type = 3, .bypass_switch_profile = 0},
+    constexpr char kShown[] = "switch profile", kNot[] = "none";
+    // token, filter mode, script, feature, send_all, bypass, command code, row, VDC type; then token mode, script mode,
+    // what follows, bypass and filter mode afterwards
+    using Words = std::array<std::uint32_t, 9>;
+    using Decided = std::tuple<std::uint32_t, std::uint32_t, std::string, std::int32_t, std::uint32_t>;
+    const std::tuple<const char *, Words, Decided> cases[] = {
+        {"a plain command", {0, 0x08}, {0, 0, kShown, 0, 0x08}},
+        {"no filter mode", {0, 0}, {0, 0, kNot, 0, 0}},
+        {"switch profiles refused", {0, 0x88}, {0, 0, kNot, 0, 0x88}},
+        {"bit 0x04 is a script", {0, 0x0c}, {1, 1, kShown, 0, 0x0c}},
+        {"bit 0x40", {0, 0x48}, {1, 0, kShown, 0, 0x48}},
+        {"a script", {0, 0x08, 7}, {0, 1, kShown, 0, 0x08}},
+        {"token 203", {203, 0x08}, {1, 0, kShown, 0, 0x08}},
+        {"token 206", {206, 0x08}, {1, 0, kShown, 0, 0x48}},
+        {"token 206 without filter bits", {206, 0}, {1, 0, kNot, 0, 0x40}},
+        {"token 206 with bit 0x04", {206, 0x0c}, {1, 1, kShown, 0, 0x4c}},
+        {"another token", {130, 0x08}, {0, 0, kNot, 0, 0x08}},
+        {"one feature", {0, 0x08, 0, 1}, {0, 0, kNot, 0, 0x08}},
+        {"all services in feature mode", {0, 0x08, 0, 1, 1}, {0, 0, kShown, 0, 0x08}},
+        {"bypassed by the command", {0, 0x08, 0, 0, 0, 1}, {0, 0, kNot, 1, 0x08}},
+        {"a command code", {0, 0x08, 0, 0, 0, 0, 115}, {0, 0, kNot, 0, 0x08}},
+        {"a feature row", {0, 0x08, 0, 0, 0, 0, 0, 3}, {0, 0, kNot, 0, 0x08}},
+        {"a VDC without port profiles, decided afterwards", {0, 0x08, 0, 0, 0, 0, 0, 0, 2}, {0, 0, kShown, 1, 0x08}},
+        {"another type of VDC", {0, 0x08, 0, 0, 0, 0, 0, 0, 3}, {0, 0, kShown, 0, 0x08}},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.what);
-        ppm_merge_input = {
-            .cmd_code = 9, .reserved = 0, .script_mode = 0, .cfg_source = 9, .bypass = 0, .token_mode = 9};
-        cmd_token_id = c.token;
-        g_cli_execution_filter_mode = c.filter;
-        g_cli_script_mode = c.script;
-        qarn_feature = c.feature;
-        qarn_feature_send_all = c.send_all;
-        g_bypass_ppm = c.bypass;
-        req.cmd_code = c.cmd_code;
-        req.index = c.index;
-        sw.vdc_type = c.vdc_type;
+    for (const auto &[what, given, decided] : cases) {
+        ppm_merge_input = {9, 0, 0, 9, 0, 9};
+        cmd_token_id = given[0];
+        g_cli_execution_filter_mode = given[1];
+        g_cli_script_mode = given[2];
+        qarn_feature = static_cast<std::int32_t>(given[3]);
+        qarn_feature_send_all = static_cast<std::int32_t>(given[4]);
+        g_bypass_ppm = static_cast<std::int32_t>(given[5]);
+        req.cmd_code = given[6];
+        req.index = given[7];
+        sw.vdc_type = given[8];
         init(2);
-        EXPECT_EQ(ppm_merge_input.token_mode, c.token_mode);
-        EXPECT_EQ(ppm_merge_input.script_mode, c.script_mode);
-        EXPECT_EQ(g_bypass_sp_qarn, c.bypass_switch_profile);
-        EXPECT_EQ(g_bypass_ppm, c.bypass_after);
-        EXPECT_EQ(g_cli_execution_filter_mode, c.filter_after);
-        EXPECT_EQ(ppm_merge_input.cmd_code, c.cmd_code);
-        EXPECT_EQ(ppm_merge_input.cfg_source, 2u);
-        std::vector<std::string> calls = {"csm_qarn_sp_init(" + std::to_string(c.token) + ")", "vdc_get_type()"};
-        if (c.bypass_switch_profile != 0) calls.erase(calls.begin());
-        EXPECT_EQ(sw.calls, calls);
+        const Decided found = {ppm_merge_input.token_mode, ppm_merge_input.script_mode,
+                               g_bypass_sp_qarn == 0 ? kShown : kNot, g_bypass_ppm, g_cli_execution_filter_mode};
+        EXPECT_EQ(found, decided) << what;
+        EXPECT_EQ(ppm_merge_input.cmd_code, req.cmd_code) << what;
+        EXPECT_EQ(ppm_merge_input.cfg_source, 2u) << what;
+        std::vector<std::string> calls = {"csm_qarn_sp_init(" + std::to_string(given[0]) + ")", "vdc_get_type()"};
+        if (g_bypass_sp_qarn != 0) calls.erase(calls.begin());
+        EXPECT_EQ(sw.calls, calls) << what;
     }
 }
 

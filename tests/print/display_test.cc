@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 #include "platform/cmdshell.h"
 #include "support/story.h"
@@ -28,11 +29,7 @@ class Header : public test::Story {
 };
 
 TEST_F(Header, NamesTheCommandAndTheTime) {
-    struct Case {
-        const char *what;
-        std::uint32_t source, options;
-        std::string text;
-    } const cases[] = {
+    const std::tuple<const char *, std::uint32_t, std::uint32_t, std::string> cases[] = {
         {"running", 1, 0, "\n!Command: show running-config\n" + time_line},
         {"bits without a meaning", 1, ~0x14u, "\n!Command: show running-config\n" + time_line},
         {"running as saved now", 1, 0x04,
@@ -46,19 +43,16 @@ TEST_F(Header, NamesTheCommandAndTheTime) {
     };
     std::ofstream(path) << "!Startup config saved at: today\n";
     sw.vdc = 0x10002;
-    for (const Case &c : cases) {
-        g_cli_generic_option = c.options;
-        EXPECT_EQ(show(c.source), c.text) << c.what;
-        EXPECT_EQ(traces, "") << c.what;
+    for (const auto &[what, source, options, expected] : cases) {
+        g_cli_generic_option = options;
+        EXPECT_EQ(show(source), expected) << what;
+        EXPECT_EQ(traces, "") << what;
     }
 }
 
 TEST_F(Header, CopiesWhenTheStartupConfigurationWasSaved) {
     const std::string line = "Startup config saved at";
-    struct Case {
-        const char *what;
-        std::string file, shown;
-    } const cases[] = {
+    const std::tuple<const char *, std::string, std::string> cases[] = {
         {"first of two", "!Command: x\n!" + line + ": a\n!" + line + ": b\n", "!" + line + ": a\n"},
         {"leading blanks and tabs", " \t " + line + " \t\n", line + " \t\n"},
         {"no final newline", "x\n" + line, line + "\n"},
@@ -69,9 +63,9 @@ TEST_F(Header, CopiesWhenTheStartupConfigurationWasSaved) {
         {"a longer line is read in pieces", std::string(4097, 'x') + "  " + line + "\n", line + "\n"},
         {"found in neither piece", std::string(4090, 'x') + line + "\n", ""},
     };
-    for (const Case &c : cases) {
-        std::ofstream(path) << c.file;
-        EXPECT_EQ(show(2), "\n!Command: show running-config\n" + time_line + c.shown) << c.what;
+    for (const auto &[what, file, shown] : cases) {
+        std::ofstream(path) << file;
+        EXPECT_EQ(show(2), "\n!Command: show running-config\n" + time_line + shown) << what;
     }
     std::filesystem::remove(path);
     EXPECT_EQ(show(2), "\n!Command: show running-config\n" + time_line);
@@ -183,15 +177,7 @@ TEST_F(Conversion, LivesFromItsSpecificationToTheEndOfTheDisplay) {
 }
 
 TEST_F(Conversion, IsGivenUpWhenItCannotBeOpened) {
-    struct Case {
-        const char *what;
-        bool has_library;
-        std::string missing;
-        std::uint32_t create_status;
-        std::string text;
-        std::size_t resolved;
-        Calls then;
-    } const cases[] = {
+    const std::tuple<const char *, bool, std::string, std::uint32_t, std::string, std::size_t, Calls> cases[] = {
         {"no library", false, "", 0, "", 1, {}},
         {"no create", true, resolved[1], 0, "\n *** no symbol " + resolved[1] + " ***\n", 2, {"close"}},
         {"no convert", true, resolved[2], 0, "\n *** no symbol " + resolved[2] + " ***\n", 3, {"close"}},
@@ -199,18 +185,18 @@ TEST_F(Conversion, IsGivenUpWhenItCannotBeOpened) {
         {"create fails", true, "", 99, "Error in pre display operation:no licence\n", 4, {"create to tables"}},
     };
     test::store_element({.uuid = 222, .elem_id = 1}, "to tables");
-    for (const Case &c : cases) {
-        loader.has_library = c.has_library;
-        loader.missing = c.missing;
-        loader.create_status = c.create_status;
+    for (const auto &[what, has_library, without, create_status, expected, num_resolved, then] : cases) {
+        loader.has_library = has_library;
+        loader.missing = without;
+        loader.create_status = create_status;
         pre();
-        EXPECT_EQ(text, c.text) << c.what;
-        Calls calls(resolved.begin(), resolved.begin() + static_cast<std::ptrdiff_t>(c.resolved));
-        calls.insert(calls.end(), c.then.begin(), c.then.end());
-        EXPECT_EQ(loader.calls, calls) << c.what;
-        EXPECT_EQ(ddas_qarn_cnv_handle_p, nullptr) << c.what;
+        EXPECT_EQ(text, expected) << what;
+        Calls calls(resolved.begin(), resolved.begin() + static_cast<std::ptrdiff_t>(num_resolved));
+        calls.insert(calls.end(), then.begin(), then.end());
+        EXPECT_EQ(loader.calls, calls) << what;
+        EXPECT_EQ(ddas_qarn_cnv_handle_p, nullptr) << what;
         post();
-        EXPECT_EQ(loader.calls, Calls()) << c.what;
+        EXPECT_EQ(loader.calls, Calls()) << what;
     }
 }
 
@@ -222,15 +208,6 @@ TEST_F(Conversion, IsOverEvenWhenItsEndFails) {
     EXPECT_EQ(text, "Error in post display operation:no licence\n");
     EXPECT_EQ(loader.calls, (Calls{"destroy", "close"}));
     EXPECT_EQ(ddas_qarn_cnv_handle_p, nullptr);
-}
-
-TEST_F(Conversion, TakesItsSpecificationFromAService) {
-    sw.service("ddas", 20, 222).element(1, 0).text = "to tables";
-    EXPECT_EQ(run(), 0u);
-    EXPECT_EQ(body(), "to tables\n\n") << "the specification itself is never converted";
-    Calls calls = resolved;
-    calls.insert(calls.end(), {"create to tables", "destroy", "close"});
-    EXPECT_EQ(loader.calls, calls);
 }
 
 TEST_F(Header, ListsPlaceholders) {

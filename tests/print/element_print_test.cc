@@ -2,6 +2,7 @@
 // interfaces, the members of port channels, and what port profiles and the display conversion make of it.
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
@@ -85,32 +86,27 @@ TEST_F(ElementPrinter, MergesPortProfilesUnlessTheyAreBypassed) {
     take_up_interfaces();
     interface_element(5, {{1, "  shut\n"}});
     const std::string plain = "\ninterface Ethernet1/1\n  shut\n", merged = plain + "  mtu 9216\n";
-    struct Case {
-        const char *what;
-        std::int32_t feature = 0, send_all = 0, bypass = 0;
-        std::uint32_t filter = 0;
-        std::string text;
-        bool asks = true;
-    } const cases[] = {
-        {.what = "merged", .text = merged},
-        {.what = "other filter bits", .filter = ~0x200u, .text = merged},
-        {.what = "filter bit", .filter = 0x200, .text = plain, .asks = false},
-        {.what = "bypassed", .bypass = 1, .text = plain, .asks = false},
-        {.what = "all services in feature mode", .feature = 1, .send_all = 1, .text = merged},
-        // The interface printer writes a header too, from the name that the feature-mode walk left.
-        {.what = "one feature", .feature = 1, .text = "\ninterface Ethernet1/1\n\ninterface \n  shut\n", .asks = false},
-    };
+    const std::tuple<const char *, std::int32_t, std::int32_t, std::int32_t, std::uint32_t, std::string, bool> cases[] =
+        {
+            {"merged", 0, 0, 0, 0, merged, true},
+            {"other filter bits", 0, 0, 0, ~0x200u, merged, true},
+            {"filter bit", 0, 0, 0, 0x200, plain, false},
+            {"bypassed", 0, 0, 1, 0, plain, false},
+            {"all services in feature mode", 1, 1, 0, 0, merged, true},
+            // The interface printer writes a header too, from the name that the feature-mode walk left.
+            {"one feature", 1, 0, 0, 0, "\ninterface Ethernet1/1\n\ninterface \n  shut\n", false},
+        };
     ppm_merge_input.cfg_source = 2;
-    for (const Case &c : cases) {
-        qarn_feature = c.feature;
-        qarn_feature_send_all = c.send_all;
-        g_bypass_ppm = c.bypass;
-        g_cli_execution_filter_mode = c.filter;
-        EXPECT_EQ(print(223, 7), c.text) << c.what;
+    for (const auto &[what, feature, send_all, bypass, filter, expected, asks] : cases) {
+        qarn_feature = feature;
+        qarn_feature_send_all = send_all;
+        g_bypass_ppm = bypass;
+        g_cli_execution_filter_mode = filter;
+        EXPECT_EQ(print(223, 7), expected) << what;
         EXPECT_EQ(calls_of("ppm_intf_shrun_merge"),
-                  c.asks ? Calls{"ppm_intf_shrun_merge(6, 0x1, {0, 0, 0, 2, 0, 0})"} : Calls())
-            << c.what;
-        EXPECT_EQ(ppm_merge_input.bypass, static_cast<std::uint32_t>(c.bypass)) << c.what;
+                  asks ? Calls{"ppm_intf_shrun_merge(6, 0x1, {0, 0, 0, 2, 0, 0})"} : Calls())
+            << what;
+        EXPECT_EQ(ppm_merge_input.bypass, static_cast<std::uint32_t>(bypass)) << what;
     }
     qarn_feature = g_bypass_ppm = 0;
     g_cli_execution_filter_mode = 0;

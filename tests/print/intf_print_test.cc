@@ -1,6 +1,7 @@
 // What interface elements say about one interface: text that is collected, command messages that the shell's renderer
 // turns into text at once.
 #include <cstring>
+#include <tuple>
 
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
@@ -75,21 +76,18 @@ TEST_F(InterfacePrinter, CollectsTheTextForTheInterface) {
 
 TEST_F(InterfacePrinter, PrintsAHeaderBeforeTheFirstTextOfAFeature) {
     test::add_intf_text(test::store_element({.uuid = 5, .property = QARN_PROP_INTF}), 1, "");
-    struct Case {
-        const char *what;
-        std::int32_t feature, send_all, printed;
-        const char *text;
-    } const cases[] = {{"a feature", 1, 0, 0, "\ninterface Ethernet1/1\n"},
-                       {"the header is out", 1, 0, 1, ""},
-                       {"all services", 1, 1, 0, ""},
-                       {"no feature", 0, 0, 0, ""}};
-    for (const Case &c : cases) {
-        qarn_feature = c.feature;
-        qarn_feature_send_all = c.send_all;
-        g_intf_config_printed = c.printed;
-        EXPECT_EQ(print(5, 0), "") << c.what;
-        EXPECT_EQ(text, c.text) << c.what;
-        EXPECT_EQ(g_intf_config_printed, c.text[0] != '\0' || c.printed == 1) << c.what;
+    const std::tuple<const char *, std::int32_t, std::int32_t, std::int32_t, const char *> cases[] = {
+        {"a feature", 1, 0, 0, "\ninterface Ethernet1/1\n"},
+        {"the header is out", 1, 0, 1, ""},
+        {"all services", 1, 1, 0, ""},
+        {"no feature", 0, 0, 0, ""}};
+    for (const auto &[what, feature, send_all, printed, expected] : cases) {
+        qarn_feature = feature;
+        qarn_feature_send_all = send_all;
+        g_intf_config_printed = printed;
+        EXPECT_EQ(print(5, 0), "") << what;
+        EXPECT_EQ(text, expected) << what;
+        EXPECT_EQ(g_intf_config_printed, expected[0] != '\0' || printed == 1) << what;
     }
 }
 

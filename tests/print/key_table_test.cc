@@ -1,1 +1,328 @@
+// Keyed configuration: what all services file under an element's keys, whole commands first, then the printer alone,
+// short of memory and with its traces. The walk over the tables, which the traces belong to, and the index that serves
+// without them have to agree everywhere; generated switches compare the two at the end.
+#include <array>
+#include <random>
+
 #include "support/story.h"
+
+namespace {
+
+using test::Story;
+using test::Tlv;
+
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+constexpr std::uint32_t kNotPrinted = 13; // a level that no command prints
+
+// An element of service 40 with keys (map, name) and key strings (name, text).
+Tlv keyed(const Pairs &keys, const Pairs &key_strings, std::uint32_t level = 3, Tlv tlv = {}, std::uint32_t id = 1) {
+    tlv.element({.uuid = 40, .elem_id = id, .level = level});
+    for (const auto &[map, name] : keys)
+        tlv.key(0, map, name);
+    for (const auto &[name, text] : key_strings)
+        tlv.key_string(name, text);
+    return tlv;
+}
+
+class KeyTables : public Story {
+  protected:
+    // What the switch's configuration looks like, printed with the walk's traces and without them.
+    std::string show(const Tlv &reply, EntryPoint entry_point = qarn_cli_run_cfg_gen) {
+        sw.services.clear();
+        sw.service("all", 20, 40).replies(reply);
+        std::pair<std::string, std::int32_t> shown, walked;
+        for (auto *way : {&walked, &shown}) {
+            req.dbg_mask = way == &walked ? QARN_DEBUG_STORE : 0;
+            g_traverse = 0;
+            key_list = nullptr;
+            EXPECT_EQ(run(entry_point), 0u);
+            *way = {body(), g_traverse};
+        }
+        EXPECT_EQ(shown, walked) << "the walk prints another text, or notes other matches";
+        return shown.first;
+    }
+    // The printer alone, for an element that a command has received.
+    std::string print(std::uint32_t uuid, std::uint32_t elem_id) {
+        watch([&] { print_keytbl(qarn_merge_value_get(uuid, elem_id)); });
+        EXPECT_TRUE(keylist == nullptr && totalkeys == 0) << "the key list lives for one pass";
+        return text;
+    }
+    // As in the display of a single service, before anything was printed.
+    static void begin_single_service() {
+        qarn_feature = 1;
+        qarn_feature_send_all = qarn_feature_dns = g_traverse = 0;
+        qarnkey = 0;
+        key_list = nullptr;
+    }
+};
+
+TEST_F(KeyTables, PrintWhatIsFiledUnderEachKey) {
+    const Tlv good = keyed({{"a\n", "a"}, {"b\n", "b"}}, {{"a", " text\n"}});
+    struct Case {
+        const char *what;
+        Tlv reply;
+        std::string text;
+    } const cases[] = {
+        {"no keys: key strings are no headers", keyed({}, {{"a\n", " lost\n"}}).text("own\n"), "own\n\n"},
+        {"headers in byte order, before the own text",
+         keyed({{"b\n", "1"}, {"a1/2\n", "2"}, {"a1/10\n", "3"}, {"B\n", "4"}}, {}).text("own"),
+         "B\na1/10\na1/2\nb\nown\n\n"},
+        {"an empty value and names alike", keyed({{"m\n", "k"}}, {{"k", ""}, {"", "x"}, {"kk", "x"}, {"m\n", "x"}}),
+         "m\n"},
+        {"without a map the name is the header, with nothing under it",
+         keyed({{"", "vlan 1\n"}}, {{"vlan 1\n", " lost\n"}}), "vlan 1\n"},
+        {"a map like its name", keyed({{"m\n", "m\n"}}, {{"m\n", " text\n"}}), "m\n text\n"},
+        {"a map like another's name", keyed({{"", "a\n"}, {"a\n", "b"}}, {{"b", " text\n"}, {"a\n", " lost\n"}}),
+         "a\n text\na\n text\n"},
+        {"an empty name with a map", keyed({{"m\n", ""}}, {{"", " nameless\n"}}), "m\n nameless\n"},
+        {"an empty header is the map of all keys without one",
+         keyed({{"", ""}, {"", "x\n"}, {"m\n", "y"}}, {{"x\n", " text\n"}}), " text\nm\nx\n"},
+        {"control characters",
+         keyed({{"%s%n\t\x01\n", "\x1b[2J"}, {"z\n", "z"}}, {{"\x1b[2J", "%d\r\b\x7f\x80\xff"}, {"z", " whole\n"}}),
+         "%s%n\t\x01\n%d\r\b\x7f\x80\xffz\n whole\n"},
+        {"a key string without its value", Tlv(good).raw(QARN_TLV_TAG_KEY_STR, {"b", 2}), "a\n text\nb\n"},
+        {"a key without its name", Tlv(good).words(QARN_TLV_TAG_KEY, {0}).raw(QARN_TLV_TAG_STR, {"c\n", 3}),
+         "a\n text\nb\n"},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(show(c.reply), c.text) << c.what;
+}
+
+TEST_F(KeyTables, GatherFromElementsOfAnyLevelInDependencyOrder) {
+    Tlv reply = keyed({{"line vty\n", "vty"}}, {});
+    reply.element({.uuid = 50, .elem_id = 1, .level = 0}).after(70, 1).key_string("vty", " third\n");
+    reply.element({.uuid = 60, .elem_id = 2, .level = 99}).key_string("vty", " first\n");
+    reply.element({.uuid = 70, .elem_id = 1, .level = 5}).key_string("vty", " second\n");
+    EXPECT_EQ(show(reply), "line vty\n first\n second\n third\n");
+}
+
+TEST_F(KeyTables, RepeatAHeaderForEveryKeyThatMapsToIt) {
+    const std::string shown = show(keyed({{"m\n", "1"}, {"m\n", "2"}}, {{"1", " one\n"}, {"2", " two\n"}}));
+    EXPECT_TRUE(shown == "m\n one\n two\nm\n one\n two\n" || shown == "m\n two\n one\nm\n two\n one\n") << shown;
+}
+
+TEST_F(KeyTables, HoldThousandsOfKeys) {
+    Pairs keys, key_strings;
+    std::string expected;
+    for (int i = 1000; i < 1000 + 4096; ++i) {
+        keys.emplace_back("header " + std::to_string(i) + "\n", std::to_string(i));
+        key_strings.emplace_back(std::to_string(i), " text " + std::to_string(i) + "\n");
+        expected += keys.back().first + key_strings.back().second;
+    }
+    sw.service("all", 20, 40).replies(keyed(keys, key_strings));
+    run(); // the walk would take its time over its traces
+    EXPECT_TRUE(body() == expected);
+}
+
+TEST_F(KeyTables, KeepLongHeadersWhole) {
+    for (const std::size_t length : {499u, 500u, 501u, 5000u}) {
+        const std::string map(length, 'h'), longer = map + "h", name(length, 'n');
+        EXPECT_EQ(show(keyed({{map, name}, {longer, "short"}, {"", name + "n"}}, {{name, " text\n"}, {"short", "!"}})),
+                  map + " text\n" + longer + "!" + name + "n")
+            << length;
+    }
+    show(keyed({{std::string(700, 'h'), "k"}}, {{"k", " text"}}, kNotPrinted));
+    test::FailingMalloc memory;
+    memory.fail_nth(3); // after the list and its slot
+    EXPECT_EQ(print(40, 1), std::string(499, 'h'));
+    EXPECT_EQ(print(40, 1), std::string(700, 'h') + " text");
+}
+
+TEST_F(KeyTables, AreLeftOutWithoutMemoryForTheKeyList) {
+    const Tlv first =
+        keyed({{"m\n", "a"}, {"", "b\n"}, {"", "c\n"}}, {{"a", " text\n"}, {"f\n", " more\n"}}, kNotPrinted);
+    show(keyed({{"", "k\n"}}, {{"f\n", ""}, {"g\n", ""}, {"h\n", ""}}, kNotPrinted, first, 2));
+    begin_single_service();
+    test::FailingMalloc memory;
+    for (const int nth : {1, 2, 3, 4}) {
+        memory.fail_nth(nth);
+        EXPECT_EQ(print(40, 1), "") << "the array, then the first to the last slot: " << nth;
+        EXPECT_EQ(key_list, nullptr) << "nor is there a feature-key pass " << nth;
+    }
+    for (const int nth : {3, 4, 5, 6}) {
+        memory.fail_nth(nth);
+        EXPECT_EQ(print(40, 2), "k\n") << "the list of the feature-key pass: " << nth;
+        EXPECT_EQ(key_list, nullptr) << nth;
+    }
+    EXPECT_EQ(print(40, 2), "k\nf\n more\ng\nh\n");
+    EXPECT_EQ(print(40, 1), "b\nc\nm\n text\n");
+
+    sw.services.clear();
+    sw.service("all", 20, 40).replies(keyed({{"m\n", "a"}}, {}).text("own\n"));
+    qarn_feature = 0;
+    memory.fail_all(500);
+    run();
+    EXPECT_EQ(body(), "own\n\n");
+}
+
+TEST_F(KeyTables, MakeKeyStringsHeadersInTheDisplayOfASingleService) {
+    Tlv reply = keyed({}, {{"b\n", " first\n"}, {"a\n", ""}}, kNotPrinted);
+    show(keyed({}, {{"b\n", " second\n"}, {"c\n", " third\n"}}, kNotPrinted, reply, 2));
+    struct Case {
+        const char *what;
+        std::int32_t feature, send_all, traverse;
+        std::uint32_t key;
+        std::int32_t dns;
+        std::string text;
+    } const cases[] = {
+        {"a single service", 1, 0, 0, 0, 0, "a\nb\n first\n second\n"},
+        {"the whole configuration", 0, 0, 0, 0, 0, ""},
+        {"all consumers", 1, 1, 0, 0, 0, ""},
+        {"after a key has matched", 1, 0, 1, 0, 0, ""},
+        {"with a key word", 1, 0, 0, 1, 0, ""},
+        {"after in-process output", 1, 0, 0, 0, 1, ""},
+    };
+    for (const Case &c : cases) {
+        begin_single_service();
+        qarn_feature = c.feature;
+        qarn_feature_send_all = c.send_all;
+        g_traverse = c.traverse;
+        qarnkey = c.key;
+        qarn_feature_dns = c.dns;
+        EXPECT_EQ(print(40, 1), c.text) << c.what;
+        EXPECT_EQ(key_list == nullptr, c.text.empty()) << c.what;
+    }
+    begin_single_service();
+    EXPECT_EQ(print(40, 1), "a\nb\n first\n second\n");
+    EXPECT_EQ(print(40, 2), "c\n third\n") << "each name once";
+    EXPECT_STREQ(key_list->key->str, "c\n") << "newest first";
+
+    qarn_feature = 0;
+    show(keyed({}, {{"d\n", " fourth\n"}}, kNotPrinted));
+    begin_single_service();
+    test::FailingMalloc memory;
+    memory.fail_nth(3); // after the list and its slot
+    for (const char *expected : {"d\n fourth\n", "d\n fourth\n", ""})
+        EXPECT_EQ(print(40, 1), expected) << "what could not be remembered is printed again";
+}
+
+TEST_F(KeyTables, RememberFeatureKeysFromCommandToCommand) {
+    auto &element = sw.service("aaa", 20, 40).element(1, 3);
+    element.text = "own\n";
+    element.key_strings = {{"radius\n", " host\n"}};
+    add_sap_token(20);
+    ASSERT_EQ(run(qarn_cli_run_cfg_gen_sap), 0u);
+    EXPECT_EQ(body(), "radius\n host\nown\n\n");
+    element.key_strings.emplace_back("tacacs\n", " port\n");
+    run(qarn_cli_run_cfg_gen_sap);
+    EXPECT_EQ(body(), "tacacs\n port\nown\n\n");
+    element.keys = {{0, "m\n", "tacacs\n"}};
+    element.key_strings.emplace_back("ldap\n", " lost\n");
+    run(qarn_cli_run_cfg_gen_sap);
+    EXPECT_EQ(body(), "m\n port\nown\n\n") << "a key has matched";
+    element.keys.clear();
+    run(qarn_cli_run_cfg_gen_sap);
+    EXPECT_EQ(body(), "own\n\n") << "and matches for good";
+}
+
+TEST_F(KeyTables, OfferTheirCallbacksToOthers) {
+    const Tlv first = keyed({{"m\n", "a\n"}}, {{"a\n", " gone\n"}}, kNotPrinted);
+    show(keyed({}, {{"a\n", " text\n"}}, kNotPrinted, first, 2));
+    for (const char *expected : {"a\n gone\n text\n", ""}) {
+        watch([] { qarn_key_feature_print(const_cast<char *>("a\n"), nullptr, nullptr); });
+        EXPECT_EQ(text, expected);
+    }
+    EXPECT_EQ(qarn_feature_key_printed("a\n"), 1);
+    EXPECT_EQ(qarn_feature_key_printed("a"), 0);
+    qarn_merge_val gone = {qarn_merge_value_get(40, 1)->elem, nullptr};
+    qarn_merge_hash_remove(40, gone.elem, merge_elem_table_p);
+    watch([&] { print_keytbl(&gone); });
+    EXPECT_EQ(text, "m\n text\n") << "an element that has left the store contributes nothing";
+    EXPECT_EQ(qarn_sort_traverse_keys(), 0) << "no key list";
+}
+
+TEST_F(KeyTables, TraceTheirWalk) {
+    const Tlv first = keyed({{"", "free\n"}}, {{"f\n", " fresh\n"}}, kNotPrinted);
+    show(keyed({{"map\n", "name"}}, {}, kNotPrinted, first, 2));
+    begin_single_service();
+    debug = QARN_DEBUG_STORE;
+    EXPECT_EQ(print(40, 1), "free\nf\n fresh\n");
+    EXPECT_EQ(traces,
+              "num keys 1\n"
+              "qarn_key_elem_print  \n"
+              "qarn_key_elem_print KEY STRING ::: free\n & Length 5\n"
+              "qarn_key_elem_print printing KEY free\n\n"
+              " 0 - free\n"
+              "qarn_key_elem_print  \n"
+              "sorted_key free\n key_map "
+              "num keys 1\n"
+              "qarn_get_keys value:: fresh\n len::7\n"
+              " 0 - f\n"
+              "qarn_keystr_print key::f\n sharedkey::f\n\n"
+              "qarn_keystr_print key len::2 sharedkey len::2\n"
+              "qarn_keystr_print value:: fresh\n len::7\n");
+    EXPECT_EQ(print(40, 2), "map\n");
+    EXPECT_EQ(traces,
+              "num keys 1\n"
+              "qarn_key_elem_print  \n"
+              "qarn_key_elem_print KEY STRING ::: name & Length 4\n"
+              "qarn_key_elem_print printing KEYMAP 0\n"
+              " 0 - map\n"
+              "qarn_key_elem_print  \n"
+              "sorted_key map\n key_map map\n"
+              "qarn_keystr_print key::f\n sharedkey::name\n"
+              "qarn_keystr_print key len::2 sharedkey len::4\n"
+              "qarn_keystr_print value:: fresh\n len::7\n");
+    key_list = nullptr;
+    watch([] {
+        GString value = {const_cast<char *>("v"), 1, 2};
+        qarn_key_feature_print(const_cast<char *>("n\n"), &value, nullptr);
+    });
+    EXPECT_TRUE(traces.starts_with("qarn_key_feature_print value::v len::1\n")) << traces;
+}
+
+// A switch whose services share names, maps and VLANs as it comes.
+class GeneratedSwitch {
+  public:
+    explicit GeneratedSwitch(unsigned seed) : random_(seed) {}
+
+    Tlv reply() {
+        for (std::uint32_t n = 2 + pick(12); n > 0; --n)
+            add_element({.uuid = 36 + n, .elem_id = 1 + pick(3), .level = pick(12)});
+        for (const std::uint32_t id : {2u, 5u, 6u})
+            if (pick(4) != 0) add_element({.uuid = 383, .elem_id = id, .level = pick(12)});
+        return reply_;
+    }
+
+  private:
+    std::uint32_t pick(std::uint32_t below) { return static_cast<std::uint32_t>(random_() % below); }
+    std::string name() { return std::array{"", "a\n", "b\n", "vlan 3\n", "line\n", "c", "d\n", "e"}[pick(8)]; }
+    std::string value() { return std::array{"", " same\n", " one\n", " two\n"}[pick(4)]; }
+
+    void add_element(const sim::ElementInfo &info) {
+        reply_.element(info);
+        earlier_.push_back(info);
+        const auto &other = earlier_[pick(static_cast<std::uint32_t>(earlier_.size()))];
+        if (other.uuid != info.uuid) reply_.after(other.uuid, other.elem_id); // no loops: on earlier ones only
+        if (pick(2) != 0) reply_.text("element " + std::to_string(info.uuid) + "\n");
+        for (std::uint32_t n = pick(5); n > 0; --n) {
+            const std::string map = name();
+            reply_.key(n, map, name());
+        }
+        for (std::uint32_t n = info.uuid == 383 ? pick(12) : 0; n > 0; --n)
+            reply_.key(n, "", std::to_string(n));
+        for (std::uint32_t n = pick(6); n > 0; --n)
+            reply_.key_string(name(), " of " + std::to_string(info.uuid) + "\n");
+        for (std::uint32_t n = pick(9); n > 0; --n)
+            reply_.key_string((pick(2) != 0 ? "vlan " : "vlan configuration ") + std::to_string(n) + "\n", value());
+    }
+
+    std::mt19937 random_;
+    Tlv reply_;
+    std::vector<sim::ElementInfo> earlier_;
+};
+
+TEST_F(KeyTables, PrintTheSameByWalkAndByIndex) {
+    EntryPoint command = qarn_cli_run_cfg_gen;
+    for (unsigned seed = 7001; seed <= 7060 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        if (seed == 7031) { // the other half as the display of a single service
+            command = qarn_cli_run_cfg_gen_sap;
+            add_sap_token(20);
+        }
+        EXPECT_NE(show(GeneratedSwitch(seed).reply(), command).find_first_not_of('\n'), std::string::npos);
+    }
+}
+
+} // namespace

@@ -82,6 +82,10 @@ std::string without_time(std::string text) {
     return at == std::string::npos ? text : text.replace(at, text.find('\n', at) - at, "!Time: now");
 }
 
+std::string body_of(const std::string &text) {
+    return text.substr(text.find("\nversion "));
+}
+
 void expect_golden(const std::string &text, const std::string &name) {
     const std::string path = std::string(GOLDEN) + "/" + name;
     if (std::getenv("UPDATE_GOLDEN") != nullptr) std::ofstream(path) << without_time(text);
@@ -93,6 +97,13 @@ TEST(Shell, ShowsTheWholeConfigurationOfTheBuiltInSwitch) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     expect_golden(result.out, "leaf_running.txt");
+}
+
+// VLANs with equal configuration share one header; a checkpoint prints each of them alone.
+TEST(Shell, GroupsTheVlansUnlessItMakesACheckpoint) {
+    expect_golden(type("show running-config vlan 1-4095").out, "leaf_vlans.txt");
+    expect_golden(type("checkpoint vlan 1-4095").out, "leaf_vlans_checkpoint.txt");
+    EXPECT_EQ(body_of(type("show running-config vlan").out), body_of(type("show running-config vlan 1-4095").out));
 }
 
 TEST(Shell, ShowsExactlyTheNamedInterfaces) {
@@ -129,7 +140,7 @@ TEST(Shell, RefusesWhatItDoesNotUnderstand) {
         {"show running-config port-profile nosuch", "vsh: unknown port profile \"nosuch\"\n"},
         {"show running-config interface ethernet 9/1", "vsh: unknown interface \"ethernet9/1\"\n"},
         {"show running-config interface ethernet 1/4-1", "vsh: the range in \"ethernet1/4-1\" is reversed\n"},
-        {"show running-config vlan", "vsh: missing VLAN range\n"},
+        {"show running-config vlan 10 20", "vsh: unexpected word \"20\"\n"},
         {"show running-config vlan 4096", "vsh: \"4096\" is not a VLAN from 0 to 4095\n"},
         {"show running-config vlan 20-10", "vsh: the range \"20-10\" is reversed\n"},
         {"show running-config vlan 10,,20", "vsh: empty range in \"10,,20\"\n"},
@@ -141,7 +152,7 @@ TEST(Shell, RefusesWhatItDoesNotUnderstand) {
         EXPECT_EQ(result.out, "") << command;
         EXPECT_EQ(result.err.find(complaint), 0u) << result.err;
     }
-    EXPECT_NE(type("show clock").err.find("show running-config vlan RANGE"), std::string::npos);
+    EXPECT_NE(type("show clock").err.find("\n  vlan [RANGE]"), std::string::npos);
 }
 
 TEST(Shell, ReadsCommandsFromStandardInput) {

@@ -1,0 +1,134 @@
+// Joining fragments: whole replies in whatever pieces and order, broken ones dropped whole and said so.
+#include <qarncli/reply_table.h>
+
+#include <cstring>
+
+#include "support/story.h"
+
+namespace {
+
+using sim::Bytes;
+using sim::fragment;
+
+class Replies : public test::Story {
+  protected:
+    // A reply that prints one line.
+    static Bytes says(std::uint32_t uuid, const std::string &line) {
+        return test::Tlv().element({.uuid = uuid, .elem_id = 1, .level = 3}).text(line + "\n").reply();
+    }
+    // What a generation prints whose services say only what was delivered; one never answers.
+    std::string print(const std::vector<Bytes> &fragments) {
+        for (const Bytes &data : fragments)
+            sw.transport.deliver(req.mts_handle, QARN_OPC_REPLY, data);
+        run();
+        return text;
+    }
+};
+
+constexpr char kSilence[] = "The following SAPs did not respond within the expected timeframe\n";
+
+TEST_F(Replies, OfSeveralServicesArriveInterleaved) {
+    sw.service("a", 20, 1).silent();
+    sw.service("b", 21, 2).silent();
+    const Bytes a = says(1, "first"), b = says(2, "second");
+    const auto cut = [](std::uint32_t sap, const Bytes &reply) {
+        return std::pair(fragment(sap, false, static_cast<std::uint32_t>(reply.size()), reply.substr(0, 9)),
+                         fragment(sap, true, static_cast<std::uint32_t>(reply.size()), reply.substr(9)));
+    };
+    const auto [a1, a2] = cut(20, a);
+    const auto [b1, b2] = cut(21, b);
+    print({a1, b1, a2, b2});
+    EXPECT_EQ(status, 0u);
+    EXPECT_EQ(body(), "first\nsecond\n\n");
+}
+
+TEST_F(Replies, PrintTheSameInFragmentsOfAnySize) {
+    const auto tlv = test::Tlv()
+                         .element({.uuid = 1, .elem_id = 1, .level = 3})
+                         .text("a long line of text\n")
+                         .key(0, "header\n", "name");
+    sw.service("a", 20, 1).replies(tlv);
+    sw.service("b", 21, 2).replies(test::Tlv().element({.uuid = 2, .elem_id = 1}).key_string("name", "  value\n"));
+    run();
+    const std::string whole = text;
+    EXPECT_NE(whole.find("header\n  value\na long line of text\n"), std::string::npos) << whole;
+    for (std::size_t size = 1; size < 160; ++size) {
+        sw.transport.fragment_size = size;
+        run();
+        EXPECT_EQ(text, whole) << size;
+    }
+}
+
+TEST_F(Replies, ThatBreakTheirBoundAreDroppedWholeAndSaidSo) {
+    const Bytes reply = says(1, "never");
+    const auto size = static_cast<std::uint32_t>(reply.size());
+    const struct {
+        const char *what;
+        std::vector<Bytes> fragments;
+    } cases[] = {
+        {"a fragment past the end", {fragment(20, false, size, reply), fragment(20, true, size, "x")}},
+        {"the only one past the end", {fragment(20, true, size - 1, reply)}},
+        {"no room for the status", {fragment(20, true, 3, Bytes(3, '\0'))}},
+        {"nothing announced", {fragment(20, false, 0, ""), fragment(20, true, size, reply)}},
+        {"more announced later",
+         {fragment(20, false, 8, reply.substr(0, 8)), fragment(20, true, size, reply.substr(8))}},
+        {"broken long before its end",
+         {fragment(20, false, 8, reply), fragment(20, false, size, reply), fragment(20, true, size, "")}},
+    };
+    sw.service("a", 20, 1).silent();
+    sw.service("b", 21, 2).replies(test::Tlv().element({.uuid = 2, .elem_id = 1, .level = 3}).text("others\n"));
+    for (const auto &[what, fragments] : cases) {
+        print(fragments);
+        EXPECT_EQ(text.find("Unable to extract data for Sap 20\n"), 0u) << what << text;
+        EXPECT_NE(text.find(std::string(kSilence) + "Pending SAPS:20 \n"), std::string::npos) << what << text;
+        EXPECT_EQ(text.find("never"), std::string::npos) << what;
+        EXPECT_NE(text.find("\nothers\n"), std::string::npos) << what;
+        EXPECT_EQ(status, 1u);
+    }
+}
+
+TEST_F(Replies, ThatStopShortAreDecodedAsFarAsTheyGo) {
+    sw.service("a", 20, 1).silent();
+    const Bytes reply =
+        test::Tlv().element({.uuid = 1, .elem_id = 1, .level = 3}).text("kept\n").text("lost\n").reply();
+    const Bytes part = reply.substr(0, reply.size() - 12);
+    for (const std::uint32_t announced : {static_cast<std::uint32_t>(reply.size()), 200000u, 0xffffffffu}) {
+        print({fragment(20, true, announced, part)});
+        EXPECT_EQ(text.find("Unable") != std::string::npos ? "kept\n\n" : body(), "kept\n\n") << announced;
+    }
+}
+
+TEST_F(Replies, WithoutMemoryAreSilentlyDroppedAndMayComeAgain) {
+    sw.service("a", 20, 1).silent();
+    const Bytes reply = says(1, "again");
+    const auto size = static_cast<std::uint32_t>(reply.size());
+    for (const std::size_t lost : {sizeof(qarn_msg_entry), reply.size() + 64}) {
+        test::FailingMalloc memory;
+        memory.fail_nth(1, lost);
+        print({fragment(20, true, size, reply), fragment(20, true, size, reply)});
+        EXPECT_EQ(status, 1u);
+        EXPECT_EQ(text.find("Unable to extract data for Sap 20\n\n!Command"), 0u) << lost << text;
+        EXPECT_NE(text.find("\nagain\n"), std::string::npos) << lost;
+    }
+}
+
+TEST_F(Replies, LeaveTheTableWhenTheyAreTaken) {
+    test::start_generation(&req);
+    void *reply = &req;
+    qarn_msg_table_get(20, &reply);
+    EXPECT_EQ(reply, nullptr);
+    const auto add = [](const Bytes &data) {
+        qarn_msg_table_add(reinterpret_cast<const qarn_cfg_frag *>(data.data()));
+    };
+    add(fragment(20, false, 6, "abc"));
+    std::uint32_t sap = 20;
+    const auto *entry = static_cast<const qarn_msg_entry *>(g_hash_table_lookup(msg_table_p, &sap));
+    EXPECT_EQ(std::vector({entry->sap, entry->total_len, entry->filled}), (std::vector<std::uint32_t>{20, 6, 3}));
+    add(fragment(20, true, 99, "de"));
+    qarn_msg_table_get(20, &reply);
+    EXPECT_EQ(std::memcmp(reply, "abcde\0\0\0", 8), 0) << "the tail and what is behind it read as zeros";
+    std::free(reply);
+    EXPECT_EQ(g_hash_table_size(msg_table_p), 0u);
+}
+
+} // namespace

@@ -1,0 +1,90 @@
+// The request message as services receive it: every field at its offset.
+#include <cstring>
+
+#include "support/story.h"
+
+namespace {
+
+class RequestMessage : public test::Story {
+  protected:
+    RequestMessage() { sw.service("a", 20, 1); }
+
+    const sim::Bytes &bytes() { return sw.transport.sent.at(0).payload; }
+    std::uint32_t word(std::size_t offset) {
+        std::uint32_t value = 0;
+        std::memcpy(&value, bytes().data() + offset, sizeof value);
+        return value;
+    }
+    sim::Bytes field(std::size_t offset, std::size_t size) { return bytes().substr(offset, size); }
+    static sim::Bytes padded(std::string text, std::size_t size) {
+        text.resize(size, '\0');
+        return text;
+    }
+};
+
+TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
+    for (const std::uint32_t index : {7u, 8u, 9u})
+        add_interface(index, "if", 3);
+    num_saps_exclude = 2;
+    saps_exclude[0] = 5;
+    saps_exclude[1] = 1348;
+    req.svc_flags = 0x44;
+    req.cmd_code = 148;
+    add_token(130);
+    add_token(204);
+    req.cmd_line[0] = '\0';
+    std::strcat(req.cmd_line, std::string(300, 'c').c_str());
+    run();
+    ASSERT_EQ(bytes().size(), 2752u);
+    EXPECT_EQ(word(0), 4000u) << "who asks";
+    EXPECT_EQ(word(4), 512u);
+    EXPECT_EQ(field(8, 512), sim::Bytes(512, '\xff')) << "every VSAN";
+    EXPECT_EQ(word(520), 512u);
+    EXPECT_EQ(field(524, 512), sim::Bytes(512, '\xff')) << "every VLAN";
+    const std::vector<std::uint32_t> words = {0, 0x44, 1, 13, 0, 1, 130, 3, 0, 5, 1348, 0};
+    for (std::size_t i = 0; i < words.size(); ++i)
+        EXPECT_EQ(word(1036 + 4 * i), words[i]) << 1036 + 4 * i;
+    EXPECT_EQ(field(1080, 1016), sim::Bytes(1016, '\0')) << "no more excluded SAPs";
+    EXPECT_EQ(word(2096), 2u);
+    EXPECT_EQ(field(2100, 256), padded("readonly:/var/sysmgr/startup-cfg", 256));
+    EXPECT_EQ(field(2356, 128), sim::Bytes(128, '\0'));
+    EXPECT_EQ(field(2484, 256), padded(std::string(255, 'c'), 256));
+    EXPECT_EQ(std::vector({word(2740), word(2744), word(2748)}), (std::vector<std::uint32_t>{7, 8, 9}));
+}
+
+TEST_F(RequestMessage, NamesThePortProfileOfItsDisplay) {
+    add_text_token(std::string(130, 'p'));
+    run(qarn_cli_run_profile_cfg_gen);
+    EXPECT_EQ(bytes().size(), 2740u) << "no interfaces";
+    EXPECT_EQ(field(2356, 128), sim::Bytes(128, 'p')) << "cut, without a NUL";
+    req.tokens[0]->value = nullptr;
+    run(qarn_cli_run_profile_cfg_gen);
+    EXPECT_EQ(field(2356, 128), sim::Bytes(128, '\0'));
+}
+
+TEST_F(RequestMessage, SaysWhetherAnExtraTokenWasGiven) {
+    const struct {
+        std::uint32_t cmd_code, token, flags, token_id;
+    } cases[] = {{0, 0, 0x100, 0}, {0, 116, 0, 0},        {0, 117, 0, 117},  {0, 152, 0, 152},
+                 {0, 153, 0, 0},   {109, 2060, 0x100, 0}, {108, 2060, 0, 0}, {109, 2061, 0, 0}};
+    for (const auto &c : cases) {
+        req.cmd_code = c.cmd_code;
+        cmd_token_id = c.token;
+        run();
+        EXPECT_EQ(word(1040), c.flags) << c.cmd_code << " " << c.token;
+        EXPECT_EQ(word(1060), c.token_id) << c.token;
+    }
+}
+
+TEST_F(RequestMessage, FiltersByTheIdsOfItsDisplay) {
+    add_ranges_token({{1, 2}, {4094, 4095}});
+    run(qarn_cli_run_vlan_cfg_gen);
+    EXPECT_EQ(field(524, 512), "\x60" + sim::Bytes(510, '\0') + "\x03");
+    EXPECT_EQ(field(8, 512), sim::Bytes(512, '\xff'));
+    req.vsan_mask.bits[0] = 0xbf;
+    run(qarn_cli_run_vsan_cfg_gen);
+    EXPECT_EQ(field(8, 512), "\x20" + sim::Bytes(510, '\0') + "\x03") << "VSAN 1 may not be shown";
+    EXPECT_EQ(field(524, 512), sim::Bytes(512, '\xff'));
+}
+
+} // namespace

@@ -1,0 +1,112 @@
+// The entry points: what each sets before the driver runs, and what it returns.
+#include "platform/sysmgr.h"
+#include "support/story.h"
+
+namespace {
+
+class EntryPoints : public test::Story {
+  protected:
+    EntryPoints() { sw.service("a", 20, 1); }
+};
+
+TEST_F(EntryPoints, SetTheDisplayAndTheSource) {
+    // Kept apart from the store, which these do not need: the stored configuration is not there.
+    const struct {
+        std::uint32_t display;
+        EntryPoint running, startup;
+    } cases[] = {
+        {1, qarn_cli_run_vsan_cfg_gen, qarn_cli_start_vsan_cfg_gen},
+        {2, qarn_cli_run_vlan_cfg_gen, qarn_cli_start_vlan_cfg_gen},
+        {3, qarn_cli_run_intf_cfg_gen, qarn_cli_start_intf_cfg_gen},
+        {6, qarn_cli_run_profile_cfg_gen, qarn_cli_start_profile_cfg_gen},
+        {7, qarn_cli_run_bfd_cfg_gen, qarn_cli_start_bfd_cfg_gen},
+        {8, qarn_cli_run_l2mp_cfg_gen, qarn_cli_start_l2mp_cfg_gen},
+        {9, qarn_cli_run_exclude_l2mp_cfg_gen, qarn_cli_start_exclude_l2mp_cfg_gen},
+        {10, qarn_cli_run_fex_cfg_gen, qarn_cli_start_fex_cfg_gen},
+        {11, qarn_cli_run_exclude_fex_cfg_gen, qarn_cli_start_exclude_fex_cfg_gen},
+    };
+    add_interface(7, "mgmt0", 1);
+    for (const auto &[display, running, startup] : cases) {
+        EXPECT_EQ(run(running), 0u);
+        EXPECT_EQ(sent_request().display, display);
+        EXPECT_EQ(sent_request().cfg_source, 1u);
+        cfg_display = 99;
+        EXPECT_EQ(run(startup), 1u) << display;
+        EXPECT_EQ(text, "no startup configuration present\n");
+        EXPECT_EQ(cfg_display, display);
+    }
+    run();
+    EXPECT_EQ(sent_request().display, 11u) << "the plain display keeps the last one";
+}
+
+TEST_F(EntryPoints, RefuseARequestThatIsNotValid) {
+    req.valid = 2;
+    add_sap_token(20);
+    for (const EntryPoint entry : {qarn_cli_run_cfg_gen, qarn_cli_start_cfg_gen, qarn_cli_run_cfg_gen_exclude,
+                                   qarn_cli_start_cfg_gen_sap, qarn_cli_run_vlan_cfg_gen}) {
+        EXPECT_EQ(run(entry), 1u);
+        EXPECT_EQ(text, std::string(syserr2str(0x40540022)) + "\n");
+        EXPECT_EQ(asked(), std::vector<std::uint32_t>());
+    }
+    EXPECT_EQ(cfg_display, 2u) << "set all the same";
+    EXPECT_EQ(num_saps_exclude, 0);
+}
+
+TEST_F(EntryPoints, TakeUpTheirOwnTokens) {
+    for (const std::uint32_t id : {202u, 130u, 205u, 204u})
+        add_token(id);
+    req.num_tokens = 5; // the last one is missing
+    run();
+    EXPECT_EQ(g_bypass_ppm, 1);
+    EXPECT_EQ(cmd_token_id, 205u) << "205 means something to startup displays only";
+    EXPECT_EQ(req.info_flags, 0x20u);
+    EXPECT_EQ(sent_request().extra_opt, 1u);
+    req.info_flags = 0;
+    run(qarn_cli_start_cfg_gen);
+    EXPECT_EQ(cmd_token_id, 204u);
+    EXPECT_EQ(req.info_flags, 0x22u);
+    req.num_tokens = 0;
+    run();
+    EXPECT_EQ(cmd_token_id, 204u) << "a command without tokens changes nothing";
+}
+
+TEST_F(EntryPoints, ExcludeTheServicesThatTheTokensName) {
+    sw.service("b", 21, 2).replies(test::Tlv().element({.uuid = 2, .elem_id = 1, .level = 3}).text("b\n"));
+    sw.service("c", 22, 3).replies(test::Tlv().element({.uuid = 3, .elem_id = 1, .level = 3}).text("c\n"));
+    add_sap_token(20);
+    add_sap_token(22);
+    EXPECT_EQ(run(qarn_cli_run_cfg_gen_exclude), 0u);
+    EXPECT_EQ(body(), "b\n\n");
+    EXPECT_EQ(asked(), (std::vector<std::uint32_t>{4000, 0})) << "itself for in-process services, then everybody";
+    EXPECT_EQ(sent_request(1).num_excl_saps, 2u);
+    EXPECT_EQ(saps[0], 0u);
+}
+
+TEST_F(EntryPoints, AskOneService) {
+    sw.service("b", 21, 2).replies(test::Tlv().element({.uuid = 2, .elem_id = 1, .level = 3}).text("b\n"));
+    add_sap_token(21);
+    EXPECT_EQ(run(qarn_cli_run_cfg_gen_sap), 0u);
+    EXPECT_EQ(body(), "b\n\n");
+    EXPECT_EQ(asked(), (std::vector<std::uint32_t>{4000, 21}));
+    req.tokens[0]->value = nullptr;
+    EXPECT_EQ(run(qarn_cli_run_cfg_gen_sap), 0u);
+    EXPECT_EQ(text, "Invalid SAP\n");
+    EXPECT_EQ(run(qarn_cli_start_cfg_gen_sap), 0u);
+    EXPECT_EQ(text, "Invalid SAP\n");
+}
+
+TEST_F(EntryPoints, ShowTemplatesOnTheCardsThatHaveThem) {
+    for (const std::uint32_t card : {182u, 0xa00b0u, 249u}) { // the low 16 bits count
+        sw.card = card;
+        EXPECT_EQ(run(qarn_cli_start_template_cfg_gen), 1u) << card;
+        EXPECT_EQ(text, "no startup configuration present\n");
+        EXPECT_EQ(cfg_display, 16u);
+    }
+    cfg_display = 0;
+    sw.card = 100;
+    EXPECT_EQ(run(qarn_cli_start_template_cfg_gen), 0u);
+    EXPECT_EQ(text, "ERROR: Command not supported on this platform\n");
+    EXPECT_EQ(cfg_display, 0u);
+}
+
+} // namespace

@@ -1,0 +1,349 @@
+// The driver: who is asked, how long it waits, and how a generation ends when something fails.
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/sysmgr.h"
+#include "support/story.h"
+
+namespace {
+
+using test::Tlv;
+using Saps = std::vector<std::uint32_t>;
+using Calls = std::vector<std::string>;
+
+class Driver : public test::Story {
+  protected:
+    sim::Service &service_that_says(std::uint32_t sap, const std::string &line) {
+        return sw.service("service " + std::to_string(sap), sap, sap)
+            .replies(Tlv().element({.uuid = sap, .elem_id = 1, .level = 3}).text(line + "\n"));
+    }
+    // Run the driver itself, for its whole status.
+    void generate(std::uint32_t cfg_source = 1) {
+        watch([&] { generated = qarn_generate(&req, cfg_source); });
+    }
+    std::uint32_t generated = 0;
+};
+
+TEST_F(Driver, CallsThePlatformInItsOrder) {
+    service_that_says(20, "a");
+    add_interface(7, "mgmt0", 1);
+    generate();
+    EXPECT_EQ(sw.calls, (Calls{
+                            "if_manager_ifindex_list_get(1)",
+                            "vdc_get_type()",
+                            "mts_opc_consumers_list(1, 7663, 256)",
+                            "mts_send(1, 0xfe000000, 4000, 7663, 2744)",
+                            "mts_recv(1, 0, 7663)",
+                            "qarn_cfg_type_get()",
+                            "mts_drop(1)",
+                            "mts_send(1, 0xfe000000, 0, 7663, 2744)",
+                            "mts_recv(1, 120, 7664)",
+                            "mts_payload_get()",
+                            "mts_drop(1)",
+                            "srg_sw_ver_get(0)",
+                            "qarn_cb_run_cfg_generate(0x0)",
+                        }));
+    EXPECT_EQ(req.gen_started, 1u);
+    EXPECT_EQ(gl_q, 1u);
+}
+
+TEST_F(Driver, AsksWhomTheRequestNames) {
+    for (const std::uint32_t sap : {20u, 21u, 22u})
+        service_that_says(sap, std::to_string(sap));
+    sim::set_sap_row(2, {21, 20}, 5);
+    sw.service("zero", 0, 9).consumer = false;
+    const struct {
+        const char *what;
+        std::uint32_t sap, index, target;
+        Saps asked;
+    } cases[] = {
+        {"all consumers", 0, 0, 0, {4000, 0}},
+        {"all consumers one by one", 1, 0, 1, {4000, 20, 21, 22}},
+        {"one service", 22, 0, 22, {4000, 22}},
+        {"a row, which adds to the one before", 0xffffffff, 2, 2, {4000, 21, 20}},
+        {"SAP 0 of a row's request", 0, 2, 0, {4000}},
+    };
+    for (const auto &c : cases) {
+        qarn_feature = qarn_feature_send_all = 0;
+        num_saps = 0;
+        req.sap = c.sap;
+        req.index = c.index;
+        generate();
+        EXPECT_EQ(asked(), c.asked) << c.what;
+        EXPECT_EQ(sent_request(sw.transport.sent.size() - 1).target, c.target) << c.what;
+        EXPECT_EQ(qarn_feature, c.sap != 0 || c.index != 0) << c.what;
+        EXPECT_EQ(qarn_feature_send_all, c.sap == 1) << c.what;
+        EXPECT_EQ(ftbl_index, c.index) << c.what;
+    }
+}
+
+TEST_F(Driver, WaitsOnceMoreForTheCliServer) {
+    service_that_says(20, "a");
+    sw.service("cli", 296, 96).silent();
+    sw.service("dead", 21, 21).silent();
+    generate();
+    const std::string silent =
+        "The following SAPs did not respond within the expected timeframe\nPending SAPS:296 21 \n"
+        "Printing Ascii configuration for remaining SAPs\n";
+    EXPECT_EQ(text.find("!Waiting on CLI Server to respond..\n" + silent + "\n!Command"), 0u) << text;
+    EXPECT_NE(text.find("\na\n"), std::string::npos);
+    EXPECT_EQ(generated, 0x405f0001u);
+    EXPECT_EQ(sw.transport.timeouts, (Saps{0, 120, 120, 120}));
+    sw.find_service("cli")->is_silent = false;
+    generate();
+    EXPECT_EQ(text.find("The following SAPs"), 0u) << "only the CLI server is waited for again";
+}
+
+TEST_F(Driver, WaitsWithoutLimitUnderItsDebugBit) {
+    service_that_says(20, "a");
+    req.dbg_mask = 0x20;
+    generate();
+    EXPECT_EQ(sw.transport.timeouts.back(), 0u);
+}
+
+TEST_F(Driver, ReportsAServiceThatFailsAndPrintsTheRest) {
+    service_that_says(20, "a").fails(0x4711);
+    service_that_says(21, "b").twice();
+    service_that_says(22, "c");
+    generate();
+    EXPECT_EQ(generated, 0x405f0001u);
+    EXPECT_EQ(text.find("Sap 20 returned failure code:0x4711\n\n!Command"), 0u) << text;
+    EXPECT_NE(text.find("version 4.2(7)\nb\nb\nc\n\n"), std::string::npos) << "an element said twice is joined";
+}
+
+TEST_F(Driver, DecodesAnAnswerFromWhomItDidNotAsk) {
+    service_that_says(20, "asked");
+    const auto says = [](std::uint32_t uuid, const char *line) {
+        return Tlv().element({.uuid = uuid, .elem_id = 1, .level = 2}).text(line).reply();
+    };
+    for (const std::uint32_t sap : {77u, 0u}) { // SAP 0 is an empty slot of the list, never an answer
+        const sim::Bytes reply = says(sap + 100, "unasked\n");
+        sw.transport.deliver(req.mts_handle, QARN_OPC_REPLY,
+                             sim::fragment(sap, true, static_cast<std::uint32_t>(reply.size()), reply));
+    }
+    num_saps_exclude = 0;
+    generate();
+    EXPECT_EQ(body(), "unasked\nunasked\n\nasked\n\n");
+    EXPECT_EQ(generated, 0u);
+}
+
+TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
+    service_that_says(20, "a");
+    const struct {
+        const char *function;
+        int error;
+        std::uint32_t sap;
+        std::string text, errors;
+    } cases[] = {
+        {"mts_send", ENOBUFS, 0, "", "Ascii cfg send notify failed: No buffer space available\n"},
+        {"mts_send", EPIPE, 20, "Service not enabled\n", ""},
+        {"mts_send", ENOTCONN, 20, "Module not available\n", ""},
+        {"mts_send", EAGAIN, 20, "ERROR: send failed ret=-7 errno 11\n", ""},
+        {"mts_recv", EIO, 0, "", "QARN recv: Input/output error\n"},
+    };
+    for (const auto &c : cases) {
+        sw.scripted.clear();
+        qarn_feature = 0;
+        req.sap = c.sap;
+        sw.next(c.function, {-7, c.error, 1}); // the first call of either belongs to the in-process services
+        generate();
+        EXPECT_EQ(generated, 0x805f0000u | static_cast<std::uint32_t>(c.error)) << c.text << c.errors;
+        EXPECT_EQ(text, c.text);
+        EXPECT_EQ(errors, c.errors);
+    }
+}
+
+TEST_F(Driver, EndsWithoutServicesOrConsumers) {
+    generate();
+    EXPECT_EQ(text, "No registered SAPS\n");
+    EXPECT_EQ(generated, 0u);
+    for (const std::uint32_t sap : {0u, 1u}) {
+        req.sap = sap;
+        num_saps = 3;
+        sw.next("mts_opc_consumers_list", {-1, EBADF});
+        generate();
+        EXPECT_EQ(text, "");
+        EXPECT_EQ(errors, "Num Consumers: Bad file descriptor\n");
+        EXPECT_EQ(generated, 0x405f0001u);
+    }
+}
+
+TEST_F(Driver, PrintsOnlyTheClosingNewlineWhenThereIsNothingToAsk) {
+    service_that_says(20, "a");
+    EXPECT_EQ(run(qarn_cli_run_intf_cfg_gen), 0u);
+    EXPECT_EQ(text, "\n") << "no interfaces";
+    EXPECT_EQ(asked(), Saps());
+    cfg_display = 0;
+    test::FailingMalloc memory;
+    memory.fail_nth(1, sizeof(qarn_cfg_req_msg));
+    generate();
+    EXPECT_EQ(text, "\n");
+    EXPECT_EQ(generated, 0x405f0001u);
+}
+
+TEST_F(Driver, ChoosesTheDisplayVariant) {
+    service_that_says(20, "a");
+    const std::tuple<std::uint32_t, std::uint32_t, int, int> cases[] = {
+        {115, 4, 0, 0},  {116, 5, 1, 1},  {148, 13, 0, 0}, {149, 14, 0, 1},
+        {150, 15, 0, 1}, {169, 12, 1, 1}, {117, 0, 0, 0}};
+    for (const auto &[code, type, walk, header] : cases) {
+        g_all_intf_config_printed = g_intf_config_printed = 0;
+        req.cmd_code = code;
+        generate();
+        EXPECT_EQ(sent_request().display_type, type) << code;
+        EXPECT_EQ(g_all_intf_config_printed, walk) << code;
+        EXPECT_EQ(g_intf_config_printed, header) << code;
+    }
+}
+
+TEST_F(Driver, TracesSelectionAndCollection) {
+    service_that_says(20, "a");
+    req.dbg_mask = 0x41;
+    req.sap = 20;
+    saps_exclude[0] = 5;
+    num_saps_exclude = 0;
+    generate();
+    EXPECT_EQ(traces,
+              "Sap:20\nIndex:0\nNum Saps:1\nNum Saps Excluded:0\n"
+              "Received Message fragment from Sap 20 of length 52, Last Message 1\n"
+              "Received config from Sap:20\nSap ctr = 0\nInfo flag = 0x0\n");
+    EXPECT_EQ(text.find("Pending SAPS:20 \nPending SAPS:\nPending SAPS:\n\n!Command"), 0u) << text;
+}
+
+TEST_F(Driver, KeepsWhatStaysSetForTheNextCommand) {
+    service_that_says(20, "a");
+    req.sap = 20;
+    generate();
+    EXPECT_EQ(qarn_feature, 1);
+    req.sap = 0;
+    sw.calls.clear();
+    generate();
+    EXPECT_EQ(qarn_feature, 1) << "sticky";
+    EXPECT_EQ(asked(), (Saps{4000})) << "the list of the command before has been answered";
+}
+
+// The startup configuration, with a store whose folders the test fills.
+class StartupDriver : public Driver {
+  protected:
+    StartupDriver() {
+        std::filesystem::create_directories(folder + "/bin");
+        std::ofstream(folder + "/system.cfg") << "stored\n!Startup config saved at: yesterday\n";
+        std::ofstream(folder + "/bin/data") << "x";
+        sw.ascii_startup_dir = folder;
+        sw.bin_startup_dir = folder + "/bin";
+        respond_with("readonly:/store/x/bin");
+        service_that_says(20, "a");
+    }
+    ~StartupDriver() override { std::filesystem::remove_all(folder); }
+    test::FailingMalloc &memory() { return *failing_; }
+    test::FailingMalloc *failing_ = nullptr;
+    void respond_with(const std::string &uri) {
+        sw.lock_response.emplace();
+        uri.copy(sw.lock_response->bin_uri, sizeof sw.lock_response->bin_uri - 1);
+    }
+    void remove_binary_store() { std::filesystem::remove(folder + "/bin/data"); }
+    Calls locks() const { return calls_of("cmi_req_resp"); }
+    const std::string folder = testing::TempDir() + "store" + std::to_string(getpid());
+};
+
+TEST_F(StartupDriver, CollectsWhileItHoldsTheStore) {
+    generate(2);
+    EXPECT_EQ(generated, 0u);
+    EXPECT_NE(text.find("!Startup config saved at: yesterday\n\nversion"), std::string::npos) << text;
+    EXPECT_NE(text.find("\na\n\n"), std::string::npos);
+    EXPECT_EQ(sent_request().cfg_source, 2u);
+    EXPECT_STREQ(sent_request().startup_uri, "readonly:/store/x");
+    EXPECT_STREQ(req.startup_uri, "readonly:/store/x");
+    EXPECT_EQ(req.info_flags, 2u);
+    EXPECT_EQ(locks().size(), 2u);
+    EXPECT_EQ(start_cfg_locked, 0u);
+}
+
+TEST_F(StartupDriver, TakesItsUriFromTheStoreOrTheDefault) {
+    const std::pair<const char *, const char *> cases[] = {{"abcde", "a"},
+                                                           {"/bin", ""},
+                                                           {"bin", "readonly:/var/sysmgr/startup-cfg"},
+                                                           {"", "readonly:/var/sysmgr/startup-cfg"}};
+    for (const auto &[uri, base] : cases) {
+        respond_with(uri);
+        generate(2);
+        EXPECT_STREQ(sent_request().startup_uri, base) << uri;
+        EXPECT_STREQ(req.startup_uri, base) << uri;
+    }
+    sw.lock_response.reset();
+    generate(2);
+    EXPECT_STREQ(sent_request().startup_uri, "readonly:/var/sysmgr/startup-cfg");
+}
+
+TEST_F(StartupDriver, RefusesWithoutWhatTheDisplayNeeds) {
+    const std::string copy_first = "ERROR: Please do 'copy run start' and retry.\n";
+    remove_binary_store();
+    EXPECT_EQ(run(qarn_cli_start_vlan_cfg_gen), 0u);
+    EXPECT_EQ(text, copy_first);
+    EXPECT_EQ(calls_of("sysmgrcmi_dir_get").size(), 2u);
+    cfg_display = 0;
+    cmd_token_id = 203;
+    generate(2);
+    EXPECT_EQ(text, copy_first);
+    cmd_token_id = 0;
+    Calls program;
+    sw.run_program = [&](const Calls &words) { return program = words, 0; };
+    generate(2);
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(generated, 0u);
+    EXPECT_EQ(program, (Calls{"/bin/cat", folder + "/system.cfg"}));
+    EXPECT_EQ(calls_of("sysmgrcmi_dir_get").size(), 2u) << "one for each condition that needs it";
+    req.sap = 20;
+    generate(2);
+    EXPECT_EQ(text, "ERROR:No binary startup-config present. Use \"show startup-config\" instead.\n");
+    std::filesystem::remove(folder + "/system.cfg");
+    generate(2);
+    EXPECT_EQ(text, std::string(syserr2str(0x40540025)) + "\n");
+    EXPECT_EQ(generated, 0x40540025u);
+    EXPECT_EQ(locks(), Calls());
+}
+
+TEST_F(StartupDriver, ReleasesTheStoreOnEveryWayOut) {
+    const struct {
+        const char *what;
+        std::function<void()> spoil;
+        std::uint32_t status;
+        std::size_t locks;
+    } cases[] = {
+        {"refused", [&] { sw.next("cmi_req_resp", {0x4711}); }, 0x4711, 1},
+        {"no memory for the URI", [&] { memory().fail_nth(1, 21); }, 0x405f0001, 2},
+        {"no memory for the request", [&] { memory().fail_nth(1, sizeof(qarn_cfg_req_msg)); }, 0x405f0001, 2},
+        {"no consumer list",
+         [&] {
+             sw.next("mts_opc_consumers_list", {-1, EBADF});
+         },
+         0x405f0001, 2},
+        {"no consumers", [&] { sw.services.front().consumer = false; }, 0, 2},
+        {"no send",
+         [&] {
+             sw.next("mts_send", {-1, EIO, 1});
+         },
+         0x805f0005, 2},
+        {"no receive",
+         [&] {
+             sw.next("mts_recv", {-1, EIO, 1});
+         },
+         0x805f0005, 2},
+    };
+    for (const auto &c : cases) {
+        test::FailingMalloc failing;
+        failing_ = &failing;
+        sw.scripted.clear();
+        sw.services.front().consumer = true;
+        c.spoil();
+        generate(2);
+        EXPECT_EQ(generated, c.status) << c.what;
+        EXPECT_EQ(locks().size(), c.locks) << c.what;
+        EXPECT_EQ(start_cfg_locked, 0u) << c.what;
+        EXPECT_EQ(text.find("\na\n"), std::string::npos) << c.what;
+    }
+    EXPECT_EQ(errors, "QARN recv: Input/output error\n");
+}
+
+} // namespace

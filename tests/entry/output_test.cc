@@ -1,0 +1,181 @@
+// The output phase: header, levels, loops, the switch profile and the final callback.
+#include "platform/cmdshell.h"
+#include "platform/sysmgr.h"
+#include "support/story.h"
+
+namespace {
+
+using test::Tlv;
+
+class Output : public test::Story {
+  protected:
+    // A service whose elements a test adds with element().
+    Output() { sw.service("a", 20, 1); }
+    sim::Element &element(std::uint32_t id, std::uint32_t level, const std::string &own) {
+        sim::Element &added = sw.services.front().element(id, level);
+        added.text = own;
+        return added;
+    }
+    void generate() {
+        watch([&] { generated = qarn_generate(&req, 1); });
+    }
+    void show_switch_profile(std::uint32_t filter_mode) {
+        g_cli_execution_filter_mode = filter_mode;
+        generate();
+    }
+    std::uint32_t generated = 0;
+};
+
+TEST_F(Output, OpensALevelWithABlankLineWhenTheOneBeforePrinted) {
+    element(1, 2, "two");
+    element(2, 5, "five\n");
+    element(3, 5, "also five\n");
+    element(4, 6, "");
+    element(5, 8, "eight\n");
+    element(6, 13, "never\n");
+    generate();
+    EXPECT_EQ(body(), "two\n\nfive\nalso five\n\neight\n\n");
+    EXPECT_EQ(generated, 0u);
+    element(7, 12, "twelve\n");
+    generate();
+    EXPECT_EQ(add_nl, 1) << "the last level's stays";
+    generate();
+    EXPECT_EQ(body().find("\ntwo\n"), 0u) << "and opens the next command's first level";
+}
+
+TEST_F(Output, AnnouncesItsLevelsUnderTheDebugBit) {
+    element(1, 2, "two\n");
+    req.dbg_mask = 0x02;
+    generate();
+    const std::string level2 = "Configuration for Level:2\nSorted list:\n(1,1) \nElement Queue:\n(1,1) \n";
+    EXPECT_NE(traces.find("Configuration for Level:1\n" + level2 + "Configuration for Level:3\n"), std::string::npos)
+        << traces;
+    EXPECT_EQ(traces.find("Configuration for Level:13"), std::string::npos);
+    EXPECT_NE(text.find("\nversion 4.2(7)\nDummy Elements:\n\ntwo\n"), std::string::npos) << text;
+}
+
+TEST_F(Output, EndsAtALoopAndKeepsWhatItPrinted) {
+    const std::string header =
+        "\n!Command: show running-config\n!Time: " + std::string(test::kNowText) + "\nversion 4.2(7)\n";
+    element(1, 2, "two\n");
+    const auto loop = [&](std::uint32_t id, std::uint32_t level, std::uint32_t other) -> sim::Element & {
+        sim::Element &added = element(id, level, "looping\n");
+        added.dependencies = {{1, other}};
+        return added;
+    };
+    // Across levels, only the pass over all of them sees the loop.
+    loop(8, 3, 9);
+    loop(9, 4, 8);
+    generate();
+    EXPECT_EQ(text, header + "KEYSTR Loop in the graph\n");
+    EXPECT_EQ(generated, 0x405f0001u);
+    for (std::size_t i = 1; i < 3; ++i)
+        sw.services.front().elements[i].property = QARN_PROP_INTF;
+    generate();
+    EXPECT_EQ(text, header + "Loop in the graph\n");
+    EXPECT_EQ(generated, 0x405f0001u);
+
+    // A level pass alone cannot loop when the pass over all levels did not: memory for its graph is what fails.
+    sw.services.front().elements.resize(1);
+    element(2, 3, "three\n");
+    test::FailingMalloc memory;
+    memory.fail_nth(2, sizeof(vertex *) + 3 * sizeof(std::int32_t)); // the second pass over a single element
+    generate();
+    EXPECT_EQ(text, header + "two\n\nLoop in the graph\n");
+    EXPECT_EQ(generated, 0x405f0001u);
+}
+
+TEST_F(Output, HasNoHeaderForTemplates) {
+    element(1, 2, "two\n");
+    cfg_display = QARN_DISPLAY_TEMPLATE;
+    generate();
+    EXPECT_EQ(text, "two\n\n\n");
+}
+
+TEST_F(Output, PrintsTheSwitchProfileBehindTheLevels) {
+    element(1, 12, "last\n");
+    sw.switch_profile = {0, "head\n", "  body\n"};
+    const std::tuple<const char *, std::uint32_t, std::uint32_t, std::string> cases[] = {
+        {"none is asked for", 0, 0, "last\n"},
+        {"plain", 0x08, 0, "last\nhead\n\n  body\n"},
+        {"framed", 0x48, 0, "last\nhead\n\nconfigure sync\n  body\n  commit\n"},
+        {"without its head", 0x48, 203, "last\n\nconfigure sync\n  body\n  commit\n"},
+        {"without its frame", 0x48, 206, "last\nhead\n\n  body\n"},
+        {"filtered out", 0x88, 0, "last\n"},
+    };
+    for (const auto &[what, filter, token, expected] : cases) {
+        cmd_token_id = token;
+        add_nl = 0;
+        show_switch_profile(filter);
+        EXPECT_EQ(body(), expected) << what;
+        EXPECT_EQ(calls_of("csm_get_switch_profile_qarn").size(), (filter & 0x88) == 0x08 ? 1u : 0u) << what;
+    }
+    cmd_token_id = 0;
+    add_nl = 0;
+    sw.switch_profile = {0, {}, {}};
+    show_switch_profile(0x08);
+    EXPECT_EQ(body(), "last\n");
+}
+
+TEST_F(Output, EndsWithoutASwitchProfileThatCannotBeHad) {
+    element(1, 12, "last\n");
+    sw.final_callback = [](qarn_req *) { return 99u; };
+    show_switch_profile(0x08); // the manager answers none
+    EXPECT_EQ(text.substr(text.size() - 5), "last\n") << "no closing newline";
+    EXPECT_EQ(generated, 0x405f0001u);
+    sw.error_texts[7] = "not ready";
+    sw.switch_profile = {7, "head\n", "body\n"};
+    show_switch_profile(0x08);
+    EXPECT_EQ(body(), "\nlast\nconfig sync manager returned error:not ready\n");
+    EXPECT_EQ(generated, 7u);
+    EXPECT_EQ(calls_of("qarn_cb_run_cfg_generate").size(), 0u);
+}
+
+TEST_F(Output, EndsInTheFinalCallbackOfItsDisplay) {
+    element(1, 3, "text\n");
+    add_interface(7, "mgmt0", 1);
+    sw.final_callback = [](qarn_req *) { return 99u; };
+    for (std::uint32_t display = 0; display <= 17; ++display) {
+        cfg_display = display;
+        req.info_flags = 0;
+        req.vsan_mask.bits[3] = 0x7f;
+        generate();
+        const bool called = display <= 2 || (display >= 7 && display <= 11);
+        EXPECT_EQ(generated, called ? 99u : 0u) << display;
+        EXPECT_EQ(text.back(), '\n');
+        EXPECT_EQ(req.info_flags, display == 1 ? 0x01u : display == 2 ? 0x10u : 0u) << display;
+        req.info_flags = 0x04;
+        generate();
+        EXPECT_EQ(generated, 0u) << "skipped by the shell";
+    }
+    cfg_display = 0;
+    req.info_flags = 0;
+    for (const auto &[feature, send_all] : {std::pair(1, 1), std::pair(1, 0)}) {
+        qarn_feature = feature;
+        qarn_feature_send_all = send_all;
+        num_saps = 1;
+        saps[0] = 20;
+        generate();
+        EXPECT_EQ(generated, send_all == 1 ? 99u : 0u);
+    }
+}
+
+TEST_F(Output, TellsTheFinalCallbackWhichIdsWereShown) {
+    element(1, 3, "text\n");
+    add_ranges_token({{8, 9}});
+    sw.final_callback = [](qarn_req *shown) {
+        EXPECT_EQ(shown->vsan_mask.bits[1], 0x80) << "VSAN 9 may not be shown";
+        EXPECT_EQ(shown->vsan_mask.bits[2], 0x00);
+        return 0u;
+    };
+    req.vsan_mask.bits[1] = 0xbf;
+    EXPECT_EQ(run(qarn_cli_run_vsan_cfg_gen), 0u);
+    sw.final_callback = [](qarn_req *shown) {
+        EXPECT_EQ(shown->vlan_mask.bits[1], 0xc0);
+        EXPECT_EQ(shown->vlan_mask.bits[2], 0x00);
+        return 0u;
+    };
+    EXPECT_EQ(run(qarn_cli_run_vlan_cfg_gen), 0u);
+}
+
+} // namespace
