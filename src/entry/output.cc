@@ -19,6 +19,7 @@
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
 #include "print/contributions.h"
+#include "print/interface_index.h"
 
 namespace qarn {
 namespace {
@@ -65,7 +66,8 @@ bool print_levels(qarn_cfg_req_msg *msg) {
     if (!order_elements(QARN_EVERY_LEVEL, 1, &intf_element_q, "Loop in the graph\n")) return false;
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
     if (!order_elements(QARN_EVERY_LEVEL, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
-    const ContributionIndex index; // of what the key-string queue now holds
+    const ContributionIndex contributions; // of what the two queues now hold
+    const InterfaceIndex interfaces;
     for (int32_t level = 0; level < kLevels; ++level) {
         if (!print_level(level, msg)) return false;
     }

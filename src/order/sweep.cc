@@ -1,10 +1,13 @@
 // From a graph to a queue in print order. visit2 orders by sweeps: the vertices stand in ascending (uuid, elem_id), a
 // sweep walks them once and places every vertex that waits for nothing unplaced, and sweeps repeat until one places
-// nothing. visit is the plain first-in-first-out ordering, for callers outside the library.
+// nothing. The sweeps are not walked one by one, because a chain against the key order would take as many as it has
+// vertices: the sweep of every vertex is computed, and the vertices are placed sweep by sweep. visit is the plain
+// first-in-first-out ordering, for callers outside the library.
 #include <qarncli/element_store.h>
 #include <qarncli/ordering.h>
 #include <qarncli/status.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -26,20 +29,89 @@ void count_in_degrees(const graph &graph) {
     }
 }
 
-// Place the free vertices of one sweep; returns how many.
-int32_t sweep(vertex **vertices, int32_t count, queue *queue) {
-    int32_t placed = 0;
-    for (int32_t i = 0; i < count; ++i) {
-        vertex *v = vertices[i];
-        if (v->visited == 1 || v->in_degree != 0) continue;
-        enqueue(queue, v);
-        v->visited = 1;
-        ++placed;
-        for (const edge *e = v->edges; e != nullptr; e = e->next)
-            --e->to->in_degree;
+// The working memory of one ordering: the vertices in ascending key order, and for each of them, by its position, the
+// sweep that places it.
+//
+// A sweep walks the vertices once, so a vertex is placed in the same sweep as what it waits for when that stands before
+// it, else in the next one: its sweep is the greatest over its predecessors of theirs, plus 1 where the predecessor
+// stands behind. One topological pass finds all sweeps; a vertex that waits for a loop gets none.
+class Sweeps {
+  public:
+    // False without memory.
+    bool allocate(int32_t count) {
+        const std::size_t per_vertex = sizeof(vertex *) + 3 * sizeof(int32_t);
+        memory_ = qarn::allocate<unsigned char>(static_cast<std::size_t>(count) * per_vertex);
+        if (!memory_) return false;
+        count_ = count;
+        vertices_ = reinterpret_cast<vertex **>(memory_.get());
+        sweep_of_ = reinterpret_cast<int32_t *>(vertices_ + count);
+        first_ = sweep_of_ + count;
+        next_ = first_ + count;
+        return true;
     }
-    return placed;
-}
+
+    void sort(const graph &graph) {
+        vertex **end = vertices_;
+        for (vertex *v = graph.vertices; v != nullptr; v = v->next)
+            *end++ = v;
+        std::qsort(vertices_, static_cast<std::size_t>(count_), sizeof(vertex *), uuid_elem_cmp_fn);
+    }
+    vertex **vertices() { return vertices_; }
+
+    // Find every vertex's sweep; `visited` says in the end whether it has one. Returns the number of sweeps that place
+    // something.
+    int32_t number() {
+        number_topologically();
+        std::fill_n(first_, count_, kNone);
+        int32_t sweeps = 0;
+        for (int32_t at = count_ - 1; at >= 0; --at) {
+            vertices_[at]->visited = vertices_[at]->in_degree == 0 ? 1 : 0;
+            if (vertices_[at]->visited == 0) continue;
+            next_[at] = first_[sweep_of_[at]];
+            first_[sweep_of_[at]] = at;
+            sweeps = std::max(sweeps, sweep_of_[at] + 1);
+        }
+        return sweeps;
+    }
+
+    // Append the vertices of one sweep, in key order; returns how many it places. One for which there is no queue node
+    // counts as placed.
+    int32_t place(int32_t sweep, queue *queue) {
+        int32_t placed = 0;
+        for (int32_t at = first_[sweep]; at != kNone; at = next_[at], ++placed)
+            enqueue(queue, vertices_[at]);
+        return placed;
+    }
+
+  private:
+    static constexpr int32_t kNone = -1;
+
+    // What is left with an in_degree afterwards waits for a loop. `visited` holds a vertex's position meanwhile.
+    void number_topologically() {
+        int32_t *free_vertices = next_;
+        int32_t known = 0;
+        for (int32_t at = 0; at < count_; ++at) {
+            sweep_of_[at] = 0;
+            vertices_[at]->visited = at;
+            if (vertices_[at]->in_degree == 0) free_vertices[known++] = at;
+        }
+        for (int32_t done = 0; done < known; ++done) {
+            const int32_t from = free_vertices[done];
+            for (const edge *e = vertices_[from]->edges; e != nullptr; e = e->next) {
+                const int32_t to = e->to->visited;
+                sweep_of_[to] = std::max(sweep_of_[to], sweep_of_[from] + (from > to ? 1 : 0));
+                if (--e->to->in_degree == 0) free_vertices[known++] = to;
+            }
+        }
+    }
+
+    int32_t count_ = 0;
+    qarn::Malloced<unsigned char> memory_;
+    vertex **vertices_ = nullptr;
+    int32_t *sweep_of_ = nullptr;
+    int32_t *first_ = nullptr; // first position of each sweep
+    int32_t *next_ = nullptr;  // next position of the same sweep
+};
 
 void print_key(const vertex &vertex) {
     std::printf("(%d,%d) ", key_of(vertex).uuid, key_of(vertex).elem_id);
@@ -84,21 +156,20 @@ int32_t visit2(graph *graph, queue *queue) {
     count_in_degrees(*graph);
 
     const int32_t count = graph->num_vertices;
-    const auto vertices = qarn::allocate<vertex *>(static_cast<std::size_t>(count) * sizeof(vertex *));
-    if (!vertices) return -1;
-    vertex **end = vertices.get();
-    for (vertex *v = graph->vertices; v != nullptr; v = v->next)
-        *end++ = v;
-    std::qsort(vertices.get(), static_cast<std::size_t>(count), sizeof(vertex *), uuid_elem_cmp_fn);
-    if (qarn::debugging(QARN_DEBUG_DECODE)) print_list(vertices.get(), count);
+    Sweeps sweeps;
+    if (!sweeps.allocate(count)) return -1;
+    sweeps.sort(*graph);
+    if (qarn::debugging(QARN_DEBUG_DECODE)) print_list(sweeps.vertices(), count);
 
-    for (int32_t placed = 0; placed < count;) {
-        const int32_t progress = sweep(vertices.get(), count, queue);
+    const int32_t last = sweeps.number();
+    int32_t placed = 0;
+    for (int32_t sweep = 0; sweep < last; ++sweep) {
+        placed += sweeps.place(sweep, queue);
         if (qarn::debugging(QARN_DEBUG_DECODE)) print_queue(queue);
-        if (progress == 0) return -1;
-        placed += progress;
     }
-    return 0;
+    if (placed == count) return 0;
+    if (qarn::debugging(QARN_DEBUG_DECODE)) print_queue(queue); // the sweep that finds nothing free
+    return -1;
 }
 
 int32_t visit(graph *graph, queue *queue) {

@@ -8,7 +8,6 @@
 
 #include <qarncli/element_store.h>
 #include <qarncli/globals.h>
-#include <qarncli/intf_print.h>
 #include <qarncli/key_table.h>
 #include <qarncli/message.h>
 #include <qarncli/request.h>
@@ -24,6 +23,7 @@
 #include "platform/ifmgr.h"
 #include "platform/port_managers.h"
 #include "platform/sysmgr.h"
+#include "print/interface_value.h"
 #include "print/queued_element.h"
 
 namespace {
@@ -39,7 +39,7 @@ class CollectedText {
     // `if_index` points to a u32 of any alignment.
     explicit CollectedText(void *if_index) {
         g_intf_config_str = g_string_sized_new(kCollectedSize);
-        traverse(&intf_element_q, qarn_intf_cfg_print, if_index);
+        qarn::collect_interface(if_index);
     }
     ~CollectedText() {
         g_string_free(g_intf_config_str, TRUE);

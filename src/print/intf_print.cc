@@ -13,6 +13,8 @@
 #include "base/trace.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
+#include "print/interface_index.h"
+#include "print/interface_value.h"
 #include "print/queued_element.h"
 
 namespace {
@@ -133,7 +135,28 @@ bool render_interface_line(unsigned char *buffer, const char *name) {
     return true;
 }
 
+// An element's value for the interface under way.
+void take_up(const qarn_elem &elem, void *value) {
+    if (elem.val_type == QARN_VAL_TEXT) {
+        collect_text(elem, static_cast<GString *>(value));
+    } else if (elem.val_type == QARN_VAL_COMMAND) {
+        print_command(static_cast<const unsigned char *>(value));
+    }
+}
+
 } // namespace
+
+namespace qarn {
+
+void collect_interface(void *if_index) {
+    if (!has_interface_index()) return traverse(&intf_element_q, qarn_intf_cfg_print, if_index);
+    if (has_interface_elements()) g_all_intf_config_printed = 1;
+    for (const InterfaceValue *v = interface_values(load_u32(if_index)); v != nullptr; v = v->next) {
+        take_up(*v->elem, v->value);
+    }
+}
+
+} // namespace qarn
 
 void qarn_intf_cfg_print(void *vertex, void *if_index) {
     const qarn_merge_val *value = qarn::value_of_vertex(vertex);
@@ -151,12 +174,7 @@ void qarn_intf_cfg_print(void *vertex, void *if_index) {
         const void *text = elem.val_type == QARN_VAL_TEXT ? found : nullptr;
         qarn::trace("String lookup for (%d,%d) was %x\n", elem.uuid, elem.elem_id, qarn::low32(text));
     }
-    if (found == nullptr) return;
-    if (elem.val_type == QARN_VAL_TEXT) {
-        collect_text(elem, static_cast<GString *>(found));
-    } else if (elem.val_type == QARN_VAL_COMMAND) {
-        print_command(static_cast<const unsigned char *>(found));
-    }
+    if (found != nullptr) take_up(elem, found);
 }
 
 void qarn_send_intf_info(const char *name) {
