@@ -39,12 +39,13 @@ class Sweeps {
   public:
     // False without memory.
     bool allocate(int32_t count) {
-        const std::size_t per_vertex = sizeof(vertex *) + 3 * sizeof(int32_t);
-        memory_ = qarn::allocate<unsigned char>(static_cast<std::size_t>(count) * per_vertex);
-        if (!memory_) return false;
+        const auto size = static_cast<std::size_t>(count);
+        sorted_ = qarn::allocate<vertex *>(size * sizeof(vertex *));
+        numbers_ = qarn::allocate<int32_t>(size * 3 * sizeof(int32_t));
+        if (!sorted_ || !numbers_) return false;
         count_ = count;
-        vertices_ = reinterpret_cast<vertex **>(memory_.get());
-        sweep_of_ = reinterpret_cast<int32_t *>(vertices_ + count);
+        vertices_ = sorted_.get();
+        sweep_of_ = numbers_.get();
         first_ = sweep_of_ + count;
         next_ = first_ + count;
         return true;
@@ -106,7 +107,8 @@ class Sweeps {
     }
 
     int32_t count_ = 0;
-    qarn::Malloced<unsigned char> memory_;
+    qarn::Malloced<vertex *> sorted_;
+    qarn::Malloced<int32_t> numbers_;
     vertex **vertices_ = nullptr;
     int32_t *sweep_of_ = nullptr;
     int32_t *first_ = nullptr; // first position of each sweep
