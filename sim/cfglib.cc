@@ -3,7 +3,9 @@
 #include "platform/cfglib.h"
 
 #include <cstdlib>
+#include <cstring>
 
+#include "platform/cmdshell.h"
 #include "sim/switch.h"
 
 namespace {
@@ -11,6 +13,30 @@ namespace {
 constexpr std::size_t kCallbackRows = 64;
 
 } // namespace
+
+namespace sim {
+
+bool add_callback_row(std::uint32_t sap, const std::string &function, const std::string &library, std::uint32_t flags) {
+    if (static_cast<std::size_t>(qarn_cfg_cb_table_size) >= kCallbackRows) return false;
+    qarn_cfg_cb_entry row = {};
+    if (function.size() >= sizeof row.func_name || library.size() >= sizeof row.lib_name) return false;
+    row.sap = static_cast<int32_t>(sap);
+    row.flags = flags;
+    std::memcpy(row.func_name, function.data(), function.size());
+    std::memcpy(row.lib_name, library.data(), library.size());
+    qarn_cfg_cb_table[qarn_cfg_cb_table_size++] = row;
+    return true;
+}
+
+void clear_tables() {
+    qarn_cfg_cb_table_size = 0;
+    for (std::uint32_t row = 0; row < SHOW_TABLE_ROWS; ++row) {
+        set_sap_row(row, {}, 0);
+        set_feature_row(row, {});
+    }
+}
+
+} // namespace sim
 
 extern "C" {
 

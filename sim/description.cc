@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "sim/notation.h"
+#include "sim/store.h"
 
 namespace sim {
 
@@ -29,11 +30,15 @@ constexpr std::uint32_t kLastRow = 16;
 // 0, 1 and 0xffffffff in a request do not name one service.
 constexpr std::uint32_t kFirstSap = 2, kLastSap = 0xfffffffe;
 constexpr std::size_t kRowServices = 10, kRowElements = 10;
+constexpr std::size_t kVdcs = 5, kLastVdcName = 32;
+constexpr std::uint32_t kLastCallbackSap = 0x7fffffff;
 
 struct PropertyWord {
     const char *word;
     std::uint32_t bit; // 0: the view the command asks for
 };
+constexpr PropertyWord kCallbackWords[] = {
+    {"fallback", QARN_CB_FLAG_FALLBACK}, {"startup", QARN_CB_FLAG_STARTUP}, {"running", QARN_CB_FLAG_RUNNING}};
 constexpr PropertyWord kPropertyWords[] = {
     {"vsan", QARN_PROP_VSAN}, {"vlan", QARN_PROP_VLAN}, {"interface", QARN_PROP_INTF},
     {"bfd", QARN_PROP_BFD},   {"l2mp", QARN_PROP_L2MP}, {"fex", QARN_PROP_FEX},
@@ -106,12 +111,16 @@ class Reader {
 
     YAML::Node parse(const std::string &text) const;
     void read_vdc(const YAML::Node &node);
+    void read_vdcs(const YAML::Node &node);
+    void read_store(const YAML::Node &node);
+    void read_switch_profile(const YAML::Node &node);
     void read_port_profiles(const YAML::Node &node);
     void read_interfaces(const YAML::Node &node);
     void read_interface_entry(const YAML::Node &node);
     void read_members(const YAML::Node &node);
     void read_services(const YAML::Node &node);
     void read_service(const YAML::Node &node);
+    void read_in_process(const YAML::Node &node);
     void read_features(const YAML::Node &node);
     void read_feature(const std::string &name, const YAML::Node &node);
 
@@ -125,6 +134,7 @@ class Reader {
     Service &service_named(const YAML::Node &node, const std::string &what) const;
     std::uint32_t interface_named(const YAML::Node &node, const std::string &name) const; // its index
     std::string port_profile_named(const YAML::Node &node) const;
+    std::string path_beside(const YAML::Node &node, const std::string &what) const; // relative to the description
     // [service name or UUID, element id]
     std::pair<std::uint32_t, std::uint32_t> element_reference(const YAML::Node &node, const std::string &what) const;
 
@@ -247,6 +257,12 @@ std::string Reader::port_profile_named(const YAML::Node &node) const {
     return name;
 }
 
+std::string Reader::path_beside(const YAML::Node &node, const std::string &what) const {
+    std::string path = text(node, what);
+    if (path.empty()) fail(node, what + " names no file");
+    return path[0] == '/' ? path : name_.substr(0, name_.rfind('/') + 1) + path;
+}
+
 std::pair<std::uint32_t, std::uint32_t> Reader::element_reference(const YAML::Node &node,
                                                                   const std::string &what) const {
     if (!node.IsSequence() || node.size() != 2) fail(node, what + " must be a pair [service, element id]");
@@ -275,10 +291,16 @@ YAML::Node Reader::parse(const std::string &text) const {
 
 void Reader::read(const std::string &text_of_file) {
     Mapping root(*this, parse(text_of_file), "the description",
-                 {"name", "version", "vdc", "card", "interfaces", "vlans", "port_profiles", "features", "services"});
+                 {"name", "version", "vdc", "vdcs", "card", "modules", "store", "interfaces", "vlans", "port_profiles",
+                  "switch_profile", "features", "services", "in_process"});
     sw_.name = text(root.require("name"), "name");
     if (root["version"].IsDefined()) sw_.version = text(root["version"], "version");
     read_vdc(root["vdc"]);
+    read_vdcs(root["vdcs"]);
+    read_store(root["store"]);
+    each_item(root["modules"], "modules",
+              [&](const YAML::Node &item) { sw_.modules.push_back(number(item, "a module's status")); });
+    read_switch_profile(root["switch_profile"]);
     if (root["card"].IsDefined()) sw_.card = number(root["card"], "card", 0, kLastKey16);
     if (root["vlans"].IsDefined()) {
         std::vector<std::uint32_t> vlans = ids(root["vlans"], "VLAN", 1, kLastVlan);
@@ -289,6 +311,7 @@ void Reader::read(const std::string &text_of_file) {
     read_port_profiles(root["port_profiles"]);
     read_interfaces(root["interfaces"]);
     read_services(root.require("services"));
+    read_in_process(root["in_process"]);
     read_features(root["features"]);
 }
 
@@ -300,6 +323,48 @@ void Reader::read_vdc(const YAML::Node &node) {
     Mapping vdc(*this, node, "vdc", {"id", "name"});
     sw_.vdc = number(vdc.require("id"), "the VDC's id", 1, kLastKey16);
     sw_.vdcs = {{static_cast<std::uint16_t>(sw_.vdc), text(vdc.require("name"), "the VDC's name"), true}};
+}
+
+// Of the VDCs listed, this description is that of its key vdc, or of the first one.
+void Reader::read_vdcs(const YAML::Node &node) {
+    if (!node.IsDefined()) return;
+    std::vector<Vdc> vdcs;
+    each_item(node, "vdcs", [&](const YAML::Node &item) {
+        Mapping entry(*this, item, "an entry of vdcs", {"id", "name", "active", "switch"});
+        Vdc vdc;
+        vdc.id = static_cast<std::uint16_t>(number(entry.require("id"), "the VDC's id", 1, kLastKey16));
+        vdc.name = text(entry.require("name"), "the VDC's name");
+        if (entry["active"].IsDefined()) vdc.active = flag(entry["active"], "active");
+        if (entry["switch"].IsDefined()) vdc.switch_file = path_beside(entry["switch"], "switch");
+        if (vdc.name.empty() || vdc.name.size() > kLastVdcName)
+            fail(entry["name"], "the VDC's name must have 1 to " + std::to_string(kLastVdcName) + " characters");
+        for (const Vdc &other : vdcs)
+            if (other.id == vdc.id || other.name == vdc.name)
+                fail(item, "VDC " + quoted(vdc.name) + " is listed twice");
+        vdcs.push_back(vdc);
+    });
+    if (vdcs.empty() || vdcs.size() > kVdcs)
+        fail(node, "a switch has 1 to " + std::to_string(kVdcs) + " VDCs, not " + std::to_string(vdcs.size()));
+    if (std::ranges::find(vdcs, sw_.vdc, &Vdc::id) == vdcs.end()) sw_.vdc = vdcs.front().id;
+    sw_.vdcs = std::move(vdcs);
+}
+
+void Reader::read_store(const YAML::Node &node) {
+    if (!node.IsDefined()) return;
+    try {
+        use_store(sw_, path_beside(node, "store"));
+    } catch (const StoreError &error) {
+        fail(node, error.what());
+    }
+}
+
+void Reader::read_switch_profile(const YAML::Node &node) {
+    if (!node.IsDefined()) return;
+    Mapping entry(*this, node, "switch_profile", {"status", "head", "sync"});
+    SwitchProfile &profile = sw_.switch_profile.emplace();
+    if (entry["status"].IsDefined()) profile.status = number(entry["status"], "status");
+    if (entry["head"].IsDefined()) profile.head_text = text(entry["head"], "head");
+    if (entry["sync"].IsDefined()) profile.sync_cfg = text(entry["sync"], "sync");
 }
 
 void Reader::read_port_profiles(const YAML::Node &node) {
@@ -492,6 +557,28 @@ void Reader::read_dependencies(const YAML::Node &node, const std::string &what, 
     });
 }
 
+// ---- In-process services --------------------------------------------------------------------------------------------
+
+void Reader::read_in_process(const YAML::Node &node) {
+    each_item(node, "in_process", [&](const YAML::Node &item) {
+        Mapping entry(*this, item, "an entry of in_process", {"service", "function", "library", "flags"});
+        const YAML::Node &service = entry.require("service");
+        const bool of_none = text(service, "service") == "0";
+        const std::uint32_t sap = of_none ? 0 : service_named(service, "service").sap;
+        if (sap > kLastCallbackSap) fail(service, "the SAP of " + quoted(service.Scalar()) + " is too high");
+        std::uint32_t flags = 0;
+        each_item(entry["flags"], "flags", [&](const YAML::Node &word) {
+            const auto known = std::ranges::find(kCallbackWords, text(word, "a flag"), &PropertyWord::word);
+            if (known == std::ranges::end(kCallbackWords))
+                fail(word, "unknown flag " + quoted(word.Scalar()) + "; allowed: fallback, startup, running");
+            flags |= known->bit;
+        });
+        const std::string function = text(entry.require("function"), "function");
+        if (!add_callback_row(sap, function, text(entry.require("library"), "library"), flags))
+            fail(item, "the callback table has 64 rows, with names of at most 127 characters");
+    });
+}
+
 // ---- Features -------------------------------------------------------------------------------------------------------
 
 void Reader::read_features(const YAML::Node &node) {
@@ -540,6 +627,7 @@ void load_description(Switch &sw, const std::string &path) {
 }
 
 void load_description_text(Switch &sw, const std::string &text, const std::string &name) {
+    clear_tables();
     Reader(sw, name).read(text);
 }
 

@@ -16,7 +16,8 @@ class DescriptionError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Fill a fresh switch, and the shell's SAP and feature tables. After an error the switch is half filled.
+// Fill a fresh switch, and in place of what they held, the shell's tables and the callback table. After an error the
+// switch is half filled.
 void load_description(Switch &sw, const std::string &path);
 void load_description_text(Switch &sw, const std::string &text, const std::string &name);
 

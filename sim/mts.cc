@@ -74,13 +74,6 @@ bool excludes(const qarn_cfg_req_msg &request, std::uint32_t sap) {
     return std::find(request.excl_saps, end, sap) != end;
 }
 
-Bytes reply_of(const Service &service, const qarn_cfg_req_msg &request) {
-    Bytes reply = service.script ? service.script(request) : answer_from_elements(service, request);
-    if (service.status != 0 && reply.size() >= sizeof service.status)
-        std::memcpy(reply.data(), &service.status, sizeof service.status);
-    return reply;
-}
-
 void ask(const Service &service, const qarn_cfg_req_msg &request) {
     Transport::Endpoint *asker = endpoint_of_sap(request.src_sap);
     if (asker == nullptr || service.is_silent || excludes(request, service.sap)) return;

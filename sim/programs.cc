@@ -1,5 +1,6 @@
 // Running programs and functions of shared libraries, unless a test has put its own in their place. A program writes
-// to this process's standard output, so what is buffered goes out first.
+// to this process's standard output, so what is buffered goes out first. Where the platform's shell is not installed,
+// the switch's stand-in for it runs; a library named without a path is also looked for near the running program.
 #include "platform/programs.h"
 
 #include <dlfcn.h>
@@ -8,7 +9,9 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <filesystem>
 
+#include "platform/cfglib.h"
 #include "sim/switch.h"
 
 namespace {
@@ -42,6 +45,33 @@ int32_t start_and_wait(std::vector<std::string> words) {
     return exit_status(status);
 }
 
+constexpr char kPlatformShell[] = "/opux/bin/vsh";
+
+void stand_in_for_missing_shell(const sim::Switch &sw, std::string &program) {
+    if (program == kPlatformShell && !sw.shell_program.empty() && ::access(kPlatformShell, X_OK) != 0)
+        program = sw.shell_program;
+}
+
+// The library as named, beside the program, or where an installation puts it.
+void *load_library(const std::string &name) {
+    void *library = ::dlopen(name.c_str(), RTLD_NOW | RTLD_NODELETE);
+    if (library != nullptr || name.find('/') != std::string::npos) return library;
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    for (const auto &path : {folder / name, folder.parent_path() / "lib" / name}) {
+        library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NODELETE);
+        if (library != nullptr) return library;
+    }
+    return nullptr;
+}
+
+// Functions may serve several rows; which one is being invoked shows in the address of the name that it hands over.
+uint32_t sap_of_row(const char *lib_name) {
+    for (int32_t i = 0; i < qarn_cfg_cb_table_size; ++i)
+        if (qarn_cfg_cb_table[i].lib_name == lib_name) return static_cast<uint32_t>(qarn_cfg_cb_table[i].sap);
+    return 0;
+}
+
 } // namespace
 
 extern "C" {
@@ -57,7 +87,9 @@ int32_t execute_program_and_wait(const char *path, ...) {
     sim::Switch &sw = sim::current();
     if (auto outcome = sw.enter("execute_program_and_wait", "%s", joined(words).c_str()))
         return static_cast<int32_t>(outcome->result);
-    return sw.run_program ? sw.run_program(words) : start_and_wait(std::move(words));
+    if (sw.run_program) return sw.run_program(words);
+    stand_in_for_missing_shell(sw, words[0]);
+    return start_and_wait(std::move(words));
 }
 
 int32_t dlwrap_invoke_func(const char *lib, const char *func, void *args, uint32_t *result,
@@ -70,8 +102,9 @@ int32_t dlwrap_invoke_func(const char *lib, const char *func, void *args, uint32
         return 0;
     }
     // The library stays in memory: its services keep state from one command to the next.
-    void *library = ::dlopen(lib, RTLD_NOW | RTLD_NODELETE);
+    void *library = load_library(lib);
     if (library == nullptr) return -1;
+    sw.invoked_sap = sap_of_row(lib);
     void *symbol = ::dlsym(library, func);
     if (symbol != nullptr) handler(symbol, args, result);
     ::dlclose(library);

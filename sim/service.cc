@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sim/store.h"
 #include "sim/switch.h"
 
 namespace sim {
@@ -122,6 +123,16 @@ Bytes answer_from_elements(const Service &service, const qarn_cfg_req_msg &reque
     for (const Element &element : service.elements)
         if (is_asked_for(element, request)) say(service, element, request, wanted, tlv);
     return tlv.reply(service.status);
+}
+
+Bytes reply_of(const Service &service, const qarn_cfg_req_msg &request) {
+    const bool is_saved = request.cfg_source == QARN_SOURCE_STARTUP && !current().store.empty();
+    Bytes reply = service.script ? service.script(request)
+                  : is_saved     ? answer_from_store(service, request)
+                                 : answer_from_elements(service, request);
+    if (service.status != 0 && reply.size() >= sizeof service.status)
+        std::memcpy(reply.data(), &service.status, sizeof service.status);
+    return reply;
 }
 
 } // namespace sim

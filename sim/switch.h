@@ -58,7 +58,7 @@ struct Service {
     std::vector<Element> elements;
 
     std::uint32_t status = 0;      // non-zero: the reply's failure status
-    bool is_silent = false;        // never answers
+    bool is_silent = false;        // never answers on the transport
     int answers = 1;               // replies per request
     std::size_t fragment_size = 0; // bytes of data per fragment; 0: the transport's setting
     // Replaces the elements: returns the whole qarn_cfg_reply for a request.
@@ -74,6 +74,8 @@ struct Service {
 
 // The reply of a service that answers from its elements: those that the request's filters leave.
 Bytes answer_from_elements(const Service &service, const qarn_cfg_req_msg &request);
+// What a service answers: what a test has scripted, what was saved, or its elements, with its failure status.
+Bytes reply_of(const Service &service, const qarn_cfg_req_msg &request);
 
 // ---- Message transport ----------------------------------------------------------------------------------------------
 
@@ -131,6 +133,7 @@ struct Vdc {
     std::uint16_t id;
     std::string name;
     bool active = true;
+    std::string switch_file = {}; // a description of its own; empty: the one that lists the VDC
 };
 
 struct SwitchProfile {
@@ -162,11 +165,13 @@ struct Switch {
 
     std::uint32_t vdc = 1, vdc_type = 0, card = 182;
     std::vector<Vdc> vdcs = {{1, "switch", true}};
+    std::string store;                                // folder of the saved configuration (store.h); empty: none
     std::string ascii_startup_dir, bin_startup_dir;   // empty: the system manager knows none
-    std::optional<qarn_lock_response> lock_response;  // of the startup store; none: the exchange answers nothing
+    std::optional<qarn_lock_response> lock_response;  // without a store; none: the exchange answers nothing
     std::vector<std::uint32_t> modules;               // line-card states
     std::map<std::uint32_t, std::string> error_texts; // besides those of syserr2str
     std::optional<SwitchProfile> switch_profile;
+    std::string shell_program; // runs where the platform's own shell is not installed; empty: none
 
     // Hooks of tests.
     std::function<std::uint32_t(qarn_req *)> final_callback;                      // else 0
@@ -194,6 +199,8 @@ struct Switch {
     // The second half of `enter`, for the functions that are not recorded.
     std::optional<Outcome> take_outcome(const char *function);
 
+    std::uint32_t invoked_sap = 0; // of the callback table's row whose function is being invoked
+
     int tlv_vars_depth = 0; // init_global_tlv_vars calls that reset_global_tlv_vars has not matched yet
 
     // Made by the interface manager for the library; kept until the switch ends.
@@ -218,5 +225,11 @@ void set_shell_options(const ShellOptions &options);
 // Rows of the shell's tables: SAPs of a feature row with its key word, and the (uuid, elem_id) pairs it shows.
 void set_sap_row(std::uint32_t row, const std::vector<std::uint32_t> &saps, std::uint32_t key_word);
 void set_feature_row(std::uint32_t row, const std::vector<std::pair<std::uint32_t, std::uint32_t>> &pairs);
+
+// One more row of the callback table; false when the table is full or a name too long for it.
+bool add_callback_row(std::uint32_t sap, const std::string &function, const std::string &library, std::uint32_t flags);
+
+// Empty the shell's tables and the callback table.
+void clear_tables();
 
 } // namespace sim

@@ -3,7 +3,9 @@
 #include "platform/sysmgr.h"
 
 #include <cstring>
+#include <filesystem>
 
+#include "sim/store.h"
 #include "sim/switch.h"
 
 namespace {
@@ -19,15 +21,29 @@ constexpr ErrorText kErrorTexts[] = {
     {QARN_STATUS_FAILED, "configuration could not be generated completely"},
     {QARN_STATUS_INVALID, "invalid command"},
     {QARN_STATUS_NO_STARTUP, "no startup configuration present"},
+    {sim::kStatusStoreLocked, "startup configuration is locked by another process"},
+    {sim::kStatusStoreUnusable, "startup configuration store cannot be locked"},
+    {sim::kStatusStoreDamaged, "saved configuration of the service is damaged"},
 };
 
 // A block of its own per response, so that a use after the next exchange shows.
 std::unique_ptr<unsigned char[]> last_response;
 
+// Lock or release the store on disk, when there is one.
+uint32_t move_lock(const sim::Switch &sw, const void *request) {
+    if (sw.store.empty()) return 0;
+    qarn_lock_request wanted;
+    std::memcpy(&wanted, request, sizeof wanted);
+    if (wanted.lock != 0) return sim::lock_store(sw.store);
+    sim::unlock_store();
+    return 0;
+}
+
 std::unique_ptr<unsigned char[]> lock_response(const sim::Switch &sw) {
-    if (!sw.lock_response) return nullptr;
-    auto response = std::make_unique<unsigned char[]>(sizeof *sw.lock_response);
-    std::memcpy(response.get(), &*sw.lock_response, sizeof *sw.lock_response);
+    if (sw.store.empty() && !sw.lock_response) return nullptr;
+    const qarn_lock_response answer = sw.store.empty() ? *sw.lock_response : sim::store_response(sw);
+    auto response = std::make_unique<unsigned char[]>(sizeof answer);
+    std::memcpy(response.get(), &answer, sizeof answer);
     return response;
 }
 
@@ -51,6 +67,12 @@ std::string describe_request(uint32_t opcode, const void *request, uint32_t leng
     return std::string(text, strnlen(text, length));
 }
 
+// The library takes a folder that cannot be read for one that is there, so one that is not must not be named.
+bool is_missing_in_store(const sim::Switch &sw, const std::string &folder) {
+    std::error_code error;
+    return !sw.store.empty() && std::filesystem::status(folder, error).type() == std::filesystem::file_type::not_found;
+}
+
 const char *text_or_null(const std::string &text) {
     return text.empty() ? nullptr : text.c_str();
 }
@@ -63,7 +85,8 @@ const char *sysmgrcmi_dir_get(uint32_t handle, uint32_t id, uint32_t zero) {
     sim::Switch &sw = sim::current();
     if (sw.enter("sysmgrcmi_dir_get", "%u, %u, %u", handle, id, zero)) return nullptr;
     if (id == SYSMGR_DIR_ASCII_STARTUP) return text_or_null(sw.ascii_startup_dir);
-    if (id == SYSMGR_DIR_BIN_STARTUP) return text_or_null(sw.bin_startup_dir);
+    if (id == SYSMGR_DIR_BIN_STARTUP && !is_missing_in_store(sw, sw.bin_startup_dir))
+        return text_or_null(sw.bin_startup_dir);
     return nullptr;
 }
 
@@ -75,6 +98,7 @@ uint32_t cmi_req_resp(uint32_t opcode, uint32_t second, const void *request, voi
                                 handle, tenth))
         return static_cast<uint32_t>(outcome->result);
     if (opcode == QARN_OPC_STORE_LOCK) {
+        if (const uint32_t status = move_lock(sw, request); status != 0) return status;
         last_response = lock_response(sw);
     } else if (opcode == QARN_OPC_MODULE_LIST) {
         last_response = module_list(sw);
