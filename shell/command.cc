@@ -116,6 +116,23 @@ void feature(const Words &words, const sim::Switch &sw, Request &request) {
     request.req.index = row->second;
 }
 
+void everything(const Words &words, const sim::Switch &sw, Request &request) {
+    no_arguments(words, sw, request);
+    request.add_token(QARN_TOKEN_EXTRA_RUNNING);
+}
+
+void modules(const Words &words, const sim::Switch &sw, Request &request) {
+    no_arguments(words, sw, request);
+    request.req.modlist_flag = 1;
+}
+
+// The command codes of the displays of all VDCs.
+template <std::uint32_t code>
+void every_vdc(const Words &words, const sim::Switch &sw, Request &request) {
+    no_arguments(words, sw, request);
+    request.req.cmd_code = code;
+}
+
 // ---- The forms ------------------------------------------------------------------------------------------------------
 
 // How a command begins: which configuration it shows, and in what manner.
@@ -125,17 +142,22 @@ struct Beginning {
     std::uint32_t generic_option;
     const char *meaning;
 };
-constexpr std::uint32_t kCheckpoint = 0x10;
+constexpr std::uint32_t kSavedNow = 0x04, kCheckpoint = 0x10;
 constexpr Beginning kBeginnings[] = {
     {"show", "running-config", false, 0, "what the switch runs"},
     {"show", "startup-config", true, 0, "what it starts with"},
+    {"show", "running", false, 0, nullptr}, // as the command for all VDCs says it
+    {"show", "startup", true, 0, nullptr},
     {"checkpoint", "", false, kCheckpoint, "what it runs, as a checkpoint: every VLAN on its own"},
 };
+
+// Commands that are no displays.
+constexpr char kCopy[] = "copy running-config startup-config";
 
 struct Form {
     std::string_view word; // behind the beginning; empty: nothing
     const char *arguments, *meaning;
-    EntryPoint running, startup;
+    EntryPoint running, startup; // null: there is no such display
     void (*parse)(const Words &, const sim::Switch &, Request &);
 };
 
@@ -167,6 +189,18 @@ constexpr Form kForms[] = {
      qarn_cli_run_cfg_gen_sap,          qarn_cli_start_cfg_gen_sap,          one_service},
     {"feature",      "NAME",            "the services of one feature",
      qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              feature},
+    {"all",          "",                "with what is as it is by default",
+     qarn_cli_run_cfg_gen,              nullptr,                             everything},
+    {"template",     "",                "(of startup-config) its templates",
+     nullptr,                           qarn_cli_start_template_cfg_gen,     no_arguments},
+    {"modules",      "",                "(of startup-config) the line-card modules",
+     nullptr,                           qarn_startup_cfg_modlist_get,        modules},
+    {"vdc-all",      "",                "the configuration of every VDC",
+     qarn_cli_run_cfg_gen_vdcall,       nullptr,                             every_vdc<163>},
+    {"vdc-all",      "",                nullptr,
+     nullptr,                           qarn_cli_run_cfg_gen_vdcall,         every_vdc<165>},
+    {"all vdc-all",  "",                "the same of every VDC",
+     qarn_cli_run_cfg_gen_vdcall,       nullptr,                             every_vdc<164>},
 };
 // clang-format on
 
@@ -180,6 +214,27 @@ const Beginning &take_beginning(Words &words, std::string_view line) {
         return beginning;
     }
     throw UnknownCommand("unknown command " + quoted(line));
+}
+
+EntryPoint entry_of(const Form &form, const Beginning &beginning) {
+    return beginning.startup ? form.startup : form.running;
+}
+
+// The form that the words go on with, which are taken off their front: two words when there is such a form, else one.
+const Form *take_form(Words &words, const Beginning &beginning) {
+    for (std::size_t length = std::min<std::size_t>(words.size(), 2);; --length) {
+        std::string word;
+        for (std::size_t i = 0; i < length; ++i)
+            word.append(i == 0 ? "" : " ").append(words[i]);
+        const auto *form = std::find_if(std::begin(kForms), std::end(kForms), [&](const Form &candidate) {
+            return candidate.word == word && entry_of(candidate, beginning) != nullptr;
+        });
+        if (form != std::end(kForms)) {
+            words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(length));
+            return form;
+        }
+        if (length <= 1) return nullptr;
+    }
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -197,7 +252,11 @@ Request::Request(std::string_view line) {
     line.copy(req.cmd_line, sizeof req.cmd_line - 1);
 }
 
-// Token ids stay 0: the arguments of these commands are no options.
+void Request::add_token(std::uint32_t id) {
+    add(0).token.id = id;
+}
+
+// The token ids of arguments stay 0: they are no options.
 Request::Token &Request::add(std::uint32_t type) {
     Token &token = tokens_.emplace_back();
     token.token.type = type;
@@ -242,17 +301,19 @@ std::vector<std::string_view> words_of(std::string_view line) {
 
 EntryPoint parse_command(std::string_view line, const sim::Switch &sw, Request &request) {
     Words words = words_of(line);
-    const Beginning &beginning = take_beginning(words, line);
-    std::string_view word = words.empty() ? "" : words[0];
-    auto form = std::find_if(std::begin(kForms), std::end(kForms), [word](const Form &f) { return f.word == word; });
-    if (form == std::end(kForms)) {
-        std::string_view known = line.substr(0, static_cast<std::size_t>(word.data() - line.data()));
-        throw UnknownCommand("unknown word " + quoted(word) + " after " + quoted(trimmed(known)));
+    if (words == words_of(kCopy)) {
+        request.options.generic_option |= kSavedNow; // the header says when it was saved
+        return copy_running_to_startup;
     }
-    if (!words.empty()) words.erase(words.begin());
+    const Beginning &beginning = take_beginning(words, line);
+    const Form *form = take_form(words, beginning);
+    if (form == nullptr) {
+        std::string_view known = line.substr(0, static_cast<std::size_t>(words[0].data() - line.data()));
+        throw UnknownCommand("unknown word " + quoted(words[0]) + " after " + quoted(trimmed(known)));
+    }
     request.options.generic_option |= beginning.generic_option;
     form->parse(words, sw, request);
-    return beginning.startup ? form->startup : form->running;
+    return entry_of(*form, beginning);
 }
 
 std::string list_of_commands() {
@@ -266,12 +327,18 @@ std::string list_of_commands() {
         list += row + meaning + '\n';
     };
     std::string list = "Commands begin with\n";
-    for (const Beginning &beginning : kBeginnings)
-        add_row(list, {beginning.first, beginning.second}, beginning.meaning);
+    for (const Beginning &beginning : kBeginnings) {
+        if (beginning.meaning != nullptr) add_row(list, {beginning.first, beginning.second}, beginning.meaning);
+    }
     list += "and go on with\n";
     for (const Form &form : kForms) {
+        if (form.meaning == nullptr) continue;
         add_row(list, {form.word.empty() ? "(nothing)" : form.word, form.arguments}, form.meaning);
     }
+    list += "Others are\n";
+    add_row(list, {kCopy}, "save what the switch runs");
+    add_row(list, {"switchto vdc NAME"}, "go on with commands in that VDC");
+    add_row(list, {"switchback"}, "go on in the VDC of the beginning");
     return list + "To end: exit, quit\n";
 }
 

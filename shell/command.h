@@ -35,6 +35,7 @@ class Request {
     qarn_req req = {};
     sim::ShellOptions options; // for the time of the command
 
+    void add_token(std::uint32_t id);
     void add_name(const std::string &name);
     void add_sap(std::uint32_t sap);
     void add_ranges(const std::vector<std::pair<std::uint32_t, std::uint32_t>> &ranges, std::uint32_t type = 0);
@@ -51,6 +52,10 @@ class Request {
 };
 
 using EntryPoint = std::uint32_t (*)(qarn_req *);
+
+// `copy running-config startup-config` as an entry point: saves what the switch runs, and says so. 0, or 1 after a
+// message on standard error.
+std::uint32_t copy_running_to_startup(qarn_req *req);
 
 // Fill the request from a command line and choose its entry point. Throws CommandError.
 EntryPoint parse_command(std::string_view line, const sim::Switch &sw, Request &request);

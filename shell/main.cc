@@ -1,34 +1,30 @@
 // vsh: the command shell over a simulated switch. It loads a switch description, then shows the configuration that the
 // library makes of it: one command given with -c, or commands as lines on standard input. Configuration goes to
-// standard output, everything else to standard error.
+// standard output, everything else to standard error. Options are also taken from the environment, and are put there
+// for the shells that the command for all VDCs starts.
 
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
-#include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "shell/built_in_switch.h"
 #include "shell/command.h"
 #include "shell/run.h"
-#include "sim/description.h"
-#include "sim/switch.h"
+#include "shell/session.h"
 
 namespace {
 
-struct Options {
-    std::optional<std::string> command, switch_file;
-    std::uint32_t debug_mask = 0;
-    std::uint32_t timeout_unit = 1000; // milliseconds
-};
+using shell::Options;
+using shell::Session;
 
 void declare_options(CLI::App &app, Options &options) {
     app.add_option("-c,--command", options.command,
@@ -36,43 +32,45 @@ void declare_options(CLI::App &app, Options &options) {
                    "standard input, a line each")
         ->type_name("COMMAND");
     app.add_option("-s,--switch", options.switch_file, "simulate the switch described here, not the built-in one")
-        ->type_name("FILE");
-    app.add_option("-d,--debug", options.debug_mask, "debug mask of the commands, as in 0x41")->type_name("MASK");
+        ->type_name("FILE")
+        ->envname("VSH_SWITCH");
+    app.add_option("--store", options.store, "folder of the saved configuration (default: the description's, or none)")
+        ->type_name("DIR")
+        ->envname("VSH_STORE");
+    app.add_option("-i,--vdc", options.vdc, "begin in this VDC, not in the one that the description is of")
+        ->type_name("ID");
+    app.add_option("-o", options.display_option, "accepted from a calling shell, and of no effect")->type_name("N");
+    app.add_flag("--script-mode", options.script_mode, "commands come from a script")->envname("VSH_SCRIPT_MODE");
+    app.add_option("--filter-mode", options.filter_mode,
+                   "filter bits of the commands, as in 0x08: show the switch profile")
+        ->type_name("BITS")
+        ->envname("VSH_FILTER_MODE");
+    app.add_option("-d,--debug", options.debug_mask, "debug mask of the commands, as in 0x41")
+        ->type_name("MASK")
+        ->envname("VSH_DEBUG");
     app.add_option("--timeout-unit", options.timeout_unit,
                    "milliseconds per unit of the receive time-out, which is 120 units (default 1000)")
         ->type_name("MS")
-        ->check(CLI::Range(1u, 60000u).description(""));
+        ->check(CLI::Range(1u, 60000u).description(""))
+        ->envname("VSH_TIMEOUT_UNIT");
     app.footer(shell::list_of_commands() +
                "\nNames and numbers take ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
                "Lines on standard input that are empty or begin with ! are skipped.\n"
                "\nExit status: the command's own, 0 or 1 (of several: the last failing one's); 1 when the switch\n"
-               "description is not usable; 2 for an unknown command or a wrong argument; 130 after an interruption.");
+               "description or the store is not usable; 2 for an unknown command or a wrong argument; 130 after an\n"
+               "interruption.");
 }
 
-void load(sim::Switch &sw, const Options &options) {
-    if (options.switch_file) {
-        sim::load_description(sw, *options.switch_file);
-    } else {
-        sim::load_description_text(sw, kBuiltInSwitch, "leaf.yaml (built in)");
-    }
-    sw.output = stdout;
-    sw.transport.unit = std::chrono::milliseconds(options.timeout_unit);
-    setenv("SYSMGR_VDC_ID", std::to_string(sw.vdc).c_str(), 1);
-    sim::make_current(&sw);
-}
-
-int execute(sim::Switch &sw, const std::string &line, std::uint32_t debug_mask) {
-    try {
-        shell::Request request(line);
-        request.req.dbg_mask = debug_mask;
-        shell::EntryPoint entry = shell::parse_command(line, sw, request);
-        return shell::run_command(sw, entry, request);
-    } catch (const shell::UnknownCommand &error) {
-        std::fprintf(stderr, "vsh: %s\n%s", error.what(), shell::list_of_commands().c_str());
-    } catch (const shell::CommandError &error) {
-        std::fprintf(stderr, "vsh: %s\n", error.what());
-    }
-    return shell::kExitUsage;
+// Put the options into the environment, files by paths that hold in every folder.
+void hand_down(Options &options) {
+    for (std::optional<std::string> *file : {&options.switch_file, &options.store})
+        if (*file) *file = std::filesystem::absolute(**file);
+    if (options.switch_file) setenv("VSH_SWITCH", options.switch_file->c_str(), 1);
+    if (options.store) setenv("VSH_STORE", options.store->c_str(), 1);
+    if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
+    setenv("VSH_FILTER_MODE", std::to_string(options.filter_mode).c_str(), 1);
+    setenv("VSH_DEBUG", std::to_string(options.debug_mask).c_str(), 1);
+    setenv("VSH_TIMEOUT_UNIT", std::to_string(options.timeout_unit).c_str(), 1);
 }
 
 bool is_command(const std::vector<std::string_view> &words) {
@@ -83,18 +81,18 @@ bool is_end(const std::vector<std::string_view> &words) {
     return words.size() == 1 && (words[0] == "exit" || words[0] == "quit");
 }
 
-int execute_lines(sim::Switch &sw, std::istream &lines, std::uint32_t debug_mask) {
+int execute_lines(Session &session, std::istream &lines) {
     bool prompting = isatty(STDIN_FILENO) != 0;
     int result = 0;
     std::string line;
     for (;;) {
-        if (prompting) std::fprintf(stderr, "%s# ", sw.name.c_str());
+        if (prompting) std::fprintf(stderr, "%s# ", session.prompt().c_str());
         if (!std::getline(lines, line)) return result;
         if (line.ends_with('\r')) line.pop_back();
         std::vector<std::string_view> words = shell::words_of(line);
         if (is_end(words)) return result;
         if (is_command(words)) {
-            int status = execute(sw, line, debug_mask);
+            int status = session.execute(line);
             result = status != 0 ? status : result;
             if (status == shell::kExitBrokenPipe) return result; // nobody reads on
         }
@@ -102,16 +100,15 @@ int execute_lines(sim::Switch &sw, std::istream &lines, std::uint32_t debug_mask
 }
 
 int run(const Options &options) {
-    sim::Switch sw;
     try {
-        load(sw, options);
-    } catch (const sim::DescriptionError &error) {
+        Session session(options);
+        if (!options.command) return execute_lines(session, std::cin);
+        const std::vector<std::string_view> words = shell::words_of(*options.command);
+        return is_command(words) && !is_end(words) ? session.execute(*options.command) : 0;
+    } catch (const std::runtime_error &error) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
         return shell::kExitFailure;
     }
-    if (!options.command) return execute_lines(sw, std::cin, options.debug_mask);
-    std::vector<std::string_view> words = shell::words_of(*options.command);
-    return is_command(words) && !is_end(words) ? execute(sw, *options.command, options.debug_mask) : 0;
 }
 
 } // namespace
@@ -127,5 +124,6 @@ int main(int argc, char **argv) {
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : shell::kExitUsage;
     }
+    hand_down(options);
     return run(options);
 }

@@ -1,0 +1,122 @@
+// The switch of a session. Entering a VDC loads the switch's description, which holds the VDC map, and then the VDC's
+// own description, if it has one; the switch that commands run on is the VDC's with the map of the whole. The saved
+// configuration of a VDC other than the default one lies in a folder of its own within the store.
+#include "shell/session.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "shell/built_in_switch.h"
+#include "shell/command.h"
+#include "shell/run.h"
+#include "sim/description.h"
+#include "sim/notation.h"
+#include "sim/store.h"
+
+namespace shell {
+
+namespace {
+
+constexpr std::uint32_t kDefaultVdc = 1;
+
+std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file) {
+    auto sw = std::make_unique<sim::Switch>();
+    if (file) {
+        sim::load_description(*sw, *file);
+    } else {
+        sim::load_description_text(*sw, kBuiltInSwitch, "leaf.yaml (built in)");
+    }
+    return sw;
+}
+
+template <typename Value>
+const sim::Vdc &active_vdc(const sim::Switch &sw, Value sim::Vdc::*member, const Value &wanted,
+                           const std::string &name) {
+    for (const sim::Vdc &vdc : sw.vdcs) {
+        if (vdc.*member != wanted) continue;
+        if (!vdc.active) throw CommandError("VDC " + name + " is not active");
+        return vdc;
+    }
+    throw CommandError("unknown VDC " + name);
+}
+
+std::string folder_of_vdc(const std::string &store, std::uint32_t vdc) {
+    return store.empty() || vdc == kDefaultVdc ? store : store + "/vdc-" + std::to_string(vdc);
+}
+
+} // namespace
+
+Session::Session(const Options &options) : options_(options) {
+    enter(options_.vdc);
+}
+
+void Session::enter(std::optional<std::uint16_t> id) {
+    std::unique_ptr<sim::Switch> sw = load(options_.switch_file);
+    std::string name = sw->name;
+    if (id) {
+        const sim::Vdc vdc = active_vdc(*sw, &sim::Vdc::id, *id, std::to_string(*id));
+        const std::vector<sim::Vdc> map = sw->vdcs;
+        if (!vdc.switch_file.empty()) sw = load(vdc.switch_file);
+        sw->vdc = vdc.id;
+        sw->vdcs = map;
+        name = vdc.name;
+    }
+    sim::use_store(*sw, folder_of_vdc(options_.store.value_or(sw->store), sw->vdc));
+    sw->output = stdout;
+    sw->transport.unit = std::chrono::milliseconds(options_.timeout_unit);
+    std::error_code error;
+    sw->shell_program = std::filesystem::read_symlink("/proc/self/exe", error);
+    setenv("SYSMGR_VDC_ID", std::to_string(sw->vdc).c_str(), 1);
+    sim::make_current(sw.get());
+    switch_ = std::move(sw);
+    prompt_ = name;
+}
+
+void Session::switch_to(const std::string &name) {
+    enter(active_vdc(*switch_, &sim::Vdc::name, name, sim::quoted(name)).id);
+    is_away_ = true;
+}
+
+void Session::switch_back() {
+    if (!is_away_) throw CommandError("this is the VDC of the beginning");
+    enter(options_.vdc);
+    is_away_ = false;
+}
+
+bool Session::is_switching(const std::vector<std::string_view> &words) {
+    if (words.size() == 3 && words[0] == "switchto" && words[1] == "vdc") {
+        switch_to(std::string(words[2]));
+        return true;
+    }
+    if (words.size() != 1 || words[0] != "switchback") return false;
+    switch_back();
+    return true;
+}
+
+int Session::run_line(const std::string &line) {
+    if (is_switching(words_of(line))) return 0;
+    Request request(line);
+    request.req.dbg_mask = options_.debug_mask;
+    request.options.filter_mode = options_.filter_mode;
+    request.options.script_mode = options_.script_mode;
+    const EntryPoint entry = parse_command(line, *switch_, request);
+    return run_command(*switch_, entry, request);
+}
+
+int Session::execute(const std::string &line) {
+    try {
+        return run_line(line);
+    } catch (const UnknownCommand &error) {
+        std::fprintf(stderr, "vsh: %s\n%s", error.what(), list_of_commands().c_str());
+    } catch (const CommandError &error) {
+        std::fprintf(stderr, "vsh: %s\n", error.what());
+    } catch (const std::runtime_error &error) { // of another VDC's description or store; this one goes on
+        std::fprintf(stderr, "vsh: %s\n", error.what());
+        return kExitFailure;
+    }
+    return kExitUsage;
+}
+
+} // namespace shell
