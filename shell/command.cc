@@ -189,7 +189,7 @@ constexpr Form kForms[] = {
      qarn_cli_run_cfg_gen_sap,          qarn_cli_start_cfg_gen_sap,          one_service},
     {"feature",      "NAME",            "the services of one feature",
      qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              feature},
-    {"all",          "",                "with what is as it is by default",
+    {"all",          "",                "(of running-config) with defaults",
      qarn_cli_run_cfg_gen,              nullptr,                             everything},
     {"template",     "",                "(of startup-config) its templates",
      nullptr,                           qarn_cli_start_template_cfg_gen,     no_arguments},

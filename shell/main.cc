@@ -62,11 +62,9 @@ void declare_options(CLI::App &app, Options &options) {
 }
 
 // Put the options into the environment, files by paths that hold in every folder.
-void hand_down(Options &options) {
-    for (std::optional<std::string> *file : {&options.switch_file, &options.store})
-        if (*file) *file = std::filesystem::absolute(**file);
-    if (options.switch_file) setenv("VSH_SWITCH", options.switch_file->c_str(), 1);
-    if (options.store) setenv("VSH_STORE", options.store->c_str(), 1);
+void hand_down(const Options &options) {
+    if (options.switch_file) setenv("VSH_SWITCH", std::filesystem::absolute(*options.switch_file).c_str(), 1);
+    if (options.store) setenv("VSH_STORE", std::filesystem::absolute(*options.store).c_str(), 1);
     if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
     setenv("VSH_FILTER_MODE", std::to_string(options.filter_mode).c_str(), 1);
     setenv("VSH_DEBUG", std::to_string(options.debug_mask).c_str(), 1);
