@@ -34,14 +34,16 @@ uint32_t answer(const sim::Service &service, const qarn_cfg_req_msg &request, ui
 extern "C" {
 
 // Answers as the service would on the transport.
-void qarn_inprocess_answer(qarn_cb_args *args, uint32_t *result) {
-    const qarn_cfg_req_msg *request = sim::request_in(args->msg);
+void qarn_inprocess_answer(void *args, uint32_t *result) {
+    const auto &arguments = *static_cast<const qarn_cb_args *>(args);
+    const qarn_cfg_req_msg *request = sim::request_in(arguments.msg);
     const sim::Service *service = invoked_service();
-    *result = request != nullptr && service != nullptr ? answer(*service, *request, args->mts_handle) : kNotAnswered;
+    *result =
+        request != nullptr && service != nullptr ? answer(*service, *request, arguments.mts_handle) : kNotAnswered;
 }
 
 // A service that has come to nothing.
-void qarn_inprocess_say_nothing(qarn_cb_args *, uint32_t *result) {
+void qarn_inprocess_say_nothing(void *, uint32_t *result) {
     *result = kNotAnswered;
 }
 
