@@ -8,10 +8,14 @@ const char *__asan_default_options() {
 }
 
 const char *__ubsan_default_options();
-const char *__ubsan_default_options() { return "print_stacktrace=1"; }
+const char *__ubsan_default_options() {
+    return "print_stacktrace=1";
+}
 
 const char *__lsan_default_options();
-const char *__lsan_default_options() { return "print_suppressions=0"; }
+const char *__lsan_default_options() {
+    return "print_suppressions=0";
+}
 
 const char *__lsan_default_suppressions();
 const char *__lsan_default_suppressions() {
@@ -23,7 +27,7 @@ const char *__lsan_default_suppressions() {
            "leak:qarn_ifindex_lists_init\n"     // the combined interface list
            "leak:add_vertex\n"                  // graphs
            "leak:add_edge\n"
-           "leak:enqueue\n"                   // queues
+           "leak:enqueue\n"                  // queues
            "leak:add_feature_key_to_list\n"; // feature keys, remembered while the library is loaded
 }
 
