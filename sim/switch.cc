@@ -40,10 +40,15 @@ std::optional<Outcome> Switch::enter(const char *function, const char *format, .
     if (recording) {
         va_list args;
         va_start(args, format);
-        calls.push_back(std::string(function) + '(' + format_text(format, args) + ')');
+        record(std::string(function) + '(' + format_text(format, args) + ')');
         va_end(args);
     }
     return take_outcome(function);
+}
+
+void Switch::record(const std::string &call) {
+    calls.push_back(call);
+    if (on_call) on_call(call);
 }
 
 std::optional<Outcome> Switch::take_outcome(const char *function) {

@@ -177,6 +177,7 @@ struct Switch {
     std::function<std::uint32_t(qarn_req *)> final_callback;                      // else 0
     std::map<std::string, std::function<void(qarn_cb_args *)>> library_functions; // in-process services by name
     std::function<std::int32_t(const std::vector<std::string> &)> run_program;    // instead of starting it
+    std::function<void(const std::string &)> on_call; // while recording: with every call, before it does its work
 
     // The record: one line "function(arguments)" per call of the library, in order.
     bool recording = false;
@@ -192,10 +193,11 @@ struct Switch {
     // Called by every platform function: records "function(arguments)" and takes a scripted outcome, if any.
     // Sets errno to the outcome's error.
     std::optional<Outcome> enter(const char *function) {
-        if (recording) calls.push_back(std::string(function) + "()");
+        if (recording) record(std::string(function) + "()");
         return take_outcome(function);
     }
     std::optional<Outcome> enter(const char *function, const char *format, ...) __attribute__((format(printf, 3, 4)));
+    void record(const std::string &call);
     // The second half of `enter`, for the functions that are not recorded.
     std::optional<Outcome> take_outcome(const char *function);
 

@@ -66,8 +66,8 @@ bool print_levels(qarn_cfg_req_msg *msg) {
     if (!order_elements(QARN_EVERY_LEVEL, 1, &intf_element_q, "Loop in the graph\n")) return false;
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
     if (!order_elements(QARN_EVERY_LEVEL, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
-    const ContributionIndex contributions; // of what the two queues now hold
-    const InterfaceIndex interfaces;
+    const ContributionIndex contribution_index; // of what the two queues now hold
+    const InterfaceIndex interface_index;
     for (int32_t level = 0; level < kLevels; ++level) {
         if (!print_level(level, msg)) return false;
     }

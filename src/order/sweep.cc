@@ -89,7 +89,7 @@ class Sweeps {
 
     // What is left with an in_degree afterwards waits for a loop. `visited` holds a vertex's position meanwhile.
     void number_topologically() {
-        int32_t *free_vertices = next_;
+        int32_t *free_vertices = next_; // not needed for its own purpose yet
         int32_t known = 0;
         for (int32_t at = 0; at < count_; ++at) {
             sweep_of_[at] = 0;
@@ -99,12 +99,16 @@ class Sweeps {
         for (int32_t done = 0; done < known; ++done) {
             const int32_t from = free_vertices[done];
             for (const edge *e = vertices_[from]->edges; e != nullptr; e = e->next) {
+                const bool is_free = --e->to->in_degree == 0;
                 const int32_t to = e->to->visited;
+                if (!stands_at(e->to, to)) continue; // a vertex of another graph
                 sweep_of_[to] = std::max(sweep_of_[to], sweep_of_[from] + (from > to ? 1 : 0));
-                if (--e->to->in_degree == 0) free_vertices[known++] = to;
+                if (is_free) free_vertices[known++] = to;
             }
         }
     }
+
+    bool stands_at(const vertex *v, int32_t at) const { return at >= 0 && at < count_ && vertices_[at] == v; }
 
     int32_t count_ = 0;
     qarn::Malloced<vertex *> sorted_;

@@ -1,5 +1,4 @@
-// The index of key strings by name, over all elements of the key-string queue. It holds no text of its own: names and
-// texts are the elements'.
+// The index of key strings by name, over all elements of the key-string queue.
 #include "print/contributions.h"
 
 #include <qarncli/element_store.h>
@@ -11,23 +10,23 @@
 namespace qarn {
 namespace {
 
-bool is_printing = false;
-GHashTable *by_name = nullptr; // name -> GPtrArray of GStrings; made at the first question
+ContributionIndex *innermost = nullptr;
 
-void add_contribution(void *name, void *value, void *) {
+void add_contribution(void *name, void *value, void *by_name) {
     auto *text = static_cast<GString *>(value);
     if (text == nullptr || text->len == 0) return;
-    auto *texts = static_cast<GPtrArray *>(g_hash_table_lookup(by_name, name));
+    auto *table = static_cast<GHashTable *>(by_name);
+    auto *texts = static_cast<GPtrArray *>(g_hash_table_lookup(table, name));
     if (texts == nullptr) {
         texts = g_ptr_array_new();
-        g_hash_table_insert(by_name, name, texts);
+        g_hash_table_insert(table, name, texts);
     }
     g_ptr_array_add(texts, text);
 }
 
-void add_element(void *data, void *) {
+void add_element(void *data, void *by_name) {
     const qarn_merge_val *value = value_of_vertex(data);
-    if (value != nullptr) g_hash_table_foreach(value->elem->keystr_table, add_contribution, nullptr);
+    if (value != nullptr) g_hash_table_foreach(value->elem->keystr_table, add_contribution, by_name);
 }
 
 void free_texts(void *texts) {
@@ -36,25 +35,25 @@ void free_texts(void *texts) {
 
 } // namespace
 
-ContributionIndex::ContributionIndex() {
-    is_printing = true;
+ContributionIndex::ContributionIndex() : outer_(innermost) {
+    innermost = this;
 }
 
 ContributionIndex::~ContributionIndex() {
-    is_printing = false;
-    g_clear_pointer(&by_name, g_hash_table_destroy);
+    innermost = outer_;
+    if (by_name_ != nullptr) g_hash_table_destroy(by_name_);
 }
 
-bool has_contribution_index() {
-    return is_printing && !debugging(QARN_DEBUG_STORE);
+ContributionIndex *ContributionIndex::current() {
+    return debugging(QARN_DEBUG_STORE) ? nullptr : innermost;
 }
 
-const GPtrArray *contributions(const char *name) {
-    if (by_name == nullptr) {
-        by_name = g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, free_texts);
-        traverse(&keystr_element_q, add_element, nullptr);
+const GPtrArray *ContributionIndex::find(const char *name) {
+    if (by_name_ == nullptr) {
+        by_name_ = g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, free_texts);
+        traverse(&keystr_element_q, add_element, by_name_);
     }
-    return static_cast<const GPtrArray *>(g_hash_table_lookup(by_name, name));
+    return static_cast<const GPtrArray *>(g_hash_table_lookup(by_name_, name));
 }
 
 } // namespace qarn

@@ -1,25 +1,30 @@
-// What the elements of the key-string queue file under each key-string name. While a generation prints, names are
-// looked up in an index that is built from the queue at the first question and lives as long as the level passes; the
-// exported callbacks walk the queue instead, and serve whenever there is no index or the walk's traces are wanted.
+// What the elements of the key-string queue file under each key-string name. While the levels print, names are looked
+// up in an index that is built from the queue at the first question; the exported callbacks walk the queue instead, and
+// serve whenever there is no index or the walk's traces are wanted.
 #pragma once
 
 #include <glib.h>
 
 namespace qarn {
 
-// The index may be used while this lives: during the level passes, while queue and store stand still.
+// Lives during the level passes of one generation, while queue and store stand still. It holds no text of its own:
+// names and texts are the elements'.
 class ContributionIndex {
   public:
     ContributionIndex();
     ~ContributionIndex();
     ContributionIndex(const ContributionIndex &) = delete;
     ContributionIndex &operator=(const ContributionIndex &) = delete;
+
+    // The index of the level passes under way; null outside of them, and while the walk's traces are wanted.
+    static ContributionIndex *current();
+
+    // The texts filed under a name, GStrings in queue order, none of them empty; null when there are none.
+    const GPtrArray *find(const char *name);
+
+  private:
+    ContributionIndex *outer_;      // of a generation within which this one runs
+    GHashTable *by_name_ = nullptr; // name -> GPtrArray of GStrings; made at the first question
 };
-
-// Whether contributions() may be asked.
-bool has_contribution_index();
-
-// The texts filed under a name, GStrings in queue order, none of them empty; null when there are none.
-const GPtrArray *contributions(const char *name);
 
 } // namespace qarn

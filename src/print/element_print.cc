@@ -23,7 +23,7 @@
 #include "platform/ifmgr.h"
 #include "platform/port_managers.h"
 #include "platform/sysmgr.h"
-#include "print/interface_value.h"
+#include "print/interface_text.h"
 #include "print/queued_element.h"
 
 namespace {

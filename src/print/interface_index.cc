@@ -1,5 +1,4 @@
-// The index of per-interface values. It holds no text of its own: values are the elements'. Its nodes lie in blocks
-// that are freed together with it.
+// The index of per-interface values. Its nodes lie in blocks, because there is one for every contribution.
 #include "print/interface_index.h"
 
 #include <qarncli/element.h>
@@ -18,77 +17,79 @@ struct Values {
     InterfaceValue *first, *last;
 };
 
-bool is_printing = false;
-GHashTable *by_interface = nullptr; // if_index -> Values; made at the first question
-GPtrArray *blocks = nullptr;        // of InterfaceValue
-gsize used_of_block = kNodesPerBlock;
-bool elements_found = false;
-
-InterfaceValue *new_node() {
-    if (used_of_block == kNodesPerBlock) {
-        g_ptr_array_add(blocks, g_new(InterfaceValue, kNodesPerBlock));
-        used_of_block = 0;
-    }
-    return static_cast<InterfaceValue *>(g_ptr_array_index(blocks, blocks->len - 1)) + used_of_block++;
-}
-
-void add_value(void *if_index, void *value, void *elem) {
-    InterfaceValue *node = new_node();
-    *node = {static_cast<const qarn_elem *>(elem), value, nullptr};
-    gpointer key = GUINT_TO_POINTER(*static_cast<const guint32 *>(if_index));
-    auto *values = static_cast<Values *>(g_hash_table_lookup(by_interface, key));
-    if (values == nullptr) {
-        values = g_new(Values, 1);
-        *values = {node, node};
-        g_hash_table_insert(by_interface, key, values);
-        return;
-    }
-    values->last->next = node;
-    values->last = node;
-}
-
-void add_element(void *data, void *) {
-    const qarn_merge_val *entry = value_of_vertex(data);
-    if (entry == nullptr) return;
-    elements_found = true;
-    if ((entry->elem->property & QARN_PROP_INTF) == 0) return;
-    g_hash_table_foreach(entry->elem->ifindex_table, add_value, entry->elem);
-}
-
-void build() {
-    if (by_interface != nullptr) return;
-    by_interface = g_hash_table_new_full(g_direct_hash, g_direct_equal, nullptr, g_free);
-    blocks = g_ptr_array_new_with_free_func(g_free);
-    used_of_block = kNodesPerBlock;
-    elements_found = false;
-    traverse(&intf_element_q, add_element, nullptr);
-}
+InterfaceIndex *innermost = nullptr;
 
 } // namespace
 
-InterfaceIndex::InterfaceIndex() {
-    is_printing = true;
+InterfaceIndex::InterfaceIndex() : outer_(innermost) {
+    innermost = this;
 }
 
 InterfaceIndex::~InterfaceIndex() {
-    is_printing = false;
-    g_clear_pointer(&by_interface, g_hash_table_destroy);
-    g_clear_pointer(&blocks, g_ptr_array_unref);
+    innermost = outer_;
+    if (by_interface_ == nullptr) return;
+    g_hash_table_destroy(by_interface_);
+    g_ptr_array_unref(blocks_);
 }
 
-bool has_interface_index() {
-    return is_printing && !debugging(QARN_DEBUG_LOOKUP);
+InterfaceIndex *InterfaceIndex::current() {
+    return debugging(QARN_DEBUG_LOOKUP) ? nullptr : innermost;
 }
 
-const InterfaceValue *interface_values(uint32_t if_index) {
+const InterfaceValue *InterfaceIndex::find(uint32_t if_index) {
     build();
-    const auto *values = static_cast<const Values *>(g_hash_table_lookup(by_interface, GUINT_TO_POINTER(if_index)));
+    const auto *values = static_cast<const Values *>(g_hash_table_lookup(by_interface_, GUINT_TO_POINTER(if_index)));
     return values != nullptr ? values->first : nullptr;
 }
 
-bool has_interface_elements() {
+bool InterfaceIndex::has_elements() {
     build();
-    return elements_found;
+    return has_elements_;
+}
+
+void InterfaceIndex::build() {
+    if (by_interface_ != nullptr) return;
+    by_interface_ = g_hash_table_new_full(g_direct_hash, g_direct_equal, nullptr, g_free);
+    blocks_ = g_ptr_array_new_with_free_func(g_free);
+    traverse(&intf_element_q, add_element, this);
+}
+
+void InterfaceIndex::add_element(void *data, void *index) {
+    const qarn_merge_val *entry = value_of_vertex(data);
+    if (entry == nullptr) return;
+    auto *self = static_cast<InterfaceIndex *>(index);
+    self->has_elements_ = true;
+    if ((entry->elem->property & QARN_PROP_INTF) != 0) add_values(entry->elem, self);
+}
+
+void InterfaceIndex::add_values(const qarn_elem *elem, InterfaceIndex *index) {
+    GHashTableIter iter;
+    void *if_index = nullptr;
+    void *value = nullptr;
+    g_hash_table_iter_init(&iter, elem->ifindex_table);
+    while (g_hash_table_iter_next(&iter, &if_index, &value) != 0) {
+        if (value == nullptr) continue;
+        InterfaceValue *node = index->new_node();
+        *node = {elem, value, nullptr};
+        gpointer key = GUINT_TO_POINTER(*static_cast<const guint32 *>(if_index));
+        auto *values = static_cast<Values *>(g_hash_table_lookup(index->by_interface_, key));
+        if (values == nullptr) {
+            values = g_new(Values, 1);
+            *values = {node, node};
+            g_hash_table_insert(index->by_interface_, key, values);
+        } else {
+            values->last->next = node;
+            values->last = node;
+        }
+    }
+}
+
+InterfaceValue *InterfaceIndex::new_node() {
+    if (blocks_->len == 0 || used_of_block_ == kNodesPerBlock) {
+        g_ptr_array_add(blocks_, g_new(InterfaceValue, kNodesPerBlock));
+        used_of_block_ = 0;
+    }
+    return static_cast<InterfaceValue *>(g_ptr_array_index(blocks_, blocks_->len - 1)) + used_of_block_++;
 }
 
 } // namespace qarn

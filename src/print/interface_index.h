@@ -1,22 +1,15 @@
-// What the interface elements have for each interface, in the order of intf_element_q. While a generation prints, the
+// What the interface elements have for each interface, in the order of intf_element_q. While the levels print, the
 // blocks take their values from an index that is built from the queue at the first question; the exported callback
 // walks the queue instead, and serves whenever there is no index or its traces are wanted.
 #pragma once
+
+#include <glib.h>
 
 #include <cstdint>
 
 struct qarn_elem;
 
 namespace qarn {
-
-// The index may be used while this lives: during the level passes, while queue and store stand still.
-class InterfaceIndex {
-  public:
-    InterfaceIndex();
-    ~InterfaceIndex();
-    InterfaceIndex(const InterfaceIndex &) = delete;
-    InterfaceIndex &operator=(const InterfaceIndex &) = delete;
-};
 
 // One element's value for one interface: a text or a command message, as the element's val_type says.
 struct InterfaceValue {
@@ -25,13 +18,34 @@ struct InterfaceValue {
     const InterfaceValue *next; // of the same interface, later in the queue
 };
 
-// Whether interface_values() may be asked.
-bool has_interface_index();
+// Lives during the level passes of one generation, while queue and store stand still. It holds no text of its own:
+// values are the elements'.
+class InterfaceIndex {
+  public:
+    InterfaceIndex();
+    ~InterfaceIndex();
+    InterfaceIndex(const InterfaceIndex &) = delete;
+    InterfaceIndex &operator=(const InterfaceIndex &) = delete;
 
-// The first value for an interface, or null.
-const InterfaceValue *interface_values(uint32_t if_index);
+    // The index of the level passes under way; null outside of them, and while the walk's traces are wanted.
+    static InterfaceIndex *current();
 
-// Whether intf_element_q holds an element at all.
-bool has_interface_elements();
+    // The first value for an interface, or null.
+    const InterfaceValue *find(uint32_t if_index);
+    // Whether the queue holds an element at all.
+    bool has_elements();
+
+  private:
+    void build();
+    InterfaceValue *new_node();
+    static void add_element(void *data, void *index);
+    static void add_values(const qarn_elem *elem, InterfaceIndex *index);
+
+    InterfaceIndex *outer_;              // of a generation within which this one runs
+    GHashTable *by_interface_ = nullptr; // if_index -> first and last value; made at the first question
+    GPtrArray *blocks_ = nullptr;        // of nodes, freed together
+    gsize used_of_block_ = 0;
+    bool has_elements_ = false;
+};
 
 } // namespace qarn

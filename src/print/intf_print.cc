@@ -14,7 +14,7 @@
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
 #include "print/interface_index.h"
-#include "print/interface_value.h"
+#include "print/interface_text.h"
 #include "print/queued_element.h"
 
 namespace {
@@ -149,9 +149,10 @@ void take_up(const qarn_elem &elem, void *value) {
 namespace qarn {
 
 void collect_interface(void *if_index) {
-    if (!has_interface_index()) return traverse(&intf_element_q, qarn_intf_cfg_print, if_index);
-    if (has_interface_elements()) g_all_intf_config_printed = 1;
-    for (const InterfaceValue *v = interface_values(load_u32(if_index)); v != nullptr; v = v->next) {
+    InterfaceIndex *index = InterfaceIndex::current();
+    if (index == nullptr) return traverse(&intf_element_q, qarn_intf_cfg_print, if_index);
+    if (index->has_elements()) g_all_intf_config_printed = 1;
+    for (const InterfaceValue *v = index->find(load_u32(if_index)); v != nullptr; v = v->next) {
         take_up(*v->elem, v->value);
     }
 }

@@ -40,7 +40,7 @@ void print_texts(const GPtrArray *texts) {
 
 // Everything that the queued elements file under a name.
 void print_filed_under(const char *name) {
-    if (qarn::has_contribution_index()) return print_texts(qarn::contributions(name));
+    if (auto *index = qarn::ContributionIndex::current()) return print_texts(index->find(name));
     const String key(g_string_new(name));
     traverse(&keystr_element_q, qarn_keystr_elem_q_cfg_print, key.get());
 }
@@ -49,9 +49,15 @@ void print_filed_under(const char *name) {
 // order. Each map's texts are gathered once, however many entries share it.
 class TextsByHeader {
   public:
-    explicit TextsByHeader(GHashTable *key_table)
+    TextsByHeader(GHashTable *key_table, qarn::ContributionIndex *index)
         : texts_(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, free_texts)) {
-        g_hash_table_foreach(key_table, add_entry, texts_);
+        GHashTableIter iter;
+        void *name = nullptr;
+        void *key = nullptr;
+        g_hash_table_iter_init(&iter, key_table);
+        while (g_hash_table_iter_next(&iter, &name, &key) != 0) {
+            append(texts_under(static_cast<qarn_key_val *>(key)->val_str->str), index->find(name_of(name)));
+        }
     }
     ~TextsByHeader() { g_hash_table_destroy(texts_); }
     TextsByHeader(const TextsByHeader &) = delete;
@@ -65,18 +71,18 @@ class TextsByHeader {
   private:
     static void free_texts(void *texts) { g_ptr_array_unref(static_cast<GPtrArray *>(texts)); }
 
-    static void add_entry(void *name, void *value, void *table) {
-        const char *map = static_cast<const qarn_key_val *>(value)->val_str->str;
-        auto *texts_by_map = static_cast<GHashTable *>(table);
-        auto *texts = static_cast<GPtrArray *>(g_hash_table_lookup(texts_by_map, map));
+    static void append(GPtrArray *texts, const GPtrArray *more) {
+        for (guint i = 0; more != nullptr && i < more->len; ++i)
+            g_ptr_array_add(texts, g_ptr_array_index(more, i));
+    }
+
+    GPtrArray *texts_under(char *map) {
+        auto *texts = static_cast<GPtrArray *>(g_hash_table_lookup(texts_, map));
         if (texts == nullptr) {
             texts = g_ptr_array_new();
-            g_hash_table_insert(texts_by_map, const_cast<char *>(map), texts);
+            g_hash_table_insert(texts_, map, texts);
         }
-        const GPtrArray *filed = qarn::contributions(name_of(name));
-        for (guint i = 0; filed != nullptr && i < filed->len; ++i) {
-            g_ptr_array_add(texts, g_ptr_array_index(filed, i));
-        }
+        return texts;
     }
 
     GHashTable *texts_;
@@ -89,8 +95,8 @@ void print_headers_by_walk(GHashTable *key_table) {
     }
 }
 
-void print_headers_by_index(GHashTable *key_table) {
-    const TextsByHeader by_header(key_table);
+void print_headers_by_index(GHashTable *key_table, qarn::ContributionIndex *index) {
+    const TextsByHeader by_header(key_table, index);
     for (int32_t i = 0; i < totalkeys; ++i) {
         csm_qarn_sp_print("%s", keylist[i]);
         const GPtrArray *texts = by_header.find(keylist[i]);
@@ -115,8 +121,8 @@ bool run_keyed_pass(const qarn_elem &elem) {
     qarn_sort_traverse_keys();
     if (elem.uuid == QARN_UUID_VLAN) {
         qarn::run_vlan_pass(elem);
-    } else if (qarn::has_contribution_index()) {
-        print_headers_by_index(elem.key_table);
+    } else if (auto *index = qarn::ContributionIndex::current()) {
+        print_headers_by_index(elem.key_table, index);
     } else {
         print_headers_by_walk(elem.key_table);
     }

@@ -74,15 +74,23 @@ const qarn_key_val *find_vlan(const qarn_elem &elem, int32_t slot) {
 }
 
 void gather_contributions(const char *line) {
-    if (!qarn::has_contribution_index()) {
+    qarn::ContributionIndex *index = qarn::ContributionIndex::current();
+    if (index == nullptr) {
         const String name(g_string_new(line));
         traverse(&keystr_element_q, qarn_vlan_keystr_elem_q_cfg_print, name.get());
         return;
     }
-    const GPtrArray *texts = qarn::contributions(line);
+    const GPtrArray *texts = index->find(line);
     for (guint i = 0; texts != nullptr && i < texts->len; ++i) {
         add_key_str_list(static_cast<const GString *>(g_ptr_array_index(texts, i))->str);
     }
+}
+
+// An aggregate for whose VLAN there was no memory belongs to nobody.
+void discard_unless_filed() {
+    if (g_hash_table_lookup(vlan_reverse_table_p, &g_vlan_id) == g_vlan_aggr_str) return;
+    g_string_free(g_vlan_aggr_str, TRUE);
+    g_vlan_aggr_str = nullptr;
 }
 
 // Every VLAN of the key list gets its aggregate; in a checkpoint it is printed at once.
@@ -101,6 +109,7 @@ void aggregate(const qarn_elem &elem, const VlanKind &kind, bool checkpoint) {
             csm_qarn_sp_print("%s", line.text());
             csm_qarn_sp_print("%s", g_vlan_aggr_str->str);
         }
+        discard_unless_filed();
         delete_key_str_list();
         g_traverse = 1;
     }

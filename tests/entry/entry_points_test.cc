@@ -80,6 +80,27 @@ TEST_F(EntryPoints, ExcludeTheServicesThatTheTokensName) {
     EXPECT_EQ(asked(), (std::vector<std::uint32_t>{4000, 0})) << "itself for in-process services, then everybody";
     EXPECT_EQ(sent_request(1).num_excl_saps, 2u);
     EXPECT_EQ(saps[0], 0u);
+    req.sap = 1; // one by one
+    EXPECT_EQ(run(qarn_cli_run_cfg_gen_exclude), 0u);
+    EXPECT_EQ(asked(), (std::vector<std::uint32_t>{4000, 21}));
+}
+
+TEST_F(EntryPoints, ShowTheStoredConfigurationToo) {
+    save_startup();
+    add_token(130);
+    add_token(205);
+    run(qarn_cli_start_cfg_gen);
+    EXPECT_EQ(sent_request().cfg_source, 2u);
+    EXPECT_EQ(sent_request().extra_opt, 1u);
+    req.num_tokens = 0;
+    cmd_token_id = 0;
+    add_sap_token(20);
+    for (const EntryPoint entry : {qarn_cli_start_cfg_gen_sap, qarn_cli_start_cfg_gen_exclude}) {
+        run(entry);
+        EXPECT_EQ(sent_request().cfg_source, 2u);
+        EXPECT_EQ(cmd_token_id, 0u) << "these take up no tokens";
+    }
+    EXPECT_EQ(num_saps_exclude, 1);
 }
 
 TEST_F(EntryPoints, AskOneService) {
@@ -96,7 +117,8 @@ TEST_F(EntryPoints, AskOneService) {
 }
 
 TEST_F(EntryPoints, ShowTemplatesOnTheCardsThatHaveThem) {
-    for (const std::uint32_t card : {182u, 0xa00b0u, 249u}) { // the low 16 bits count
+    // The low 16 bits count.
+    for (const std::uint32_t card : {182u, 0xa00b0u, 249u, 248u, 222u, 237u, 223u, 183u, 206u}) {
         sw.card = card;
         EXPECT_EQ(run(qarn_cli_start_template_cfg_gen), 1u) << card;
         EXPECT_EQ(text, "no startup configuration present\n");

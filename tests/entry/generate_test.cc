@@ -95,6 +95,43 @@ TEST_F(Driver, WaitsOnceMoreForTheCliServer) {
     EXPECT_EQ(text.find("The following SAPs"), 0u) << "only the CLI server is waited for again";
 }
 
+TEST_F(Driver, GoesOnWhenTheCliServerAnswersInTheExtraWait) {
+    service_that_says(296, "cli");
+    sw.next("mts_recv", {-1, ETIME, 1}); // the first call belongs to the in-process services
+    generate();
+    EXPECT_EQ(text, "!Waiting on CLI Server to respond..\n" + header() + "cli\n\n\n");
+    EXPECT_EQ(generated, 0u);
+}
+
+TEST_F(Driver, NeverDecodesAReplyWhoseLastFragmentIsMissing) {
+    sw.service("a", 20, 20).silent();
+    const sim::Bytes reply = test::line(20, "incomplete\n").reply();
+    sw.transport.deliver(req.mts_handle, QARN_OPC_REPLY,
+                         sim::fragment(20, false, static_cast<std::uint32_t>(reply.size()), reply));
+    generate();
+    EXPECT_EQ(text,
+              "The following SAPs did not respond within the expected timeframe\nPending SAPS:20 \n"
+              "Printing Ascii configuration for remaining SAPs\n" +
+                  header() + "\n");
+    EXPECT_EQ(generated, 0x405f0001u);
+}
+
+TEST_F(Driver, PrefersTheFinalCallbacksStatusToThatOfAService) {
+    service_that_says(20, "a").fails(0x4711);
+    sw.next("qarn_cb_run_cfg_generate", {0x40990001});
+    generate();
+    EXPECT_EQ(generated, 0x40990001u);
+}
+
+TEST_F(Driver, StopsAskingAtTheFirstServiceThatCannotBeReached) {
+    service_that_says(20, "a");
+    service_that_says(21, "b");
+    req.sap = 1;
+    sw.next("mts_send", {-1, ENOTCONN, 1});
+    generate();
+    EXPECT_EQ(calls_of("mts_send").size(), 2u) << "itself and the first";
+}
+
 TEST_F(Driver, WaitsWithoutLimitUnderItsDebugBit) {
     service_that_says(20, "a");
     req.dbg_mask = 0x20;
@@ -122,7 +159,9 @@ TEST_F(Driver, DecodesAnAnswerFromWhomItDidNotAsk) {
         sw.transport.deliver(req.mts_handle, QARN_OPC_REPLY,
                              sim::fragment(sap, true, static_cast<std::uint32_t>(reply.size()), reply));
     }
-    num_saps_exclude = 0;
+    sw.service("excluded", 21, 21);
+    num_saps_exclude = 1; // leaves an empty slot, which must not pass for SAP 0
+    saps_exclude[0] = 21;
     generate();
     EXPECT_EQ(body(), "unasked\nunasked\n\nasked\n\n");
     EXPECT_EQ(generated, 0u);
@@ -141,6 +180,7 @@ TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
         {"mts_send", ENOTCONN, 20, "Module not available\n", ""},
         {"mts_send", EAGAIN, 20, "ERROR: send failed ret=-7 errno 11\n", ""},
         {"mts_recv", EIO, 0, "", "QARN recv: Input/output error\n"},
+        {"mts_recv", 0x1234, 0, "", "QARN recv: Unknown error 4660\n"},
     };
     for (const auto &c : cases) {
         sw.scripted.clear();
@@ -148,7 +188,7 @@ TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
         req.sap = c.sap;
         sw.next(c.function, {-7, c.error, 1}); // the first call of either belongs to the in-process services
         generate();
-        EXPECT_EQ(generated, 0x805f0000u | static_cast<std::uint32_t>(c.error)) << c.text << c.errors;
+        EXPECT_EQ(generated, 0x805f0000u | (static_cast<std::uint32_t>(c.error) & 0xfff)) << c.text << c.errors;
         EXPECT_EQ(text, c.text);
         EXPECT_EQ(errors, c.errors);
     }
@@ -202,13 +242,13 @@ TEST_F(Driver, TracesSelectionAndCollection) {
     req.dbg_mask = 0x41;
     req.sap = 20;
     saps_exclude[0] = 5;
-    num_saps_exclude = 0;
+    num_saps_exclude = 1;
     generate();
     EXPECT_EQ(traces,
-              "Sap:20\nIndex:0\nNum Saps:1\nNum Saps Excluded:0\n"
+              "Sap:20\nIndex:0\nNum Saps:1\nNum Saps Excluded:1\n"
               "Received Message fragment from Sap 20 of length 52, Last Message 1\n"
-              "Received config from Sap:20\nSap ctr = 0\nInfo flag = 0x0\n");
-    EXPECT_EQ(text.find("Pending SAPS:20 \nPending SAPS:\nPending SAPS:\n\n!Command"), 0u) << text;
+              "Received config from Sap:20\nSap ctr = -1\nInfo flag = 0x0\n");
+    EXPECT_EQ(text.find("Pending SAPS:20 \nPending SAPS:5 \nPending SAPS:\n\n!Command"), 0u) << text;
 }
 
 TEST_F(Driver, KeepsWhatStaysSetForTheNextCommand) {
@@ -344,6 +384,47 @@ TEST_F(StartupDriver, ReleasesTheStoreOnEveryWayOut) {
         EXPECT_EQ(text.find("\na\n"), std::string::npos) << c.what;
     }
     EXPECT_EQ(errors, "QARN recv: Input/output error\n");
+}
+
+TEST_F(StartupDriver, KeepsTheErrnoOfTheFailureWhileItReleasesTheStore) {
+    sw.next("mts_send", {-1, ENOBUFS, 1});
+    sw.next("cmi_req_resp", {0, EIO, 1});
+    generate(2);
+    EXPECT_EQ(generated, 0x805f0000u | ENOBUFS);
+    EXPECT_EQ(start_cfg_locked, 0u);
+}
+
+TEST_F(StartupDriver, ReleasesTheStoreBeforeItPrintsAndAgainWhenThatFailed) {
+    sw.error_texts[5] = "busy";
+    sw.next("cmi_req_resp", {5, 0, 1});
+    generate(2);
+    EXPECT_EQ(text.find("busy\n\n!Command"), 0u) << text;
+    const std::string exchange = "8, \"\", \"\", 76, 1, 20)";
+    EXPECT_EQ(locks(), (Calls{"cmi_req_resp(7670, 3, lock, " + exchange, "cmi_req_resp(7670, 3, unlock, " + exchange,
+                              "cmi_req_resp(7670, 3, unlock, " + exchange}));
+    EXPECT_EQ(start_cfg_locked, 0u);
+    EXPECT_EQ(generated, 0u);
+}
+
+TEST_F(StartupDriver, LooksForTheBinaryStoreOncePerConditionThatNamesIt) {
+    EXPECT_EQ(run(qarn_cli_start_vlan_cfg_gen), 0u);
+    EXPECT_EQ(calls_of("sysmgrcmi_dir_get"),
+              (Calls{"sysmgrcmi_dir_get(1, 2, 0)", "sysmgrcmi_dir_get(1, 8, 0)", "sysmgrcmi_dir_get(1, 8, 0)"}));
+    EXPECT_EQ(sent_request().cfg_source, 2u);
+}
+
+TEST_F(StartupDriver, TracesTheStoreAndTheFragments) {
+    sw.services.front().replies(Tlv()).in_fragments_of(8);
+    req.dbg_mask = 0x40;
+    generate(2);
+    const std::string lock =
+        "Bin Config URI base = readonly:/store/x/bin\nDebug Config URI base = \n"
+        "Status is  success\n";
+    EXPECT_EQ(traces, "Startup bin cfg dir " + folder + "/bin count:1\n" + lock +
+                          "URI BIN BASE LEN is 21\nURI BASE is readonly:/store/x Len is 17\n"
+                          "Received Message fragment from Sap 20 of length 8, Last Message 0\n"
+                          "Received Message fragment from Sap 20 of length 4, Last Message 1\nSap ctr = 0\n" +
+                          lock + "Info flag = 0x2\n");
 }
 
 } // namespace

@@ -41,6 +41,9 @@ TEST_F(Output, OpensALevelWithABlankLineWhenTheOneBeforePrinted) {
     EXPECT_EQ(add_nl, 1) << "the last level's stays";
     generate();
     EXPECT_EQ(body().find("\ntwo\n"), 0u) << "and opens the next command's first level";
+    req.sap = 20;
+    generate();
+    EXPECT_EQ(body().find("two\n"), 0u) << "except when one service is shown";
 }
 
 TEST_F(Output, AnnouncesItsLevelsUnderTheDebugBit) {
@@ -111,6 +114,10 @@ TEST_F(Output, PrintsTheSwitchProfileBehindTheLevels) {
         EXPECT_EQ(calls_of("csm_get_switch_profile_qarn").size(), (filter & 0x88) == 0x08 ? 1u : 0u) << what;
     }
     cmd_token_id = 0;
+    add_nl = 0;
+    sw.switch_profile = {0, "head\n", {}};
+    show_switch_profile(0x48);
+    EXPECT_EQ(body(), "last\nhead\n");
     add_nl = 0;
     sw.switch_profile = {0, {}, {}};
     show_switch_profile(0x08);

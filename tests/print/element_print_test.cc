@@ -1,5 +1,5 @@
 // One element of an ordered level: interface blocks in every display, ordinary text, the walk of a feature's
-// interfaces, the members of port channels, and what port profiles and the display conversion make of it.
+// interfaces, the members of port channels, and what port profiles make of it.
 #include <cstdlib>
 #include <cstring>
 #include <tuple>
@@ -74,8 +74,6 @@ TEST_F(ElementPrinter, PrintsTheBlocksOfItsInterfacesInEveryDisplay) {
         EXPECT_EQ(calls_of("ppm_intf_shrun_merge").size(), text_only ? 0u : filters ? 2u : 3u) << display;
         EXPECT_EQ(print(223, 9), "") << "no such block " << display;
     }
-    EXPECT_EQ(g_intf_uuid, 223u);
-    EXPECT_EQ(g_intf_elem, 9u);
     store_element({.uuid = 223, .elem_id = 7, .property = QARN_PROP_DUMMY});
     EXPECT_EQ(print(223, 7), "") << "a placeholder";
 }
@@ -108,10 +106,6 @@ TEST_F(ElementPrinter, MergesPortProfilesUnlessTheyAreBypassed) {
             << what;
         EXPECT_EQ(ppm_merge_input.bypass, static_cast<std::uint32_t>(bypass)) << what;
     }
-    qarn_feature = g_bypass_ppm = 0;
-    g_cli_execution_filter_mode = 0;
-    sw.next("ppm_intf_shrun_merge", {});
-    EXPECT_EQ(print(223, 7), "\ninterface Ethernet1/1\n") << "no merged text, no body";
 }
 
 TEST_F(ElementPrinter, FollowsPortChannelsByTheirMembers) {
@@ -142,11 +136,6 @@ TEST_F(ElementPrinter, FollowsPortChannelsByTheirMembers) {
               "\ninterface port-channel1\n  lacp\n"
               "pcm_get_pc_info failed for 0x16000001 retval not today\n" +
                   channels);
-    EXPECT_EQ(print(223, 7), "\ninterface Ethernet1/1\n  one\n\ninterface Ethernet1/2\n  two\n") << "another block";
-    cmd_token_id = 0;
-    EXPECT_EQ(print(223, 20), "\ninterface port-channel1\n  lacp\n" + channels) << "another command";
-
-    cmd_token_id = 167;
     for (std::uint32_t member = 3; member <= 40; ++member)
         sw.interfaces[0].members.push_back(member);
     const std::string many = print(223, 20);
@@ -157,11 +146,8 @@ TEST_F(ElementPrinter, AsksForMembersInTheVdcOfTheShell) {
     add_interface(0x16000001, "port-channel1", 20);
     cmd_token_id = 167;
     take_up_interfaces();
-    const std::pair<const char *, const char *> cases[] = {
-        {"3", "3"}, {"65538", "2"}, {" 4x", "4"}, {"0", "0"}, {"", "1"}, {"none", "1"}, {nullptr, "1"},
-    };
-    for (const auto &[value, vdc] : cases) {
-        value != nullptr ? setenv("SYSMGR_VDC_ID", value, 1) : unsetenv("SYSMGR_VDC_ID");
+    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "1"}, {"", "1"}}) {
+        setenv("SYSMGR_VDC_ID", value, 1);
         print(223, 20);
         EXPECT_EQ(calls_of("pcm_get_pc_info"), Calls{std::string("pcm_get_pc_info(") + vdc + ", 0x16000001)"});
     }
@@ -171,11 +157,9 @@ TEST_F(ElementPrinter, PrintsTheTextOfAnOrdinaryElement) {
     qarn_elem *elem = store_element({.uuid = 5, .elem_id = 1}, "vlan 10");
     store_element({.uuid = 5, .elem_id = 2});
     store_element({.uuid = 5, .elem_id = 3, .property = QARN_PROP_DUMMY}, "never");
-    g_intf_config = 1;
     EXPECT_EQ(print(5, 1), "vlan 10\n");
     EXPECT_STREQ(elem->cfg_str->str, "vlan 10\n") << "ended in place";
     EXPECT_EQ(add_nl, 1);
-    EXPECT_EQ(g_intf_config, 0);
     add_nl = 0;
     EXPECT_EQ(print(5, 2) + print(5, 3) + print(5, 4), "") << "without text, a placeholder, an unknown element";
     cfg_display = QARN_DISPLAY_INTERFACE;
@@ -190,100 +174,25 @@ TEST_F(ElementPrinter, PrintsTheTextOfAnOrdinaryElement) {
 }
 
 TEST_F(ElementPrinter, WalksTheInterfacesOfAFeatureOnce) {
-    add_interface(1, "Ethernet1/1", 7);
+    add_interface(1, "Ethernet1/1", 7).port_profile = "web";
     add_interface(2, "Ethernet1/2", 8);
     add_interface(3, "Ethernet1/3", 7);
     take_up_interfaces();
-    interface_element(5, {{1, "  one"}, {3, ""}});
+    interface_element(5, {{1, "  one"}, {3, ""}})->cfg_str = g_string_new("own\n");
     interface_element(6, {{1, "  more\n"}, {2, "  two\n"}});
     store_element({.uuid = 4, .elem_id = 1}, "first\n");
-    g_string_append(qarn_merge_value_get(5, 1)->elem->cfg_str, "own\n");
-    qarn_parse_tlv(test::Tlv()
-                       .element({.uuid = 8, .elem_id = 1, .property = 4, .val_type = 1})
-                       .intf_command(2, sim::command_message("  command"))
-                       .array()
-                       .data(),
-                   merge_elem_table_p);
-    enqueue(&intf_element_q, vertex_of(8, 1));
-    sw.port_profiles["web"] = "  mtu 9216\n";
-    sw.interfaces[0].port_profile = "web";
     qarn_feature = 1;
     EXPECT_EQ(print(4, 1), "first\n") << "no interface configuration of its own";
     EXPECT_EQ(print(5, 1),
               "own\n"
               "\ninterface Ethernet1/1\n  one\n  more\n"
               "\ninterface Ethernet1/3\n"
-              "\ninterface Ethernet1/2\n\ninterface Ethernet1/2\n  command\n  two\n");
+              "\ninterface Ethernet1/2\n  two\n");
     EXPECT_EQ(calls_of("ppm_intf_shrun_merge"), Calls());
     EXPECT_EQ(print(5, 1), "own\n") << "once";
-    EXPECT_EQ(print(6, 1), "");
-    for (const auto &[feature, send_all] : {std::pair(0, 0), std::pair(1, 1)}) {
-        g_all_intf_config_printed = 0;
-        qarn_feature = feature;
-        qarn_feature_send_all = send_all;
-        EXPECT_EQ(print(5, 1), "own\n") << feature;
-    }
-}
-
-std::uint32_t conversion_result;
-std::string converted;
-std::uint32_t convert(void *handle, const char *text, std::uint32_t one, std::uint32_t zero,
-                      std::int32_t (*output)(const char *, ...)) {
-    converted += text;
-    EXPECT_TRUE(handle == &converted && one == 1 && zero == 0);
-    if (conversion_result == 0) output("<%s>", text);
-    return conversion_result;
-}
-
-TEST_F(ElementPrinter, LetsTheDisplayConversionWriteText) {
-    store_element({.uuid = 5, .elem_id = 1}, "vlan 10");
-    store_element({.uuid = 222, .elem_id = 1}, "specification\n");
-    ddas_qarn_cnv_handle_p = &converted;
-    EXPECT_EQ(print(5, 1), "vlan 10\n") << "no function";
-    ddas_cnv_func_ptr = convert;
-    add_nl = 0;
-    EXPECT_EQ(print(5, 1), "<vlan 10\n>");
-    EXPECT_EQ(add_nl, 0);
-    EXPECT_EQ(print(222, 1), "specification\n");
-    conversion_result = 7;
-    EXPECT_EQ(print(5, 1), "vlan 10\n");
-    EXPECT_EQ(add_nl, 1);
-    EXPECT_EQ(converted, "vlan 10\nvlan 10\n");
-    ddas_qarn_cnv_handle_p = nullptr;
-    EXPECT_EQ(print(5, 1), "vlan 10\n");
-    EXPECT_EQ(converted, "vlan 10\nvlan 10\n") << "no conversion is open";
-}
-
-TEST_F(ElementPrinter, TracesItsWay) {
-    add_interface(0x16000001, "port-channel1", 20).members = {1};
-    add_interface(0x16000002, "port-channel2", 20).vsan = 2;
-    cmd_token_id = 167;
-    take_up_interfaces();
-    interface_element(5, {{1, "  one\n"}});
-    g_string_append(qarn_merge_value_get(5, 1)->elem->cfg_str, "own\n");
-    debug = QARN_DEBUG_INTERFACE;
-    cfg_display = QARN_DISPLAY_VSAN;
-    EXPECT_EQ(print(223, 20), "\ninterface port-channel1\n\ninterface if0x1\n  one\n");
-    EXPECT_EQ(traces,
-              "Ifindex list of length:2\nPrinting config for Ifindex:16000001\n"
-              "Getting members for ifIndex 16000001\nFound 1 members for ifIndex 0x16000001\n"
-              "Ifindex:16000002 should not be displayed\n");
-    print(223, 7);
-    EXPECT_EQ(traces, "Ifindex list not found for intf elem:7\n");
-    cfg_display = QARN_DISPLAY_BFD;
-    print(223, 20);
-    EXPECT_EQ(traces,
-              "Ifindex list of length:2\n interface  16000001 config length 0\n"
-              " interface  16000002 config length 0\n");
-    cfg_display = QARN_DISPLAY_ALL;
-    qarn_feature = 1;
     g_all_intf_config_printed = 0;
-    debug = QARN_DEBUG_INTERFACE | QARN_DEBUG_PRINT;
-    EXPECT_EQ(print(5, 1), "Printing config for UUID:5 Elem:1\nown\n");
-    EXPECT_EQ(traces,
-              "Ifindex list of length:2\nPrinting config for Ifindex:16000001\n"
-              "Printing config for Ifindex:16000002\n");
-    EXPECT_EQ(print(9, 9), "Printing config for UUID:9 Elem:9\n") << "also of an element that is not there";
+    qarn_feature_send_all = 1;
+    EXPECT_EQ(print(5, 1), "own\n") << "all services print their blocks elsewhere";
 }
 
 } // namespace

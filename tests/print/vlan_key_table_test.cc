@@ -54,8 +54,8 @@ class VlanKeyTables : public Story {
 };
 
 TEST_F(VlanKeyTables, JoinNeighboursWithTheSameText) {
-    const auto named = [](const std::vector<std::pair<std::string, std::uint32_t>> &keys, std::uint32_t elem_id = 2) {
-        Tlv tlv = vlans({}, elem_id);
+    const auto named = [](const std::vector<std::pair<std::string, std::uint32_t>> &keys) {
+        Tlv tlv = vlans({});
         for (const auto &[name, id] : keys)
             tlv.key(id, "", name);
         return tlv;
@@ -68,50 +68,34 @@ TEST_F(VlanKeyTables, JoinNeighboursWithTheSameText) {
         {"a VLAN in between", filed(vlans({7, 6, 5, 4, 3, 2}), {{{{2, 3, 4, 5, 7}, " a\n"}, {{6}, " b\n"}}}),
          "vlan 2-5\n a\nvlan 6\n b\nvlan 7\n a\n"},
         {"no contributions", vlans({9, 2, 3, 5, 0, 4095}), "vlan 0,2-3,5,9,4095\n"},
-        {"some without contributions", filed(vlans({1, 2, 3, 4}), {{{{2}, " x\n"}, {{3}, ""}}}),
-         "vlan 1\nvlan 2\n x\nvlan 3-4\n"},
         {"shorter names first", filed(vlans({100, 9, 10}), {{{{9}, " x\n"}, {{10}, " y\n"}, {{100}, " z\n"}}}),
          "vlan 9\n x\nvlan 10\n y\nvlan 100\n z\n"},
         {"VLAN configuration",
          filed(filed(vlans({1, 2}, 5), {{{{1, 2}, " x\n"}}}, "vlan configuration "), {{{{1}, " lost"}}}),
          "vlan configuration 1-2\n x\n"},
-        {"not of VLAN configuration", filed(vlans({1}), {{{{1}, " lost\n"}}}, "vlan configuration "), "vlan 1\n"},
         {"any other element", filed(vlans({1, 2}, 3).text("own\n"), {{{{1}, " lost\n"}}}), "own\n\n"},
         {"texts of all services in their own order, equal ones kept",
          filed(vlans({1}).key_string("vlan 1\n", " name\n"), {{{{1}, " z\n"}}, {{{1}, " a\n"}}, {{{1}, " z\n"}}}),
          "vlan 1\n a\n name\n z\n z\n"},
         {"the same texts from different services",
          filed(vlans({1, 2}), {{{{1}, " a\n"}, {{2}, " b\n"}}, {{{1}, " b\n"}, {{2}, " a\n"}}}), "vlan 1-2\n a\n b\n"},
-        {"a range ascends whatever the names", named({{"a", 10}, {"bb", 3}}), "vlan 3,10\n"},
         {"groups follow the names", filed(named({{"a", 10}, {"bb", 3}, {"cc", 4}}), {{{{10}, " x\n"}}}),
          "vlan 10\n x\nvlan 3-4\n"},
-        {"two names of one VLAN", filed(vlans({5, 6}).key(5, "", "05"), {{{{5}, " x\n"}}}),
-         "vlan 5\n x\nvlan 6\nvlan 5\n x\n"},
         {"a key map counts only as another key's name",
          filed(vlans({5, 6}).key(9, "5", "x").key(8, "nowhere", "y"), {{{{8, 9}, " lost\n"}}}), "vlan 5-6\n"},
         {"outside the set",
          filed(named({{"1", 4095}, {"2", 4096}, {"3", 4097}, {"4", 0xffffffff}, {"5", 0x7fffffff}}),
                {{{{4096, 4097}, " x\n"}, {{-1}, " y\n"}}}),
          "vlan 4095\nvlan 4096\n x\nvlan 4097\n x\nvlan -1\n y\nvlan 2147483647\n"},
-        {"outside the set, between equals", named({{"1", 3}, {"2", 9999}, {"3", 4}}, 5),
-         "vlan configuration 3\nvlan configuration 9999\nvlan configuration 4\n"},
     };
     for (const Case &c : cases)
         EXPECT_EQ(show(c.reply), c.text) << c.what;
 }
 
-TEST_F(VlanKeyTables, HoldEveryVlan) {
-    Tlv reply = vlans({});
-    for (std::uint32_t id = 0; id < 4096; ++id)
-        reply.key(id, "", std::to_string(id)).key_string("vlan " + std::to_string(id) + "\n", " name\n");
-    EXPECT_EQ(show(reply), "vlan 0-4095\n name\n");
-}
-
 TEST_F(VlanKeyTables, PrintEveryVlanForItselfInACheckpoint) {
     sim::set_shell_options({.generic_option = kCheckpoint});
     Tlv reply = vlans({10, 9, 8});
-    reply.key(4096, "", "4096").element({.uuid = 383, .elem_id = 5, .level = 4});
-    reply.key(9, "", "9").key(10, "", "10").element({.uuid = 383, .elem_id = 6, .level = 13});
+    reply.key(4096, "", "4096").element({.uuid = 383, .elem_id = 5, .level = 4}).key(9, "", "9").key(10, "", "10");
     show(filed(filed(reply, {{{{9, 10}, " x\n"}}}), {{{{10}, " y\n"}}}, "vlan configuration "));
     EXPECT_EQ(text, std::string("\n!Command: Checkpoint cmd vdc 1\n!Time: ") + test::kNowText +
                         "\nversion 4.2(7)\n"
@@ -120,18 +104,6 @@ TEST_F(VlanKeyTables, PrintEveryVlanForItselfInACheckpoint) {
     EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 0u) << "the VLAN configurations were grouped";
     EXPECT_EQ(print(2), "vlan 8\nvlan 9\n x\nvlan 10\n x\nvlan 4096\n");
     EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 4u) << "kept until the next generation";
-    watch([] { qarn_vlan_mask_print(&vlan_all_bitset); });
-    EXPECT_EQ(text, "vlan 8-10\n");
-    EXPECT_EQ(print(6), "");
-    EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 4u);
-    EXPECT_EQ(print(5), "vlan configuration 9\nvlan configuration 10\n y\n");
-    EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 0u);
-
-    show(vlans({7}, 2, 13).element({.uuid = 383, .elem_id = 5, .level = 13}).key_string("x", "x"));
-    print(2);
-    EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 1u);
-    EXPECT_EQ(print(5), "");
-    EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 0u) << "emptied also by an element without VLANs";
 }
 
 TEST_F(VlanKeyTables, LeaveOutWhatThereIsNoMemoryFor) {
@@ -165,80 +137,6 @@ TEST_F(VlanKeyTables, CountAsMatchedKeys) {
     EXPECT_EQ(g_traverse, 1) << "with nothing contributed";
     key_list = nullptr;
     EXPECT_EQ(print(3), "");
-}
-
-TEST_F(VlanKeyTables, JoinTextsForAnyCaller) {
-    test::start_generation(&req);
-    g_vlan_id = 7;
-    g_vlan_aggr_str = g_string_new("");
-    key_str_entry *const last = add_key_str_list("b ");
-    for (const char *contribution : {"c ", "a ", "b "})
-        ASSERT_NE(add_key_str_list(contribution), nullptr);
-    EXPECT_EQ(keycount, 4);
-    EXPECT_EQ(last->next, nullptr) << "newest first";
-    qarn_vlan_add_aggr_keystr();
-    EXPECT_STREQ(g_vlan_aggr_str->str, "a b b c ");
-    EXPECT_EQ(keycount, 0);
-    EXPECT_EQ(last->used, 1);
-    EXPECT_EQ(g_hash_table_lookup(vlan_reverse_table_p, &g_vlan_id), g_vlan_aggr_str);
-    add_key_str_list("0 ");
-    qarn_vlan_add_aggr_keystr();
-    EXPECT_STREQ(g_vlan_aggr_str->str, "a b b c 0 ") << "what is joined is not joined again";
-    add_key_str_list("left over");
-    delete_key_str_list();
-    EXPECT_TRUE(key_str_list == nullptr && keycount == 0);
-
-    watch([] { g_hash_table_foreach(vlan_reverse_table_p, qarn_vlan_reversetable_print, nullptr); });
-    EXPECT_EQ(text,
-              "PRINTING reversetable\n vlan id is 7\n reverse value str is a b b c 0 \n reverse value len is 10\n");
-    EXPECT_EQ(g_hash_table_foreach_remove(vlan_reverse_table_p, vlan_table_cleanup, nullptr), 1u);
-    EXPECT_EQ(vlan_table_cleanup(nullptr, nullptr, nullptr), 1);
-}
-
-TEST_F(VlanKeyTables, FindAMatchUntilThereIsOne) {
-    GString a = {const_cast<char *>("a"), 1, 2}, b = {const_cast<char *>("b"), 1, 2};
-    int value = 0, later = 0;
-    debug = QARN_DEBUG_STORE;
-    watch([&] {
-        EXPECT_EQ(qarn_vlan_get_bitmask(&a, &later, &b), 0);
-        EXPECT_EQ(qarn_vlan_get_bitmask(&a, &value, &a), 1);
-        EXPECT_EQ(qarn_vlan_get_bitmask(&a, &later, &a), 0);
-        EXPECT_EQ(qarn_vlan_get_bitmask(&a, &later, &b), 0);
-    });
-    EXPECT_EQ(g_vlan_bitset, &value);
-    EXPECT_EQ(traces,
-              "qarn_vlan_get_bitmask strcmp failed\n"
-              "qarn_vlan_get_bitmask found matching keystr a\n"
-              "qarn_vlan_get_bitmask found matching vlan bitmask\n"
-              "qarn_vlan_get_bitmask found matching vlan bitmask\n");
-}
-
-TEST_F(VlanKeyTables, TraceTheirWalk) {
-    show(filed(vlans({9, 10}, 2, 13), {{{{10}, " x\n"}}}));
-    debug = QARN_DEBUG_STORE;
-    EXPECT_EQ(print(2), "vlan 9\nvlan 10\n x\n");
-    const std::string sorted = " 0 - 10 1 - 9"; // as headers; the keys were collected and sorted with their own traces
-    EXPECT_EQ(traces.substr(std::min(traces.size(), traces.find(sorted + "get"))),
-              sorted +
-                  "get vlankeystr for len 7 key::vlan 9\n\n"
-                  "get vlankeystr for len 7 key::vlan 9\n\n"
-                  "qarn_vlan_add_aggr_keystr Adding vlan 9 to reverse hash table str is \n"
-                  "get vlankeystr for len 8 key::vlan 10\n\n"
-                  "FOUND, Addingtokeystrlist keystr len::3 str:: x\n\n"
-                  "get vlankeystr for len 8 key::vlan 10\n\n"
-                  "qarn_vlan_add_aggr_keystr Adding vlan 10 to reverse hash table str is  x\n\n"
-                  "actualprinting vlan_keystr:: & Length 0\n"
-                  "actualprinting value_str:: & Length 0\n"
-                  "actualprinting vlan_keystr:: & Length 0\n"
-                  "actualprinting value_str:: x\n & Length 3\n");
-
-    show(vlans({1}, 5, 13));
-    debug = QARN_DEBUG_STORE;
-    print(5);
-    EXPECT_TRUE(
-        traces.ends_with("actualprinting vlan_config_keystr:: & Length 0\n"
-                         "actualprinting value_str:: & Length 0\n"))
-        << traces;
 }
 
 } // namespace

@@ -1,0 +1,151 @@
+// In-process services: which functions of the callback table are invoked, what they are handed, and which services
+// count as answered by them.
+#include <qarncli/callbacks.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "support/story.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+enum : std::uint32_t { kFallback = 1, kStartup = 2, kRunning = 4 };
+constexpr auto kOfAll = qarn_invoke_all_lib_funcs, kOfFeature = qarn_invoke_lib_funcs;
+
+class Callbacks : public test::Story {
+  protected:
+    Callbacks() { sim::clear_tables(), test::forget_earlier_commands(); }
+    // One more row, whose function is there.
+    void row(std::uint32_t sap, const std::string &function, std::uint32_t flags) {
+        sim::add_callback_row(sap, function, "lib.so", flags);
+        sw.library_functions[function] = [this, function](const qarn_cb_args *args) {
+            invoked.push_back(function);
+            handed = {args->mts_handle, args->zero, sim::request_in(args->msg)->src_sap};
+        };
+    }
+    void await(const std::vector<std::uint32_t> &awaited) {
+        std::copy(awaited.begin(), awaited.end(), saps);
+        num_saps = sap_ctr = static_cast<std::int32_t>(awaited.size());
+    }
+    const Names &invoke(decltype(kOfAll) function, std::uint32_t cfg_source = QARN_SOURCE_RUNNING) {
+        qarn_cfg_req_msg message = {};
+        message.cfg_source = cfg_source;
+        message.src_sap = 4711;
+        invoked.clear();
+        watch([&] { function(req.mts_handle, &message, 2740); });
+        return invoked;
+    }
+    Names invoked;
+    std::vector<std::uint32_t> handed;
+};
+
+TEST_F(Callbacks, AreSelectedByServiceSourceAndTransport) {
+    const struct {
+        const char *what;
+        std::uint32_t sap, flags, source;
+        bool awaited, excluded, consumer, of_all, of_feature;
+    } cases[] = {
+        {"running for running", 20, kRunning, 1, true, false, false, true, true},
+        {"running for startup", 20, kRunning, 2, true, false, false, false, false},
+        {"both for startup", 20, kStartup | kRunning, 2, true, false, true, true, true},
+        {"not awaited", 20, kRunning, 1, false, false, true, true, false},
+        {"excluded", 20, kRunning, 1, true, true, false, false, false},
+        {"fall-back, awaited", 20, kRunning | kFallback, 1, true, false, false, false, true},
+        {"fall-back, awaited consumer", 20, kRunning | kFallback, 1, true, false, true, false, false},
+        {"fall-back, not awaited", 20, kRunning | kFallback, 1, false, false, true, true, false},
+        {"no SAP", 0, 0, 1, false, false, false, true, false},
+        {"no SAP, against its flags", 0, kRunning | kFallback, 2, true, false, false, true, false},
+        {"less than no SAP", 0xffffffff, kRunning, 1, true, false, false, true, false},
+        {"SAP 0 excluded", 0, kRunning, 1, false, true, false, false, false},
+        {"an unknown source", 20, kStartup | kRunning, 3, true, false, false, false, false},
+    };
+    for (const auto &c : cases) {
+        for (const auto &[function, others] : {std::pair(kOfAll, 9u), {kOfFeature, 0u}, {kOfFeature, 9u}}) {
+            sim::clear_tables();
+            sw.services.clear();
+            for (std::uint32_t i = 0; i < others; ++i) // as if fewer or more consumers than awaited answered
+                sw.service("", 99, 99);
+            if (c.consumer) sw.service("", c.sap, 1);
+            row(c.sap, "f", c.flags);
+            await({7, c.awaited ? c.sap : 8});
+            saps_exclude[0] = c.sap;
+            num_saps_exclude = c.excluded ? 1 : 0;
+            const bool selected = function == kOfAll ? c.of_all : c.of_feature;
+            EXPECT_EQ(invoke(function, c.source).size(), selected ? 1u : 0u) << c.what;
+            const bool answered = selected && c.awaited && c.sap == 20;
+            EXPECT_EQ(sap_ctr, answered ? 1 : 2) << c.what;
+            EXPECT_EQ(saps[1], answered ? 0 : c.awaited ? c.sap : 8) << c.what;
+            EXPECT_EQ(calls_of("mts_drop").size(), 1u) << c.what;
+        }
+    }
+}
+
+TEST_F(Callbacks, AreHandedTheRequestInTheOrderOfTheTable) {
+    row(21, "b", kRunning);
+    row(20, "a", kRunning);
+    row(20, "again", kRunning | kFallback); // nobody waits for it any more
+    debug = 0x41;
+    await({20, 21});
+    EXPECT_EQ(invoke(kOfAll), (Names{"b", "a", "again"}));
+    const std::string two =
+        "Received config from Sap:21\nSap ctr = 1\nInvoking Function:b from Library:lib.so\n"
+        "Received config from Sap:20\nSap ctr = 0\nInvoking Function:a from Library:lib.so\n";
+    EXPECT_EQ(traces, two + "Invoking Function:again from Library:lib.so\n");
+    await({20, 21});
+    EXPECT_EQ(invoke(kOfFeature), (Names{"b", "a"}));
+    EXPECT_EQ(traces, two);
+    EXPECT_EQ(handed, (std::vector{req.mts_handle, 0u, 4711u}));
+    EXPECT_EQ(sw.calls, (Names{"mts_opc_consumers_list(1, 7663, 256)", "mts_send(1, 0xfe000000, 4000, 7663, 2740)",
+                               "mts_recv(1, 0, 7663)", "qarn_cfg_type_get()", "dlwrap_invoke_func(lib.so, b)",
+                               "dlwrap_invoke_func(lib.so, a)", "mts_drop(1)"}));
+}
+
+TEST_F(Callbacks, TellWhetherTheLastOfAFeatureWasDns) {
+    row(1348, "dns", kRunning);
+    row(20, "a", kRunning);
+    for (const auto &[last, variant, dns] : {std::tuple(1348u, 0u, 1), {1348u, 4u, 0}, {20u, 0u, 0}, {21u, 0u, 7}}) {
+        cfg_display_type = variant;
+        qarn_feature_dns = 7;
+        for (const auto function : {kOfAll, kOfFeature}) {
+            await({last == 20 ? 1348u : 0u, last});
+            invoke(function);
+            EXPECT_EQ(qarn_feature_dns, function == kOfAll ? 7 : dns) << last << ' ' << variant;
+        }
+    }
+}
+
+TEST_F(Callbacks, AreNotInvokedWhenTheTransportFails) {
+    const std::tuple<const char *, decltype(kOfAll), std::string> cases[] = {
+        {"mts_opc_consumers_list", kOfFeature, "Num Consumers"},   {"mts_send", kOfAll, "Ascii cfg send failed"},
+        {"mts_send", kOfFeature, "Ascii cfg feature send failed"}, {"mts_recv", kOfAll, "Ascii cfg recv failed"},
+        {"mts_recv", kOfFeature, "Ascii cfg feature recv failed"},
+    };
+    row(20, "a", kRunning);
+    for (const auto &[failing, function, message] : cases) {
+        await({20});
+        sw.next(failing, {-1, EIO});
+        EXPECT_EQ(invoke(function), Names()) << failing;
+        EXPECT_EQ(errors, message + ": Input/output error\n");
+        EXPECT_EQ(sw.calls.back().find(failing), 0u) << "and nothing after it";
+        EXPECT_EQ(std::pair(saps[0], sap_ctr), std::pair(20u, 1)) << failing;
+    }
+    sim::clear_tables();
+    invoke(kOfAll);
+    EXPECT_EQ(errors + sw.calls.back(), "mts_drop(1)") << "an empty table is no failure";
+}
+
+TEST_F(Callbacks, ThatCannotBeLoadedCountAsAnsweredAndTheRestIsPrinted) {
+    sw.service("in-process", 20, 20).silent();
+    sw.service("other", 21, 21).replies(test::line(21, "other\n"));
+    for (const char *library : {"libthere-is-none.so", "libc.so.6"}) { // the second lacks the function
+        sim::clear_tables();
+        sim::add_callback_row(20, "there_is_none", library, kRunning);
+        EXPECT_EQ(run(), 0u) << library;
+        EXPECT_EQ(body(), "other\n\n") << text;
+        EXPECT_EQ(calls_of("dlwrap_invoke_func").size(), 1u);
+    }
+}
+
+} // namespace
