@@ -57,14 +57,4 @@ TEST_F(ElementStore, AdmitsElementsToPassesByLevelAndKind) {
     }
 }
 
-TEST_F(ElementStore, BeginsEveryGenerationEmpty) {
-    test::store_element({.uuid = 5, .elem_id = 7});
-    sw.next("if_manager_ifindex_list_get", {QARN_STATUS_INVALID});
-    watch([&] { status = qarn_merge_init(&req); });
-    EXPECT_EQ(status, QARN_STATUS_INVALID + 0u);
-    EXPECT_EQ(text, "invalid command\n");
-    EXPECT_EQ(g_hash_table_size(merge_elem_table_p), 0u);
-    EXPECT_EQ(g_hash_table_size(msg_table_p) + g_hash_table_size(vlan_reverse_table_p), 0u);
-}
-
 } // namespace

@@ -158,11 +158,7 @@ TEST_F(Decoding, KeepsTheElementsOfTheView) {
         EXPECT_EQ(shown, kept.contains(display) ? kept.at(display) : "012345") << "cfg_display " << display;
     }
     cfg_display = QARN_DISPLAY_NO_L2MP;
-    stored_after("5.1 0 4; text a", "");
-    const qarn_elem *elem = qarn_merge_value_get(5, 1)->elem;
-    EXPECT_EQ(decode("5.1 0 68; text b; after 9.9"), 0u);
-    EXPECT_EQ(stored(), "") << "it leaves the view, and makes no placeholder";
-    EXPECT_EQ(describe(*elem), "5.1 0 68; ab after 9.9\n");
+    EXPECT_EQ(stored_after("5.1 0 4; text a", "5.1 0 68; text b; after 9.9"), "") << "it leaves, without a placeholder";
 }
 
 TEST_F(Decoding, KeepsTheElementsOfTheFeature) {
@@ -224,6 +220,9 @@ TEST_F(Decoding, EndsAtACommandMessageThatIsNone) {
         {"of the other byte order", command_message("shut", QARN_CMD_STAMP_SWAPPED), 0, ""},
         {"no payload", "", QARN_STATUS_NO_PAYLOAD, kNoPayload},
         {"wrong stamp", command_message("x", 0x1abce), QARN_STATUS_BAD_MESSAGE, kBad},
+        {"no room for a stamp", Bytes(63, 'x'), QARN_STATUS_BAD_MESSAGE, kBad},
+        {"shorter than its header", with_length(63), QARN_STATUS_BAD_MESSAGE, kBad},
+        {"longer than its TLV", with_length(70), QARN_STATUS_BAD_MESSAGE, kBad},
         {"wraps around", with_length(0xfffffff0), QARN_STATUS_BAD_MESSAGE, kBad},
     };
     for (const auto &[what, message, wanted_status, expected] : cases) {
@@ -320,6 +319,38 @@ TEST_F(BrokenReply, LeavesTheOthersWholeWhereverItIsCut) {
             ASSERT_TRUE(leaves_the_other_whole(rich.substr(0, size))) << size << text;
         EXPECT_NE(text.find("rich\n"), std::string::npos) << "the last one was whole" << text;
     }
+}
+
+TEST_F(Decoding, TracesItsWork) {
+    debug = QARN_DEBUG_DECODE | QARN_DEBUG_INTERFACE;
+    decode(
+        "40.7 3 4; after 40.2; text T1; if 257 T2; string K V; key 9 map name;"
+        "40.2 1; 40.7 5 6; after 40.2; key 9 map name");
+    EXPECT_EQ(text, R"(UUID:40 Elem:7 Level:3 Property 4
+Dependency UUID:40 Elem:2
+Adding dummy element UUID:40 Elem:2 property 20
+Element  UUID:40 Elem:7 property 4
+Str:T1
+Ifindex:101 Str:T2
+(QARN_TLV_TAG_KEY_STR) Str:V Len:1
+(QARN_TLV_TAG_KEY) Val:map Len 3
+UUID:40 Elem:2 Level:1 Property 0
+Merging with existing element
+UUID:40 ELEM 2 LEVEL 1 property 0
+MERGE UUID:40 ELEM 2 LEVEL 3 property 20
+UUID:40 Elem:7 Level:5 Property 6
+Merging with existing element
+UUID:40 ELEM 7 LEVEL 5 property 6
+MERGE UUID:40 ELEM 7 LEVEL 3 property 4
+Dependency UUID:40 Elem:2
+Dependent UUID:40 Elem:2 present. setting property 4
+Element  UUID:40 Elem:7 property 6
+(QARN_TLV_TAG_KEY) Val:map Len 3
+skipping key from uuid 40
+)");
+    EXPECT_EQ(traces,
+              "Num TLVs = 16\nTLV Ctr = 1\nTLV Ctr = 2\nTLV Ctr = 3\nTLV Ctr = 4\nTLV Ctr = 6\nTLV Ctr = 8\n"
+              "TLV Ctr = 11\nTLV Ctr = 12\nTLV Ctr = 13\nTLV Ctr = 14\n");
 }
 
 } // namespace

@@ -25,16 +25,16 @@ class Header : public test::Story {
 };
 
 TEST_F(Header, NamesTheCommandAndTheTime) {
+    const std::string running = "\n!Command: show running-config\n" + time_line,
+                      checkpoint = "\n!Command: Checkpoint cmd vdc 2\n" + time_line,
+                      startup = "\n!Command: show startup-config\n" + time_line, saved = "!Startup config saved at: ";
     const std::tuple<const char *, std::uint32_t, std::uint32_t, std::string> cases[] = {
-        {"running", 1, 0, "\n!Command: show running-config\n" + time_line},
-        {"running as saved now", 1, 0x04,
-         "\n!Command: show startup-config\n" + time_line + "!Startup config saved at: " + kNowText + "\n"},
-        {"saved now before checkpoint", 1, 0x14,
-         "\n!Command: show startup-config\n" + time_line + "!Startup config saved at: " + kNowText + "\n"},
-        {"checkpoint", 1, 0x10, "\n!Command: Checkpoint cmd vdc 2\n" + time_line},
-        {"startup", 2, 0x04, "\n!Command: show running-config\n" + time_line + "!Startup config saved at: today\n"},
-        {"startup checkpoint", 2, 0x10,
-         "\n!Command: Checkpoint cmd vdc 2\n" + time_line + "!Startup config saved at: today\n"},
+        {"running", 1, 0, running},
+        {"running as saved now", 1, 0x04, startup + saved + kNowText + "\n"},
+        {"saved now before checkpoint", 1, 0x14, startup + saved + kNowText + "\n"},
+        {"checkpoint", 1, 0x10, checkpoint},
+        {"startup", 2, 0x04, running + saved + "today\n"},
+        {"startup checkpoint", 2, 0x10, checkpoint + saved + "today\n"},
     };
     std::ofstream(path) << "!Startup config saved at: today\n";
     sw.vdc = 0x10002;

@@ -134,12 +134,11 @@ TEST_F(InterfacePrinter, SkipsWhatItCannotRender) {
     EXPECT_EQ(text, "ERROR: qarn_send_intf_info :malloc failed\n");
     send_line(nullptr);
     EXPECT_EQ(text, "qarn_send_intf_info NULL returning\n");
-    sw.next("cmd_req_init", {});
-    send_line("Ethernet1/1");
-    EXPECT_EQ(text, "ERROR: qarn_send_intf_info :Bad handle h\n");
-    sw.next("cmd_rep_flush", {});
-    send_line("Ethernet1/1");
-    EXPECT_EQ(text, "ERROR: qarn_send_intf_info :Bad message\n");
+    for (const auto &[function, fault] : {std::pair("cmd_req_init", "handle h"), {"cmd_rep_flush", "message"}}) {
+        sw.next(function, {});
+        send_line("Ethernet1/1");
+        EXPECT_EQ(text, std::string("ERROR: qarn_send_intf_info :Bad ") + fault + "\n");
+    }
     memory.fail_nth(2);
     send_line("Ethernet1/1");
     EXPECT_EQ(text, "") << "no render handle";

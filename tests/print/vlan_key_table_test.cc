@@ -127,16 +127,57 @@ TEST_F(VlanKeyTables, LeaveOutWhatThereIsNoMemoryFor) {
 }
 
 TEST_F(VlanKeyTables, CountAsMatchedKeys) {
-    show(vlans({1}, 3, 13).key_string("f\n", " x\n").element({.uuid = 383, .elem_id = 2, .level = 13}).key(1, "", "1"));
+    show(vlans({1}, 2, 13));
     qarn_feature = 1;
     g_traverse = 0;
-    key_list = nullptr;
-    EXPECT_EQ(print(3), "f\n x\n");
-    EXPECT_EQ(g_traverse, 0);
     EXPECT_EQ(print(2), "vlan 1\n");
     EXPECT_EQ(g_traverse, 1) << "with nothing contributed";
-    key_list = nullptr;
-    EXPECT_EQ(print(3), "");
+}
+
+TEST_F(VlanKeyTables, TraceTheirWalk) {
+    show(filed(vlans({9, 10}, 2, 13), {{{{10}, " x\n"}}}));
+    debug = QARN_DEBUG_STORE;
+    EXPECT_EQ(print(2), "vlan 9\nvlan 10\n x\n");
+    const std::string sorted = " 0 - 10 1 - 9"; // as headers; the keys were collected and sorted with their own traces
+    EXPECT_EQ(traces.substr(std::min(traces.size(), traces.find(sorted + "get"))),
+              sorted +
+                  "get vlankeystr for len 7 key::vlan 9\n\n"
+                  "get vlankeystr for len 7 key::vlan 9\n\n"
+                  "qarn_vlan_add_aggr_keystr Adding vlan 9 to reverse hash table str is \n"
+                  "get vlankeystr for len 8 key::vlan 10\n\n"
+                  "FOUND, Addingtokeystrlist keystr len::3 str:: x\n\n"
+                  "get vlankeystr for len 8 key::vlan 10\n\n"
+                  "qarn_vlan_add_aggr_keystr Adding vlan 10 to reverse hash table str is  x\n\n"
+                  "actualprinting vlan_keystr:: & Length 0\n"
+                  "actualprinting value_str:: & Length 0\n"
+                  "actualprinting vlan_keystr:: & Length 0\n"
+                  "actualprinting value_str:: x\n & Length 3\n");
+
+    show(vlans({1}, 5, 13));
+    debug = QARN_DEBUG_STORE;
+    print(5);
+    EXPECT_TRUE(
+        traces.ends_with("actualprinting vlan_config_keystr:: & Length 0\n"
+                         "actualprinting value_str:: & Length 0\n"))
+        << traces;
+}
+
+TEST_F(VlanKeyTables, FindAMatchUntilThereIsOne) {
+    GString a = {const_cast<char *>("a"), 1, 2}, b = {const_cast<char *>("b"), 1, 2};
+    int value = 0, later = 0;
+    debug = QARN_DEBUG_STORE;
+    watch([&] {
+        EXPECT_EQ(qarn_vlan_get_bitmask(&a, &later, &b), 0);
+        EXPECT_EQ(qarn_vlan_get_bitmask(&a, &value, &a), 1);
+        EXPECT_EQ(qarn_vlan_get_bitmask(&a, &later, &a), 0);
+        EXPECT_EQ(qarn_vlan_get_bitmask(&a, &later, &b), 0);
+    });
+    EXPECT_EQ(g_vlan_bitset, &value);
+    EXPECT_EQ(traces,
+              "qarn_vlan_get_bitmask strcmp failed\n"
+              "qarn_vlan_get_bitmask found matching keystr a\n"
+              "qarn_vlan_get_bitmask found matching vlan bitmask\n"
+              "qarn_vlan_get_bitmask found matching vlan bitmask\n");
 }
 
 } // namespace
