@@ -103,7 +103,8 @@ void print_member_blocks(uint32_t port_channel) {
         csm_qarn_sp_print("pcm_get_pc_info failed for 0x%x retval %s\n", port_channel, syserr2str(status));
         return;
     }
-    const uint32_t count = std::min<uint32_t>(info.num_members, QARN_MAX_PC_MEMBERS);
+    const uint32_t announced = info.num_members; // read by value: the field lies unaligned
+    const uint32_t count = std::min<uint32_t>(announced, QARN_MAX_PC_MEMBERS);
     if (qarn::debugging(QARN_DEBUG_INTERFACE)) {
         qarn::trace("Found %d members for ifIndex 0x%x\n", count, port_channel);
     }
