@@ -15,10 +15,6 @@ using sim::fragment;
 
 class Replies : public test::Story {
   protected:
-    // A reply that prints one line.
-    static Bytes says(std::uint32_t uuid, const std::string &line) {
-        return test::Tlv().element({.uuid = uuid, .elem_id = 1, .level = 3}).text(line + "\n").reply();
-    }
     // What a generation prints whose services say only what was delivered; one never answers.
     std::string print(const std::vector<Bytes> &fragments) {
         for (const Bytes &data : fragments)
@@ -33,24 +29,16 @@ constexpr char kSilence[] = "The following SAPs did not respond within the expec
 TEST_F(Replies, OfSeveralServicesArriveInterleaved) {
     sw.service("a", 20, 1).silent();
     sw.service("b", 21, 2).silent();
-    const Bytes a = says(1, "first"), b = says(2, "second");
-    const auto cut = [](std::uint32_t sap, const Bytes &reply) {
-        return std::pair(fragment(sap, false, static_cast<std::uint32_t>(reply.size()), reply.substr(0, 9)),
-                         fragment(sap, true, static_cast<std::uint32_t>(reply.size()), reply.substr(9)));
-    };
-    const auto [a1, a2] = cut(20, a);
-    const auto [b1, b2] = cut(21, b);
-    print({a1, b1, a2, b2});
+    const Bytes a = test::line(1, "first\n").reply(), b = test::line(2, "other\n").reply();
+    const auto size = static_cast<std::uint32_t>(a.size());
+    print({fragment(20, false, size, a.substr(0, 9)), fragment(21, false, size, b.substr(0, 9)),
+           fragment(20, true, size, a.substr(9)), fragment(21, true, size, b.substr(9))});
     EXPECT_EQ(status, 0u);
-    EXPECT_EQ(body(), "first\nsecond\n\n");
+    EXPECT_EQ(body(), "first\nother\n\n");
 }
 
 TEST_F(Replies, PrintTheSameInFragmentsOfAnySize) {
-    const auto tlv = test::Tlv()
-                         .element({.uuid = 1, .elem_id = 1, .level = 3})
-                         .text("a long line of text\n")
-                         .key(0, "header\n", "name");
-    sw.service("a", 20, 1).replies(tlv);
+    sw.service("a", 20, 1).replies(test::line(1, "a long line of text\n").key(0, "header\n", "name"));
     sw.service("b", 21, 2).replies(test::Tlv().element({.uuid = 2, .elem_id = 1}).key_string("name", "  value\n"));
     run();
     const std::string whole = text;
@@ -63,7 +51,7 @@ TEST_F(Replies, PrintTheSameInFragmentsOfAnySize) {
 }
 
 TEST_F(Replies, ThatBreakTheirBoundAreDroppedWholeAndSaidSo) {
-    const Bytes reply = says(1, "never");
+    const Bytes reply = test::line(1, "never\n").reply();
     const auto size = static_cast<std::uint32_t>(reply.size());
     struct {
         const char *what;
@@ -83,7 +71,7 @@ TEST_F(Replies, ThatBreakTheirBoundAreDroppedWholeAndSaidSo) {
     std::memset(&wrapping[offsetof(qarn_cfg_frag, len)], 0xff, 4);
     wrapping[offsetof(qarn_cfg_frag, len)] = '\xfc';
     sw.service("a", 20, 1).silent();
-    sw.service("b", 21, 2).replies(test::Tlv().element({.uuid = 2, .elem_id = 1, .level = 3}).text("others\n"));
+    sw.service("b", 21, 2).replies(test::line(2, "others\n"));
     for (const auto &[what, fragments] : cases) {
         print(fragments);
         EXPECT_EQ(text.find("Unable to extract data for Sap 20\n"), 0u) << what << text;
@@ -96,8 +84,7 @@ TEST_F(Replies, ThatBreakTheirBoundAreDroppedWholeAndSaidSo) {
 
 TEST_F(Replies, ThatStopShortAreDecodedAsFarAsTheyGo) {
     sw.service("a", 20, 1).silent();
-    const Bytes reply =
-        test::Tlv().element({.uuid = 1, .elem_id = 1, .level = 3}).text("kept\n").text("lost\n").reply();
+    const Bytes reply = test::line(1, "kept\n").text("lost\n").reply();
     const Bytes part = reply.substr(0, reply.size() - 12);
     for (const std::uint32_t announced : {static_cast<std::uint32_t>(reply.size()), 200000u}) {
         print({fragment(20, true, announced, part)});
@@ -114,14 +101,14 @@ void *malloc_of_a_small_switch(std::size_t size) {
 TEST_F(Replies, ThatAnnounceMoreThanThereIsNeverGetASmallBlock) {
     sw.service("a", 20, 1).silent();
     test::Interposed memory("malloc", reinterpret_cast<void *>(malloc_of_a_small_switch));
-    print({fragment(20, true, 0xffffffff, says(1, "never"))});
+    print({fragment(20, true, 0xffffffff, test::line(1, "never\n").reply())});
     EXPECT_EQ(text.find("Unable to extract data for Sap 20\n"), 0u) << text;
     EXPECT_GE(largest_block, 0xffffffffu);
 }
 
 TEST_F(Replies, WithoutMemoryAreSilentlyDroppedAndMayComeAgain) {
     sw.service("a", 20, 1).silent();
-    const Bytes reply = says(1, "again");
+    const Bytes reply = test::line(1, "again\n").reply();
     const auto size = static_cast<std::uint32_t>(reply.size());
     for (const std::size_t lost : {sizeof(qarn_msg_entry), reply.size() + 64}) {
         test::FailingMalloc memory;
@@ -131,25 +118,6 @@ TEST_F(Replies, WithoutMemoryAreSilentlyDroppedAndMayComeAgain) {
         EXPECT_EQ(text.find("Unable to extract data for Sap 20\n\n!Command"), 0u) << lost << text;
         EXPECT_NE(text.find("\nagain\n"), std::string::npos) << lost;
     }
-}
-
-TEST_F(Replies, LeaveTheTableWhenTheyAreTaken) {
-    test::start_generation(&req);
-    void *reply = &req;
-    qarn_msg_table_get(20, &reply);
-    EXPECT_EQ(reply, nullptr);
-    const auto add = [](const Bytes &data) {
-        qarn_msg_table_add(reinterpret_cast<const qarn_cfg_frag *>(data.data()));
-    };
-    add(fragment(20, false, 6, "abc"));
-    std::uint32_t sap = 20;
-    const auto *entry = static_cast<const qarn_msg_entry *>(g_hash_table_lookup(msg_table_p, &sap));
-    EXPECT_EQ(std::vector({entry->sap, entry->total_len, entry->filled}), (std::vector<std::uint32_t>{20, 6, 3}));
-    add(fragment(20, true, 99, "de"));
-    qarn_msg_table_get(20, &reply);
-    EXPECT_EQ(std::memcmp(reply, "abcde\0\0\0", 8), 0) << "the tail and what is behind it read as zeros";
-    std::free(reply);
-    EXPECT_EQ(g_hash_table_size(msg_table_p), 0u);
 }
 
 } // namespace

@@ -16,10 +16,6 @@ class RequestMessage : public test::Story {
         return value;
     }
     sim::Bytes field(std::size_t offset, std::size_t size) { return bytes().substr(offset, size); }
-    static sim::Bytes padded(std::string text, std::size_t size) {
-        text.resize(size, '\0');
-        return text;
-    }
 };
 
 TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
@@ -46,9 +42,9 @@ TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
         EXPECT_EQ(word(1036 + 4 * i), words[i]) << 1036 + 4 * i;
     EXPECT_EQ(field(1080, 1016), sim::Bytes(1016, '\0')) << "no more excluded SAPs";
     EXPECT_EQ(word(2096), 2u);
-    EXPECT_EQ(field(2100, 256), padded("readonly:/var/sysmgr/startup-cfg", 256));
+    EXPECT_EQ(field(2100, 256), "readonly:/var/sysmgr/startup-cfg" + sim::Bytes(224, '\0'));
     EXPECT_EQ(field(2356, 128), sim::Bytes(128, '\0'));
-    EXPECT_EQ(field(2484, 256), padded(std::string(255, 'c'), 256));
+    EXPECT_EQ(field(2484, 256), sim::Bytes(255, 'c') + '\0');
     EXPECT_EQ(std::vector({word(2740), word(2744), word(2748)}), (std::vector<std::uint32_t>{7, 8, 9}));
 }
 

@@ -19,14 +19,6 @@ TEST_F(ServiceList, FindsTheFirstAndStrikesEveryEntryOfASap) {
     EXPECT_EQ(std::vector(list, list + 6), (std::vector<std::uint32_t>{1, 2, 0, 4, 5, 7}));
 }
 
-TEST_F(ServiceList, PrintsWhoIsPending) {
-    const std::uint32_t list[] = {12, 0, 296};
-    watch([&] { qarn_sap_list_pending_print(list, 3); });
-    EXPECT_EQ(text, "Pending SAPS:12 296 \n");
-    watch([&] { qarn_sap_list_pending_print(list, -1); });
-    EXPECT_EQ(text, "Pending SAPS:\n");
-}
-
 TEST_F(ServiceList, TakesARowOfTheTableSlotBySlot) {
     sim::set_sap_row(3, {21, 22, 23}, 77);
     show_sap_table[4][3] = 31; // slot 2 only
@@ -44,16 +36,6 @@ TEST_F(ServiceList, TakesARowOfTheTableSlotBySlot) {
     num_saps = 255;
     qarn_get_saps_from_sap_table(3);
     EXPECT_EQ(num_saps, 256);
-}
-
-TEST_F(ServiceList, StrikesExcludedSapsAndKeepsItsLength) {
-    std::copy_n(std::vector<std::uint32_t>{5, 6, 5, 9}.data(), 4, saps);
-    std::copy_n(std::vector<std::uint32_t>{5, 1348}.data(), 2, saps_exclude);
-    num_saps = 4;
-    num_saps_exclude = 2;
-    qarn_exclude_saps();
-    EXPECT_EQ(std::vector(saps, saps + 4), (std::vector<std::uint32_t>{0, 6, 0, 9}));
-    EXPECT_EQ(num_saps, 4);
 }
 
 } // namespace

@@ -34,10 +34,6 @@ TEST_F(InterfaceLists, CombineTheChainInItsOrder) {
     EXPECT_EQ(init(), 0u);
     EXPECT_EQ(if_index_list.count, 0u);
     EXPECT_EQ(if_index_list.ifindexes, nullptr);
-    memory.work_again();
-    sw.interfaces.clear();
-    EXPECT_EQ(init(), 0u);
-    EXPECT_EQ(if_index_list.count, 0u);
 }
 
 TEST_F(InterfaceLists, AskForNamedInterfacesOnlyInTheirDisplay) {

@@ -138,14 +138,4 @@ TEST_F(Ordering, AbortsAVisitWithoutMemory) {
     EXPECT_DEATH((memory.fail_nth(3), visit(&drawn, &ordered)), "visit: not enough memory \\(2\\)\\.");
 }
 
-TEST_F(Ordering, QueuesFirstInFirstOut) {
-    int data[2] = {};
-    EXPECT_EQ(dequeue(&ordered), nullptr);
-    EXPECT_EQ(enqueue(&ordered, &data[0]) + enqueue(&ordered, &data[1]), 1 + 2);
-    for (int &item : data)
-        EXPECT_EQ(dequeue(&ordered), &item);
-    EXPECT_EQ(enqueue(&ordered, data), 1) << "usable after it ran empty";
-    EXPECT_EQ(dequeue(&ordered), data);
-}
-
 } // namespace

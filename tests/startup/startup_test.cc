@@ -1,8 +1,7 @@
-// The saved configuration as the driver finds it: present or not, shown as stored, locked and released; and the module
+// The saved configuration as the driver finds it: present or not, locked and released; and the module
 // list of the line-card manager.
 #include <qarncli/startup.h>
 
-#include <dirent.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -57,20 +56,6 @@ TEST_F(Startup, BinaryFormIsAnyVisibleEntryOrAFolderThatCannotBeRead) {
     }
     sw.bin_startup_dir.clear();
     EXPECT_EQ(qarn_is_startup_bin_cfg_present(&req), 0) << "no folder is known";
-    for (const auto &[name, counts] : {std::pair('.', 0), {'a', 1}}) {
-        dirent entry = {};
-        entry.d_name[0] = name;
-        EXPECT_EQ(dir_empty_check(&entry), counts) << name;
-    }
-}
-
-TEST_F(Startup, AsciiFileIsShownAsStoredThroughAProgram) {
-    file(folder + "/a");
-    watch([&] { EXPECT_EQ(qarn_merge_cat_file((folder + "/a").c_str()), 0); });
-    EXPECT_EQ(traces + "|" + text, "stored %s|");
-    EXPECT_EQ(sw.calls, Calls{"execute_program_and_wait(/bin/cat, " + folder + "/a)"});
-    watch([&] { EXPECT_EQ(qarn_merge_cat_file((folder + "/none").c_str()), -1); });
-    EXPECT_EQ(sw.calls, Calls());
 }
 
 TEST_F(Startup, LockAndItsReleaseKeepStateAndResponse) {

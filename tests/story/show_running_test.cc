@@ -22,12 +22,4 @@ TEST_F(ShowRunning, PrintsAVlanBeforeTheSpanningTreeLineThatNeedsIt) {
               "spanning-tree vlan 10 priority 4096\n\n");
 }
 
-TEST_F(ShowRunning, ReportsNoMemoryForTheRequestMessage) {
-    sw.service("vlan", 20, 383);
-    test::FailingMalloc memory;
-    memory.fail_nth(1, sizeof(qarn_cfg_req_msg));
-    EXPECT_EQ(run(), 1u);
-    EXPECT_EQ(text, "\n");
-}
-
 } // namespace

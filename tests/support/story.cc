@@ -4,10 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 
 #include "platform/cfglib.h"
-#include "platform/cmdshell.h"
 
 namespace test {
 
@@ -46,6 +44,11 @@ std::uint32_t Story::run(EntryPoint entry_point) {
     return status;
 }
 
+std::uint32_t Story::generate(std::uint32_t cfg_source) {
+    watch([&] { status = qarn_generate(&req, cfg_source); });
+    return status;
+}
+
 std::string Story::header() const {
     return "\n!Command: " + std::string(req.cmd_line) + "\n!Time: " + kNowText + "\nversion " + *sw.version + "\n";
 }
@@ -79,14 +82,14 @@ void Story::add_text_token(std::string_view value) {
     add_token(0, texts_.emplace_back(value).data());
 }
 
-void Story::save_startup(std::string_view ascii_text, bool has_binary) {
+void Story::save_startup(std::string_view ascii_text) {
     if (store_.empty()) {
         std::string path = testing::TempDir() + "storeXXXXXX";
         store_ = mkdtemp(path.data());
         std::filesystem::create_directory(store_ / "bin");
     }
     std::ofstream(store_ / "system.cfg") << ascii_text;
-    if (has_binary) std::ofstream(store_ / "bin" / "vlan.bin") << "saved";
+    std::ofstream(store_ / "bin" / "vlan.bin") << "saved";
     sw.ascii_startup_dir = store_;
     sw.bin_startup_dir = store_ / "bin";
 }
@@ -116,23 +119,6 @@ std::vector<std::string> Story::calls_of(std::string_view function) const {
         if (call.compare(0, function.size(), function) == 0 && call[function.size()] == '(') found.push_back(call);
     }
     return found;
-}
-
-std::uint32_t generate_running(qarn_req *req) {
-    return qarn_generate(req, QARN_SOURCE_RUNNING);
-}
-
-std::uint32_t generate_startup(qarn_req *req) {
-    return qarn_generate(req, QARN_SOURCE_STARTUP);
-}
-
-void forget_earlier_commands() {
-    cfg_display = cmd_token_id = g_cli_execution_filter_mode = 0;
-    num_saps = num_saps_exclude = 0;
-    std::fill(std::begin(saps), std::end(saps), 0);
-    qarn_feature = qarn_feature_send_all = qarn_feature_dns = 0;
-    g_bypass_ppm = g_all_intf_config_printed = g_intf_config_printed = add_nl = 0;
-    ppm_merge_input = {};
 }
 
 Tlv line(std::uint32_t uuid, std::string_view text, std::uint32_t level) {

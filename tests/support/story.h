@@ -31,6 +31,8 @@ class Story : public testing::Test {
 
     // Run one command and keep what it printed in `text`, its traces in `traces`, and what perror said in `errors`.
     std::uint32_t run(EntryPoint entry_point = qarn_cli_run_cfg_gen);
+    // The driver itself, for its whole status where the entry points return 0 or 1.
+    std::uint32_t generate(std::uint32_t cfg_source = QARN_SOURCE_RUNNING);
     // The same around any call.
     void watch(const std::function<void()> &call);
 
@@ -45,8 +47,8 @@ class Story : public testing::Test {
     void add_sap_token(std::uint32_t sap);
     void add_text_token(std::string_view text);
 
-    // A saved configuration: its ASCII text and, unless there is none, a binary store. Removed with the fixture.
-    void save_startup(std::string_view ascii_text = "", bool has_binary = true);
+    // A saved configuration: its ASCII text and a binary store. Removed with the fixture.
+    void save_startup(std::string_view ascii_text = "");
 
     // Interfaces of the switch, in display order.
     sim::Interface &add_interface(std::uint32_t index, std::string name, std::uint32_t block);
@@ -70,13 +72,6 @@ class Story : public testing::Test {
     std::deque<std::string> texts_;
     std::filesystem::path store_;
 };
-
-// The driver itself: its status, where the entry points return 0 or 1.
-std::uint32_t generate_running(qarn_req *req);
-std::uint32_t generate_startup(qarn_req *req);
-
-// The sticky globals as they are when the library is loaded, for tables of commands within one test.
-void forget_earlier_commands();
 
 // What a service with one element (uuid, 1) says.
 Tlv line(std::uint32_t uuid, std::string_view text, std::uint32_t level = 3);
