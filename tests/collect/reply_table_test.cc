@@ -120,4 +120,23 @@ TEST_F(Replies, WithoutMemoryAreSilentlyDroppedAndMayComeAgain) {
     }
 }
 
+TEST_F(Replies, LeaveTheTableWhenTheyAreTaken) {
+    test::start_generation(&req);
+    void *reply = &req;
+    qarn_msg_table_get(20, &reply);
+    EXPECT_EQ(reply, nullptr);
+    const auto add = [](const Bytes &data) {
+        qarn_msg_table_add(reinterpret_cast<const qarn_cfg_frag *>(data.data()));
+    };
+    add(fragment(20, false, 6, "abc"));
+    std::uint32_t sap = 20;
+    const auto *entry = static_cast<const qarn_msg_entry *>(g_hash_table_lookup(msg_table_p, &sap));
+    EXPECT_EQ(std::vector({entry->sap, entry->total_len, entry->filled}), (std::vector<std::uint32_t>{20, 6, 3}));
+    add(fragment(20, true, 99, "de"));
+    qarn_msg_table_get(20, &reply);
+    EXPECT_EQ(std::memcmp(reply, "abcde\0\0\0", 8), 0) << "the tail and what is behind it read as zeros";
+    std::free(reply);
+    EXPECT_EQ(g_hash_table_size(msg_table_p), 0u);
+}
+
 } // namespace

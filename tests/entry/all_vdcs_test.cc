@@ -39,6 +39,12 @@ TEST_F(AllVdcs, AreShownInTheOrderOfTheMapAsOneScript) {
         EXPECT_EQ(started, (std::vector<Words>{{"/opux/bin/vsh", "-i", "1", "-o 40", "-c", command},
                                                {"/opux/bin/vsh", "-i", "2", "-o 40", "-c", command}}));
     }
+    const std::string whole = (req.cmd_code = 163, show(), traces);
+    for (const char *vdc : {"1", "2"}) {
+        results = {{vdc, -1}};
+        EXPECT_EQ(show(), 1u) << "the shell of " << vdc << " fails";
+        EXPECT_EQ(traces, whole);
+    }
 }
 
 TEST_F(AllVdcs, HaveHeadersWhenTheMapNamesMoreThanOne) {

@@ -144,4 +144,11 @@ TEST_F(Output, TellsTheFinalCallbackWhichIdsWereShown) {
     EXPECT_EQ(generate(), 0xc000u);
 }
 
+TEST_F(Output, HasNoHeaderForTemplates) {
+    element(1, 2, "two\n");
+    cfg_display = QARN_DISPLAY_TEMPLATE;
+    generate();
+    EXPECT_EQ(text, "two\n\n\n");
+}
+
 } // namespace

@@ -114,4 +114,13 @@ TEST_F(Startup, LockNamesThisProcess) {
     EXPECT_EQ(lock_request, (std::vector{1u, static_cast<std::uint32_t>(getpid())}));
 }
 
+TEST_F(Startup, AsciiFileIsShownAsStoredThroughAProgram) {
+    file(folder + "/a");
+    watch([&] { EXPECT_EQ(qarn_merge_cat_file((folder + "/a").c_str()), 0); });
+    EXPECT_EQ(traces + "|" + text, "stored %s|");
+    EXPECT_EQ(sw.calls, Calls{"execute_program_and_wait(/bin/cat, " + folder + "/a)"});
+    watch([&] { EXPECT_EQ(qarn_merge_cat_file((folder + "/none").c_str()), -1); });
+    EXPECT_EQ(sw.calls, Calls());
+}
+
 } // namespace
