@@ -104,6 +104,10 @@ TEST_F(ElementPrinter, MergesPortProfilesUnlessTheyAreBypassed) {
         EXPECT_EQ(calls_of("ppm_intf_shrun_merge"), expected == merged ? asked : Calls()) << what;
         EXPECT_EQ(ppm_merge_input.bypass, static_cast<std::uint32_t>(bypass)) << what;
     }
+    qarn_feature = g_bypass_ppm = 0;
+    g_cli_execution_filter_mode = 0;
+    sw.next("ppm_intf_shrun_merge", {});
+    EXPECT_EQ(print(223, 7), "\ninterface Ethernet1/1\n") << "no merged text, no body";
 }
 
 TEST_F(ElementPrinter, FollowsPortChannelsByTheirMembers) {
@@ -144,8 +148,9 @@ TEST_F(ElementPrinter, AsksForMembersInTheVdcOfTheShell) {
     add_interface(0x16000001, "port-channel1", 20);
     cmd_token_id = 167;
     take_up_interfaces();
-    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "1"}, {"", "1"}}) {
+    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "1"}, {"", "1"}, {"absent", "1"}}) {
         setenv("SYSMGR_VDC_ID", value, 1);
+        if (std::string_view(value) == "absent") unsetenv("SYSMGR_VDC_ID");
         print(223, 20);
         EXPECT_EQ(calls_of("pcm_get_pc_info"), Calls{std::string("pcm_get_pc_info(") + vdc + ", 0x16000001)"});
     }
