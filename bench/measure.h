@@ -1,17 +1,45 @@
-// Measuring one command: its CPU time in a process of its own, so that nothing of an earlier run is left.
+// Measuring programs that write a switch's configuration: CPU time and memory, each run in a process of its own, so
+// that nothing of an earlier run is left.
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
 #include <functional>
+#include <string>
 #include <vector>
 
-#include "sim/switch.h"
+#include "bench/workload.h"
 
 namespace bench {
 
-// CPU seconds of "show running-config" on a switch that `fill` describes, without the time that filling takes. The
-// output goes to a null device.
-double command_cpu(const std::function<void(sim::Switch &)> &fill);
+struct Cost {
+    double cpu = 0;    // seconds
+    double memory = 0; // bytes at the highest, above what the process had before
+    double text = 0;   // bytes written
+};
+
+// Writes the configuration of the current switch, from the messages that wait for the handle to the last byte in `out`.
+using Program = void (*)(const Shape &shape, std::uint32_t handle, std::FILE *out);
+
+// The library: "show running-config", or the feature's configuration when the shape has one.
+void run_library(const Shape &shape, std::uint32_t handle, std::FILE *out);
+
+// One run, in a process of its own. The text goes to a file on a memory file system.
+using Job = std::function<Cost()>;
+Job job(const Shape &shape, Program program = run_library);
+// Writes the text line by line with fwrite.
+Job line_writer(const std::string &text);
+
+// What the library writes.
+std::string text_of(const Shape &shape);
+
+// Runs of all jobs in turn, `runs` times; per job the costs of its runs.
+std::vector<std::vector<Cost>> run_interleaved(const std::vector<Job> &jobs, int runs);
 
 double median(std::vector<double> values);
+// Medians of each cost.
+Cost median_of(const std::vector<Cost> &costs);
+// The greatest deviation of a run's CPU time from the median, as a part of it.
+double noise_of(const std::vector<Cost> &costs);
 
 } // namespace bench

@@ -1,59 +1,246 @@
 #include "bench/workload.h"
 
-#include <string>
+#include <algorithm>
+#include <random>
+#include <vector>
 
 namespace bench {
 namespace {
 
 constexpr std::uint32_t kFirstSap = 1000;
+constexpr std::uint32_t kFirstInterface = 0x1a000000;
+constexpr std::uint32_t kInterfaceLevel = 12, kKeyLevel = 3, kLevels = 11;
 
-sim::Service &add_service(sim::Switch &sw, std::uint32_t uuid, const sim::Tlv &tlv) {
-    const auto sap = kFirstSap + static_cast<std::uint32_t>(sw.services.size());
-    return sw.service("service-" + std::to_string(sap), sap, uuid).replies(tlv);
-}
+// Element ids of a service, by purpose.
+constexpr std::uint32_t kPlainIds = 1, kInterfaceIds = 40000, kEmptyIds = 50000, kKeyIds = 60000;
 
-std::uint32_t next_uuid(const sim::Switch &sw) {
-    return 1000 + static_cast<std::uint32_t>(sw.services.size());
+struct Reply {
+    std::uint32_t sap;
+    sim::Bytes bytes;
+};
+
+class Builder {
+  public:
+    Builder(sim::Switch &sw, const Shape &shape) : sw_(sw), shape_(shape) {}
+
+    std::vector<Reply> replies() {
+        add_interfaces();
+        if (shape_.vlans > 0) add_vlans();
+        if (shape_.keys > 0) add_keys();
+        if (shape_.feature_keys > 0) add_feature();
+        for (int service = 0; service < shape_.services; ++service)
+            add_service(service);
+        return std::move(replies_);
+    }
+
+  private:
+    void reply(std::uint32_t sap, std::uint32_t uuid, const sim::Tlv &tlv) {
+        sw_.service("service-" + std::to_string(sap), sap, uuid).silent();
+        replies_.push_back({sap, tlv.reply()});
+    }
+
+    std::string line(const std::string &what) const {
+        return "  " + what + std::string(static_cast<std::size_t>(shape_.padding), '.') + "\n";
+    }
+
+    void add_interfaces() {
+        for (int i = 0; i < shape_.interfaces; ++i) {
+            const auto index = kFirstInterface + static_cast<std::uint32_t>(i);
+            sim::Interface &port = sw_.interfaces.emplace_back();
+            port.index = index;
+            port.name = "Ethernet1/" + std::to_string(i + 1);
+            port.block = 1;
+        }
+        if (shape_.interfaces == 0) return;
+        sim::Tlv tlv;
+        tlv.element({.uuid = QARN_UUID_INTERFACE, .elem_id = 1, .level = kInterfaceLevel});
+        reply(100, QARN_UUID_INTERFACE, tlv);
+    }
+
+    static std::string vlan_line(int vlan) { return "vlan " + std::to_string(vlan) + "\n"; }
+    static std::string key_name(int key) { return "key-" + std::to_string(key); }
+
+    void add_vlans() {
+        sim::Tlv tlv;
+        tlv.element({.uuid = QARN_UUID_VLAN, .elem_id = 2, .level = kKeyLevel});
+        for (int vlan = 1; vlan <= shape_.vlans; ++vlan)
+            tlv.key(static_cast<std::uint32_t>(vlan), "", vlan_line(vlan));
+        reply(101, QARN_UUID_VLAN, tlv);
+    }
+
+    void add_keys() {
+        sim::Tlv tlv;
+        tlv.element({.uuid = 41, .elem_id = 1, .level = kKeyLevel});
+        for (int key = 0; key < shape_.keys; ++key)
+            tlv.key(0, shape_.one_map ? "class-map shared\n" : "class-map " + key_name(key) + "\n", key_name(key));
+        reply(102, 41, tlv);
+    }
+
+    void add_feature() {
+        sim::Tlv tlv;
+        tlv.element({.uuid = 42, .elem_id = 1, .level = kKeyLevel});
+        for (int key = 0; key < shape_.feature_keys; ++key)
+            tlv.key_string("policy " + key_name(key) + "\n", line("action of " + key_name(key)));
+        reply(kFeatureSap, 42, tlv);
+    }
+
+    void add_service(int service) {
+        uuid_ = kFirstSap + static_cast<std::uint32_t>(service);
+        name_ = "service-" + std::to_string(service);
+        sim::Tlv tlv;
+        add_elements(tlv);
+        if (shape_.interface_services == 0 || service < shape_.interface_services) {
+            add_interface_elements(tlv, service);
+        }
+        for (int e = 0; e < shape_.empty_interface_elements; ++e)
+            open(tlv, kEmptyIds, e, QARN_PROP_INTF);
+        add_key_strings(tlv);
+        reply(uuid_, uuid_, tlv);
+    }
+
+    void add_elements(sim::Tlv &tlv) {
+        for (int e = 0; e < shape_.elements; ++e) {
+            const std::uint32_t id = kPlainIds + static_cast<std::uint32_t>(e);
+            const std::uint32_t level = shape_.chain != Chain::kNone ? 1 : id % kLevels;
+            tlv.element({.uuid = uuid_, .elem_id = id, .level = level});
+            for (int edge = 1; edge <= std::min(shape_.edges, e); ++edge)
+                tlv.after(uuid_, kPlainIds + std::uniform_int_distribution<std::uint32_t>(0, id - 2)(random_));
+            add_chain(tlv, id);
+            for (int text = 0; text < shape_.texts; ++text)
+                tlv.text(line(name_ + " setting " + std::to_string(id) + "." + std::to_string(text)));
+        }
+    }
+
+    // The chain runs through all services.
+    void add_chain(sim::Tlv &tlv, std::uint32_t id) const {
+        const auto last = static_cast<std::uint32_t>(shape_.elements);
+        const auto last_uuid = kFirstSap + static_cast<std::uint32_t>(shape_.services) - 1;
+        if (shape_.chain == Chain::kAscending) {
+            if (id > kPlainIds) tlv.after(uuid_, id - 1);
+            if (id == kPlainIds && uuid_ > kFirstSap) tlv.after(uuid_ - 1, last);
+        } else if (shape_.chain == Chain::kDescending) {
+            if (id < last) tlv.after(uuid_, id + 1);
+            if (id == last && uuid_ < last_uuid) tlv.after(uuid_ + 1, kPlainIds);
+        }
+    }
+
+    int share_of_lines(int service) const {
+        return shape_.shared_lines / shape_.services + (service < shape_.shared_lines % shape_.services ? 1 : 0);
+    }
+
+    int interface_elements(int service) const {
+        if (shape_.shared_lines == 0) return shape_.interface_elements;
+        return shape_.lines_apart ? share_of_lines(service) : 1;
+    }
+
+    int lines_of_text(int service) const {
+        return shape_.shared_lines == 0 || shape_.lines_apart ? 1 : share_of_lines(service);
+    }
+
+    void add_interface_elements(sim::Tlv &tlv, int service) {
+        const int lines = lines_of_text(service);
+        const int spread = shape_.spread == 0 ? shape_.interfaces : std::min(shape_.spread, shape_.interfaces);
+        for (int e = 0; e < interface_elements(service); ++e) {
+            open(tlv, kInterfaceIds, e, QARN_PROP_INTF);
+            for (int i = 0; i < spread; ++i) {
+                const int port = (shape_.spread == 0 ? i : (e * spread + i) % shape_.interfaces) + 1;
+                tlv.intf_text(kFirstInterface + static_cast<std::uint32_t>(port) - 1, interface_text(e, port, lines));
+            }
+        }
+    }
+
+    std::string interface_text(int element, int port, int lines) const {
+        std::string text;
+        for (int l = 1; l <= lines; ++l) {
+            text += line(name_ + " line " + std::to_string(element) + "." + std::to_string(l) + " of port " +
+                         std::to_string(port));
+        }
+        return text;
+    }
+
+    // Ten neighbouring VLANs have the same text.
+    void add_key_strings(sim::Tlv &tlv) {
+        int id = 0;
+        for (int e = 0; shape_.vlans > 0 && e < shape_.vlan_elements; ++e) {
+            open(tlv, kKeyIds, id++, 0);
+            for (int vlan = 1; vlan <= shape_.vlans; ++vlan)
+                tlv.key_string(vlan_line(vlan), line(name_ + " setting " + std::to_string(e) + " of group " +
+                                                     std::to_string(vlan / 10)));
+        }
+        for (int e = 0; shape_.keys > 0 && e < shape_.key_elements; ++e) {
+            open(tlv, kKeyIds, id++, 0);
+            for (int key = 0; key < shape_.keys; ++key)
+                tlv.key_string(key_name(key), line("match " + name_ + "." + std::to_string(e)));
+        }
+        if (shape_.unused_names == 0) return;
+        open(tlv, kKeyIds, id, 0);
+        for (int n = 0; n < shape_.unused_names; ++n)
+            tlv.key_string("unused " + std::to_string(n), line("never printed"));
+    }
+
+    void open(sim::Tlv &tlv, std::uint32_t first_id, int element, std::uint32_t property) const {
+        const std::uint32_t id = first_id + static_cast<std::uint32_t>(element);
+        tlv.element({.uuid = uuid_, .elem_id = id, .level = id % kLevels, .property = property});
+    }
+
+    sim::Switch &sw_;
+    const Shape &shape_;
+    std::vector<Reply> replies_;
+    std::mt19937 random_{1};
+    std::uint32_t uuid_ = 0; // of the service under way, and its SAP
+    std::string name_;
+};
+
+// One fragment of each reply in turn.
+void queue_replies(sim::Switch &sw, std::uint32_t handle, const std::vector<Reply> &replies, std::size_t size) {
+    std::vector<std::deque<sim::Message>> streams;
+    for (const Reply &reply : replies)
+        streams.push_back(sim::fragments(reply.sap, reply.bytes, size));
+    for (bool more = true; more;) {
+        more = false;
+        for (auto &stream : streams) {
+            if (stream.empty()) continue;
+            sw.transport.deliver(handle, QARN_OPC_REPLY, std::move(stream.front().payload));
+            stream.pop_front();
+            more = true;
+        }
+    }
 }
 
 } // namespace
 
-void add_keyed(sim::Switch &sw, int keys, int services) {
-    sim::Tlv owner;
-    owner.element({.uuid = 41, .elem_id = 1, .level = 3});
-    for (int key = 0; key < keys; ++key) {
-        const std::string name = std::to_string(key);
-        owner.key(0, "class-map " + name + "\n", name);
-    }
-    add_service(sw, 41, owner);
-    for (int service = 0; service < services; ++service) {
-        const std::uint32_t uuid = next_uuid(sw);
-        sim::Tlv tlv;
-        tlv.element({.uuid = uuid, .elem_id = 1, .level = 4});
-        const std::string line = "  match service " + std::to_string(service) + "\n";
-        for (int key = 0; key < keys; ++key)
-            tlv.key_string(std::to_string(key), line);
-        add_service(sw, uuid, tlv);
-    }
+Shape small_switch() {
+    return {
+        .interfaces = 50, .services = 15, .interface_elements = 1, .elements = 10, .edges = 1, .vlans = 50, .keys = 20};
 }
 
-void add_vlans(sim::Switch &sw, int vlans, int services) {
-    const auto line_of = [](int vlan) { return "vlan " + std::to_string(vlan) + "\n"; };
-    sim::Tlv owner;
-    owner.element({.uuid = QARN_UUID_VLAN, .elem_id = 2, .level = 3});
-    for (int vlan = 1; vlan <= vlans; ++vlan)
-        owner.key(static_cast<std::uint32_t>(vlan), "", line_of(vlan));
-    add_service(sw, QARN_UUID_VLAN, owner);
-    for (int service = 0; service < services; ++service) {
-        const std::uint32_t uuid = next_uuid(sw);
-        sim::Tlv tlv;
-        tlv.element({.uuid = uuid, .elem_id = 1, .level = 4});
-        for (int vlan = 1; vlan <= vlans; ++vlan) {
-            tlv.key_string(line_of(vlan),
-                           "  setting " + std::to_string(service) + " of group " + std::to_string(vlan / 10) + "\n");
-        }
-        add_service(sw, uuid, tlv);
-    }
+Shape medium_switch() {
+    return {.interfaces = 2000,
+            .services = 30,
+            .interface_elements = 1,
+            .elements = 100,
+            .edges = 1,
+            .vlans = 1000,
+            .keys = 200};
+}
+
+// About 65,000 elements and 1,050,000 contributions.
+Shape large_switch() {
+    return {.interfaces = 20000,
+            .services = 60,
+            .interface_elements = 1,
+            .interface_services = 40,
+            .elements = 1083,
+            .edges = 1,
+            .vlans = 4094,
+            .keys = 100};
+}
+
+std::uint32_t set_up(sim::Switch &sw, const Shape &shape) {
+    sw.version = "1.0";
+    const std::uint32_t handle = sw.transport.open(1);
+    queue_replies(sw, handle, Builder(sw, shape).replies(), shape.fragment_size);
+    return handle;
 }
 
 } // namespace bench

@@ -1,16 +1,55 @@
-// Switches by numbers, for the benchmarks. Every service's reply is prepared beforehand, so that a run measures the
-// library and the transport's queue only.
+// Switches by numbers, for the benchmarks. Every service's reply is prepared and cut into fragments beforehand, so that
+// a run measures the library and the transport's queue only. The same numbers always make the same switch.
 #pragma once
+
+#include <cstdint>
+#include <string>
 
 #include "sim/switch.h"
 
 namespace bench {
 
-// An element with `keys` keys, and `services` services that each file one line under every key.
-void add_keyed(sim::Switch &sw, int keys, int services);
+enum class Chain { kNone, kAscending, kDescending };
 
-// The VLAN service with `vlans` VLANs, and `services` services that each file one line under every VLAN. Runs of ten
-// VLANs have equal lines.
-void add_vlans(sim::Switch &sw, int vlans, int services);
+// What a switch has. Numbers "per service" count for each service.
+struct Shape {
+    int interfaces = 0;
+    int services = 1;
+
+    int interface_elements = 0;       // per service: elements with a text for interfaces
+    int interface_services = 0;       // services that have those; 0: all
+    int spread = 0;                   // interfaces that each of them has a text for; 0: all
+    int shared_lines = 0;             // instead: lines of every interface, shared out to the services
+    bool lines_apart = false;         // each of those in an element of its own, not one text per service
+    int empty_interface_elements = 0; // per service: without a text for any interface
+
+    int elements = 0;           // per service: elements with text of their own
+    int texts = 1;              // TLVs that make up an element's text
+    int edges = 0;              // elements of the same service that each waits for
+    Chain chain = Chain::kNone; // every element of the switch waits for the next lower, or next higher, one
+
+    int vlans = 0;
+    int vlan_elements = 1; // per service: elements with a text for every VLAN
+    int keys = 0;          // headers of key tables
+    int key_elements = 1;  // per service: elements with a text for every key
+    bool one_map = false;  // all keys share one header
+    int unused_names = 0;  // per service: key strings that no one prints
+
+    int feature_keys = 0; // key strings of a service whose configuration alone is asked for
+
+    int padding = 0; // characters added to every line
+    std::size_t fragment_size = 4096;
+};
+
+// Sizes of whole switches.
+Shape small_switch();
+Shape medium_switch();
+Shape large_switch();
+
+// Fill a switch and queue the replies of its services, fragments in turn, for a new handle; returns the handle.
+std::uint32_t set_up(sim::Switch &sw, const Shape &shape);
+
+// SAP of the service with the feature's key strings.
+constexpr std::uint32_t kFeatureSap = 900;
 
 } // namespace bench

@@ -22,6 +22,7 @@
 #include "collect/joined_reply.h"
 #include "entry/generation.h"
 #include "model/decode.h"
+#include "model/store_index.h"
 #include "platform/csm.h"
 #include "platform/mts.h"
 #include "platform/sysmgr.h"
@@ -320,6 +321,7 @@ Ending run(Generation &gen) {
     install_signal_handler(gen);
     if (const Step end = open_startup_store(gen)) return *end;
     if (const Step end = set_up_lists(gen)) return *end;
+    const StoreIndex store_index(merge_elem_table_p);
     if (const Step end = build_request(gen)) return *end;
     if (const Step end = ask_services(gen)) return *end;
     if (const Step end = receive_replies(gen)) return *end;

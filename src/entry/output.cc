@@ -14,17 +14,17 @@
 
 #include "base/trace.h"
 #include "entry/generation.h"
+#include "order/store_entries.h"
 #include "platform/cfglib.h"
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
 #include "print/contributions.h"
 #include "print/interface_index.h"
+#include "print/printed_keys.h"
 
 namespace qarn {
 namespace {
-
-constexpr int32_t kLevels = 13;
 
 // The conversion lives for one generation, however that ends. Closing it a second time does nothing.
 struct DisplayConversion {
@@ -42,34 +42,37 @@ void print_header(const Generation &gen) {
 }
 
 // One ordering pass over the element store; false for a loop, after its message.
-bool order_elements(int32_t level, int32_t intf_only, queue *ordered, const char *loop_text) {
+bool order_elements(const StoreEntries &entries, int32_t level, int32_t intf_only, queue *ordered,
+                    const char *loop_text) {
     qarn_merge_graph_info pass;
     qarn_merge_graph_info_init(&pass, level, intf_only);
-    g_hash_table_foreach(merge_elem_table_p, qarn_graph_vertex_add, &pass);
-    g_hash_table_foreach(merge_elem_table_p, qarn_graph_edge_add, &pass);
+    entries.for_each(level, qarn_graph_vertex_add, &pass);
+    entries.for_each(level, qarn_graph_edge_add, &pass);
     if (visit2(&pass.graph, ordered) == 0) return true;
     csm_qarn_sp_print("%s", loop_text);
     return false;
 }
 
-bool print_level(int32_t level, qarn_cfg_req_msg *msg) {
+bool print_level(const StoreEntries &entries, int32_t level, qarn_cfg_req_msg *msg) {
     if (debugging(QARN_DEBUG_DECODE)) trace("Configuration for Level:%d\n", level);
     if (add_nl != 0) csm_qarn_sp_print("\n");
     add_nl = 0;
     queue ordered;
-    if (!order_elements(level, 0, &ordered, "Loop in the graph\n")) return false;
+    if (!order_elements(entries, level, 0, &ordered, "Loop in the graph\n")) return false;
     traverse(&ordered, qarn_element_cfg_print, msg);
     return true;
 }
 
 bool print_levels(qarn_cfg_req_msg *msg) {
-    if (!order_elements(QARN_EVERY_LEVEL, 1, &intf_element_q, "Loop in the graph\n")) return false;
+    const StoreEntries entries(merge_elem_table_p);
+    if (!order_elements(entries, QARN_EVERY_LEVEL, 1, &intf_element_q, "Loop in the graph\n")) return false;
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
-    if (!order_elements(QARN_EVERY_LEVEL, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
+    if (!order_elements(entries, QARN_EVERY_LEVEL, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
     const ContributionIndex contribution_index; // of what the two queues now hold
     const InterfaceIndex interface_index;
-    for (int32_t level = 0; level < kLevels; ++level) {
-        if (!print_level(level, msg)) return false;
+    const PrintedKeys printed_keys;
+    for (int32_t level = 0; level < kPrintLevels; ++level) {
+        if (!print_level(entries, level, msg)) return false;
     }
     return true;
 }

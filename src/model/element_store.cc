@@ -7,6 +7,7 @@
 #include <qarncli/ifindex.h>
 
 #include "base/owner.h"
+#include "model/store_index.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ uint32_t qarn_merge_init(qarn_req *req) {
 
 qarn_merge_val *qarn_merge_value_get(uint32_t uuid, uint32_t elem_id) {
     alignas(gint) const qarn_merge_key key = key_of(uuid, elem_id);
+    if (const auto *index = qarn::StoreIndex::of(merge_elem_table_p)) return index->find(key);
     return static_cast<qarn_merge_val *>(g_hash_table_lookup(merge_elem_table_p, &key));
 }
 
@@ -36,6 +38,7 @@ void qarn_merge_hash_insert(uint32_t uuid, qarn_elem *elem, GHashTable *table) {
     if (!value) return;
     *key = key_of(uuid, elem->elem_id);
     *value = {elem, nullptr};
+    if (auto *index = qarn::StoreIndex::of(table)) index->insert(*key, value.get());
     // An equal key stays in the table; the new one is then not needed.
     if (g_hash_table_insert(table, key.get(), value.release())) static_cast<void>(key.release());
 }
@@ -44,6 +47,7 @@ void qarn_merge_hash_remove(uint32_t uuid, qarn_elem *elem, GHashTable *table) {
     const auto key = qarn::allocate<qarn_merge_key>();
     if (!key) return;
     *key = key_of(uuid, elem->elem_id);
+    if (auto *index = qarn::StoreIndex::of(table)) index->remove(*key);
     g_hash_table_remove(table, key.get());
 }
 

@@ -10,8 +10,6 @@
 namespace qarn {
 namespace {
 
-ContributionIndex *innermost = nullptr;
-
 void add_contribution(void *name, void *value, void *by_name) {
     auto *text = static_cast<GString *>(value);
     if (text == nullptr || text->len == 0) return;
@@ -35,17 +33,12 @@ void free_texts(void *texts) {
 
 } // namespace
 
-ContributionIndex::ContributionIndex() : outer_(innermost) {
-    innermost = this;
-}
-
 ContributionIndex::~ContributionIndex() {
-    innermost = outer_;
     if (by_name_ != nullptr) g_hash_table_destroy(by_name_);
 }
 
 ContributionIndex *ContributionIndex::current() {
-    return debugging(QARN_DEBUG_STORE) ? nullptr : innermost;
+    return debugging(QARN_DEBUG_STORE) ? nullptr : innermost();
 }
 
 const GPtrArray *ContributionIndex::find(const char *name) {

@@ -5,16 +5,16 @@
 
 #include <glib.h>
 
+#include "base/innermost.h"
+
 namespace qarn {
 
 // Lives during the level passes of one generation, while queue and store stand still. It holds no text of its own:
 // names and texts are the elements'.
-class ContributionIndex {
+class ContributionIndex : public Innermost<ContributionIndex> {
   public:
-    ContributionIndex();
+    ContributionIndex() = default;
     ~ContributionIndex();
-    ContributionIndex(const ContributionIndex &) = delete;
-    ContributionIndex &operator=(const ContributionIndex &) = delete;
 
     // The index of the level passes under way; null outside of them, and while the walk's traces are wanted.
     static ContributionIndex *current();
@@ -23,7 +23,6 @@ class ContributionIndex {
     const GPtrArray *find(const char *name);
 
   private:
-    ContributionIndex *outer_;      // of a generation within which this one runs
     GHashTable *by_name_ = nullptr; // name -> GPtrArray of GStrings; made at the first question
 };
 

@@ -204,10 +204,8 @@ void print_all_interfaces() {
     }
 }
 
-void print_ordinary_element(const qarn_merge_key &key) {
-    if (cfg_display == QARN_DISPLAY_INTERFACE) return;
-    qarn_merge_val *value = qarn_merge_value_get(key.uuid, key.elem_id);
-    if (value == nullptr) return;
+void print_ordinary_element(const qarn_merge_key &key, qarn_merge_val *value) {
+    if (cfg_display == QARN_DISPLAY_INTERFACE || value == nullptr) return;
     print_keytbl(value);
     print_own_text(key, value->elem->cfg_str);
     // The interface printer sets the flag as soon as it meets an element, so that this walk happens once.
@@ -227,11 +225,11 @@ void qarn_element_cfg_print(void *vertex, void *request_message) {
     if (qarn::debugging(QARN_DEBUG_PRINT)) {
         csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", key.uuid, key.elem_id);
     }
-    const qarn_merge_val *value = qarn::value_of_vertex(vertex);
+    qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value != nullptr && (value->elem->property & QARN_PROP_DUMMY) != 0) return;
     if (key.uuid == QARN_UUID_INTERFACE) {
         print_interface_blocks(key.elem_id, *static_cast<const qarn_cfg_req_msg *>(request_message));
     } else {
-        print_ordinary_element(key);
+        print_ordinary_element(key, value);
     }
 }

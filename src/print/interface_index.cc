@@ -17,23 +17,16 @@ struct Values {
     InterfaceValue *first, *last;
 };
 
-InterfaceIndex *innermost = nullptr;
-
 } // namespace
 
-InterfaceIndex::InterfaceIndex() : outer_(innermost) {
-    innermost = this;
-}
-
 InterfaceIndex::~InterfaceIndex() {
-    innermost = outer_;
     if (by_interface_ == nullptr) return;
     g_hash_table_destroy(by_interface_);
     g_ptr_array_unref(blocks_);
 }
 
 InterfaceIndex *InterfaceIndex::current() {
-    return debugging(QARN_DEBUG_LOOKUP) ? nullptr : innermost;
+    return debugging(QARN_DEBUG_LOOKUP) ? nullptr : innermost();
 }
 
 const InterfaceValue *InterfaceIndex::find(uint32_t if_index) {

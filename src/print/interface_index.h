@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "base/innermost.h"
+
 struct qarn_elem;
 
 namespace qarn {
@@ -20,12 +22,10 @@ struct InterfaceValue {
 
 // Lives during the level passes of one generation, while queue and store stand still. It holds no text of its own:
 // values are the elements'.
-class InterfaceIndex {
+class InterfaceIndex : public Innermost<InterfaceIndex> {
   public:
-    InterfaceIndex();
+    InterfaceIndex() = default;
     ~InterfaceIndex();
-    InterfaceIndex(const InterfaceIndex &) = delete;
-    InterfaceIndex &operator=(const InterfaceIndex &) = delete;
 
     // The index of the level passes under way; null outside of them, and while the walk's traces are wanted.
     static InterfaceIndex *current();
@@ -41,7 +41,6 @@ class InterfaceIndex {
     static void add_element(void *data, void *index);
     static void add_values(const qarn_elem *elem, InterfaceIndex *index);
 
-    InterfaceIndex *outer_;              // of a generation within which this one runs
     GHashTable *by_interface_ = nullptr; // if_index -> first and last value; made at the first question
     GPtrArray *blocks_ = nullptr;        // of nodes, freed together
     gsize used_of_block_ = 0;

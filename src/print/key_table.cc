@@ -16,6 +16,7 @@
 #include "platform/csm.h"
 #include "print/contributions.h"
 #include "print/key_list.h"
+#include "print/printed_keys.h"
 #include "print/queued_element.h"
 #include "print/vlan_pass.h"
 
@@ -223,6 +224,7 @@ void qarn_get_keys(void *name, void *value, void *) {
 }
 
 int32_t qarn_feature_key_printed(const char *name) {
+    if (auto *keys = qarn::PrintedKeys::current()) return keys->contains(name) ? 1 : 0;
     for (const feature_key_entry *entry = key_list; entry != nullptr; entry = entry->next) {
         if (std::strcmp(entry->key->str, name) == 0) return 1;
     }

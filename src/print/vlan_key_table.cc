@@ -73,18 +73,47 @@ const qarn_key_val *find_vlan(const qarn_elem &elem, int32_t slot) {
     return static_cast<const qarn_key_val *>(g_hash_table_lookup(elem.key_table, keylist[slot]));
 }
 
-void gather_contributions(const char *line) {
-    qarn::ContributionIndex *index = qarn::ContributionIndex::current();
-    if (index == nullptr) {
-        const String name(g_string_new(line));
-        traverse(&keystr_element_q, qarn_vlan_keystr_elem_q_cfg_print, name.get());
-        return;
-    }
-    const GPtrArray *texts = index->find(line);
-    for (guint i = 0; texts != nullptr && i < texts->len; ++i) {
-        add_key_str_list(static_cast<const GString *>(g_ptr_array_index(texts, i))->str);
-    }
+// Make `entry` the head of key_str_list.
+void add_entry(key_str_entry *entry, GString *text) {
+    *entry = {text, 0, key_str_list};
+    key_str_list = entry;
+    ++keycount;
 }
+
+// What all elements contribute to one VLAN: on key_str_list while this lives.
+class Contributions {
+  public:
+    explicit Contributions(const char *line) {
+        if (qarn::ContributionIndex *index = qarn::ContributionIndex::current()) {
+            if (const GPtrArray *texts = index->find(line)) lend(*texts);
+        } else {
+            const String name(g_string_new(line));
+            traverse(&keystr_element_q, qarn_vlan_keystr_elem_q_cfg_print, name.get());
+        }
+    }
+    ~Contributions() {
+        if (lent_) key_str_list = lent_->next; // what stood there before
+        delete_key_str_list();
+    }
+    Contributions(const Contributions &) = delete;
+    Contributions &operator=(const Contributions &) = delete;
+
+  private:
+    // The texts themselves, in entries of one block; copies, entry by entry, when there is no memory for that.
+    void lend(const GPtrArray &texts) {
+        lent_ = qarn::allocate<key_str_entry>(texts.len * sizeof(key_str_entry));
+        for (guint i = 0; i < texts.len; ++i) {
+            auto *text = static_cast<GString *>(g_ptr_array_index(&texts, i));
+            if (lent_) {
+                add_entry(lent_.get() + i, text);
+            } else {
+                add_key_str_list(text->str);
+            }
+        }
+    }
+
+    qarn::Malloced<key_str_entry> lent_;
+};
 
 // An aggregate for whose VLAN there was no memory belongs to nobody.
 void discard_unless_filed() {
@@ -103,14 +132,13 @@ void aggregate(const qarn_elem &elem, const VlanKind &kind, bool checkpoint) {
         g_vlan_id = static_cast<int32_t>(key->ifindex);
         mark(g_vlan_id);
         const VlanLine line(kind, g_vlan_id);
-        gather_contributions(line.text());
+        const Contributions contributions(line.text());
         qarn_vlan_add_aggr_keystr();
         if (checkpoint) {
             csm_qarn_sp_print("%s", line.text());
             csm_qarn_sp_print("%s", g_vlan_aggr_str->str);
         }
         discard_unless_filed();
-        delete_key_str_list();
         g_traverse = 1;
     }
 }
@@ -261,9 +289,7 @@ void qarn_vlan_keystr_elem_q_cfg_print(void *vertex, void *line) {
 key_str_entry *add_key_str_list(const char *text) {
     key_str_entry *entry = qarn::allocate<key_str_entry>().release();
     if (entry == nullptr) return nullptr;
-    *entry = {g_string_new(text), 0, key_str_list};
-    key_str_list = entry;
-    ++keycount;
+    add_entry(entry, g_string_new(text));
     return entry;
 }
 

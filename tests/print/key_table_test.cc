@@ -1,6 +1,6 @@
 // Keyed configuration: what all services file under an element's keys, whole commands first, then the printer alone,
-// and short of memory. The walk over the tables, which the traces belong to, and the index that serves
-// without them have to agree everywhere; generated switches compare the two at the end.
+// and short of memory. The walks over the tables, which the traces belong to, and the indexes that serve without them
+// have to agree everywhere; generated switches, with interfaces too, compare the two at the end.
 #include <array>
 #include <random>
 
@@ -33,8 +33,8 @@ class KeyTables : public Story {
         sw.service("all", 20, 40).replies(reply);
         std::pair<std::string, std::int32_t> shown, walked;
         for (auto *way : {&walked, &shown}) {
-            req.dbg_mask = way == &walked ? QARN_DEBUG_STORE : 0;
-            g_traverse = 0;
+            req.dbg_mask = way == &walked ? QARN_DEBUG_STORE | QARN_DEBUG_LOOKUP : 0;
+            g_traverse = g_intf_config_printed = g_all_intf_config_printed = 0;
             key_list = nullptr;
             EXPECT_EQ(run(entry_point), 0u);
             *way = {body(), g_traverse};
@@ -179,6 +179,7 @@ class GeneratedSwitch {
             add_element({.uuid = 36 + n, .elem_id = 1 + pick(3), .level = pick(12)});
         for (const std::uint32_t id : {2u, 5u, 6u})
             if (pick(4) != 0) add_element({.uuid = 383, .elem_id = id, .level = pick(12)});
+        reply_.element({.uuid = 223, .elem_id = 7, .level = 12});
         return reply_;
     }
 
@@ -188,7 +189,11 @@ class GeneratedSwitch {
     std::string value() { return std::array{"", " same\n", " one\n", " two\n"}[pick(4)]; }
 
     void add_element(const sim::ElementInfo &info) {
-        reply_.element(info);
+        sim::ElementInfo opened = info;
+        if (pick(3) == 0) opened.property = QARN_PROP_INTF;
+        reply_.element(opened);
+        for (std::uint32_t n = pick(4); n > 0; --n)
+            reply_.intf_text(1 + pick(4), pick(5) != 0 ? "  port of " + std::to_string(info.uuid) : "");
         earlier_.push_back(info);
         const auto &other = earlier_[pick(static_cast<std::uint32_t>(earlier_.size()))];
         if (other.uuid != info.uuid) reply_.after(other.uuid, other.elem_id); // no loops: on earlier ones only
@@ -212,9 +217,11 @@ class GeneratedSwitch {
 
 TEST_F(KeyTables, PrintTheSameByWalkAndByIndex) {
     EntryPoint command = qarn_cli_run_cfg_gen;
-    for (unsigned seed = 7001; seed <= 7060 && !HasFailure(); ++seed) {
+    for (const std::uint32_t index : {3u, 1u, 2u})
+        add_interface(index, "e" + std::to_string(index), 7);
+    for (unsigned seed = 7001; seed <= 7200 && !HasFailure(); ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
-        if (seed == 7031) { // the other half as the display of a single service
+        if (seed == 7101) { // the other half as the display of a single service
             command = qarn_cli_run_cfg_gen_sap;
             add_sap_token(20);
         }

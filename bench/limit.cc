@@ -1,0 +1,176 @@
+#include "bench/limit.h"
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <qarncli/tlv_decode.h>
+
+#include "platform/cfglib.h"
+#include "platform/ifmgr.h"
+#include "platform/mts.h"
+#include "platform/tlv_array.h"
+
+namespace bench {
+namespace {
+
+std::uint32_t word(const void *value) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, value, sizeof word);
+    return word;
+}
+
+struct Tlv {
+    std::uint32_t tag = 0, length = 0;
+    void *value = nullptr;
+
+    const char *text() const { return static_cast<const char *>(value); }
+    GString *string() const { return g_string_new_len(text(), static_cast<gssize>(length) - 1); }
+};
+
+// The elements of all replies, by what they carry.
+struct Elements {
+    GHashTable *store = g_hash_table_new(g_int_hash, g_int_equal);
+    std::vector<qarn_elem *> plain, with_interfaces, with_keys, with_key_strings;
+};
+
+void decode(const void *array, Elements &elements) {
+    std::uint32_t cursor = 0;
+    qarn_elem *elem = nullptr;
+    Tlv tlv;
+    const auto next = [&](Tlv &to) {
+        return tlv32_aligned_array_get_next_tlv(array, &to.tag, &to.length, &to.value, 0, &cursor) == 0;
+    };
+    while (next(tlv)) {
+        Tlv operand, name;
+        switch (tlv.tag) {
+            case QARN_TLV_TAG_ELEM_INFO: {
+                elem = qarn_elem_info_create(0, 0, 0, 0);
+                qarn_element_info_tlv_parse(tlv.value, elem);
+                auto *key = static_cast<qarn_merge_key *>(std::malloc(sizeof(qarn_merge_key)));
+                *key = {static_cast<std::uint16_t>(elem->uuid), static_cast<std::uint16_t>(elem->elem_id)};
+                g_hash_table_insert(elements.store, key, elem);
+                if ((elem->property & QARN_PROP_INTF) != 0) {
+                    elements.with_interfaces.push_back(elem);
+                } else {
+                    elements.plain.push_back(elem);
+                }
+                break;
+            }
+            case QARN_TLV_TAG_DEPENDENCY:
+                elem->dep_list = qarn_elem_dependency_create(0, 0, 0, elem->dep_list);
+                qarn_elem_dependency_info_tlv_parse(tlv.value, elem->dep_list);
+                break;
+            case QARN_TLV_TAG_STR:
+                g_string_append_len(elem->cfg_str, tlv.text(), static_cast<gssize>(tlv.length) - 1);
+                break;
+            case QARN_TLV_TAG_IFINDEX_STR: {
+                next(operand);
+                auto *key = static_cast<std::uint32_t *>(std::malloc(sizeof(std::uint32_t)));
+                *key = word(tlv.value);
+                g_hash_table_insert(elem->ifindex_table, key, operand.string());
+                break;
+            }
+            case QARN_TLV_TAG_KEY_STR:
+                next(operand);
+                if (g_hash_table_size(elem->keystr_table) == 0) elements.with_key_strings.push_back(elem);
+                g_hash_table_insert(elem->keystr_table, g_strndup(tlv.text(), tlv.length - 1), operand.string());
+                break;
+            case QARN_TLV_TAG_KEY: {
+                next(operand);
+                next(name);
+                if (g_hash_table_size(elem->key_table) == 0) elements.with_keys.push_back(elem);
+                auto *key = static_cast<qarn_key_val *>(std::malloc(sizeof(qarn_key_val)));
+                *key = {word(tlv.value), operand.string()};
+                g_hash_table_insert(elem->key_table, g_strndup(name.text(), name.length - 1), key);
+                break;
+            }
+            default:
+                break;
+        }
+    }
+}
+
+// Join the fragments of each service, and decode the whole.
+void receive(std::uint32_t handle, Elements &elements) {
+    struct Joined {
+        unsigned char *bytes = nullptr;
+        std::size_t filled = 0;
+    };
+    std::map<std::uint32_t, Joined> replies;
+    std::size_t missing = sim::current().services.size();
+    qarn_recv_opts options = {};
+    options.word[MTS_OPT_OPCODE] = QARN_OPC_REPLY;
+    mts_msg msg = {};
+    while (missing > 0 && mts_recv(handle, &msg, &options) == 0) {
+        const auto *frag = static_cast<const qarn_cfg_frag *>(mts_payload_get(&msg));
+        Joined &reply = replies[frag->sap];
+        if (reply.bytes == nullptr) reply.bytes = static_cast<unsigned char *>(std::malloc(frag->total_len));
+        std::memcpy(reply.bytes + reply.filled, frag->data, frag->len);
+        reply.filled += frag->len;
+        if (frag->last != 0) {
+            decode(reply.bytes + sizeof(std::uint32_t), elements);
+            std::free(reply.bytes);
+            --missing;
+        }
+        mts_drop(handle, &msg);
+    }
+}
+
+void write_block(const GString *block, std::FILE *out) {
+    std::fwrite(block->str, 1, block->len, out);
+}
+
+// Header, the look-up of `key` in every table, one write.
+void write_found(const std::vector<qarn_elem *> &elements, GHashTable *qarn_elem::*table, const void *key,
+                 const char *header, std::FILE *out) {
+    GString *block = g_string_sized_new(256);
+    g_string_append(block, header);
+    for (const qarn_elem *elem : elements) {
+        const auto *text = static_cast<const GString *>(g_hash_table_lookup(elem->*table, key));
+        if (text != nullptr) g_string_append_len(block, text->str, static_cast<gssize>(text->len));
+    }
+    write_block(block, out);
+    g_string_free(block, TRUE);
+}
+
+void write_interfaces(const Elements &elements, std::FILE *out) {
+    ifindex_sublist *list = nullptr;
+    qarn_req req = {};
+    if_manager_ifindex_list_get(&req, &list, 1);
+    for (; list != nullptr; list = list->next) {
+        for (std::int32_t i = 0; i < list->count; ++i) {
+            char name[80], header[100];
+            snprintf_if_index(name, sizeof name, list->ifindexes[i]);
+            std::snprintf(header, sizeof header, "\ninterface %s\n", name);
+            write_found(elements.with_interfaces, &qarn_elem::ifindex_table, &list->ifindexes[i], header, out);
+        }
+    }
+}
+
+void write_keyed(const Elements &elements, std::FILE *out) {
+    for (const qarn_elem *elem : elements.with_keys) {
+        GHashTableIter iter;
+        void *name = nullptr, *key = nullptr;
+        g_hash_table_iter_init(&iter, elem->key_table);
+        while (g_hash_table_iter_next(&iter, &name, &key) != 0) {
+            const GString *map = static_cast<qarn_key_val *>(key)->val_str;
+            const char *header = map->len != 0 ? map->str : static_cast<const char *>(name);
+            write_found(elements.with_key_strings, &qarn_elem::keystr_table, name, header, out);
+        }
+    }
+}
+
+} // namespace
+
+void run_limit(const Shape &, std::uint32_t handle, std::FILE *out) {
+    Elements elements;
+    receive(handle, elements);
+    for (const qarn_elem *elem : elements.plain)
+        write_block(elem->cfg_str, out);
+    write_keyed(elements, out);
+    write_interfaces(elements, out);
+}
+
+} // namespace bench

@@ -1,0 +1,28 @@
+// Runs "show running-config" once on a generated switch, in this process and with nothing around it: for profilers.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "bench/measure.h"
+
+int main(int argc, char **argv) {
+    std::string size = "M";
+    CLI::App app("Runs one command on a generated switch.", "run_switch");
+    app.add_option("size", size, "S, M or L")->check(CLI::IsMember({"S", "M", "L"}));
+    CLI11_PARSE(app, argc, argv);
+    const bench::Shape shape = size == "S"   ? bench::small_switch()
+                               : size == "M" ? bench::medium_switch()
+                                             : bench::large_switch();
+    try {
+        sim::Switch sw;
+        sw.output = stdout;
+        const std::uint32_t handle = bench::set_up(sw, shape);
+        sim::make_current(&sw);
+        bench::run_library(shape, handle, stdout);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "run_switch: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

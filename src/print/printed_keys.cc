@@ -1,0 +1,30 @@
+#include "print/printed_keys.h"
+
+#include <qarncli/globals.h>
+#include <qarncli/key_table.h>
+
+namespace qarn {
+
+PrintedKeys::PrintedKeys() : names_(g_hash_table_new(g_str_hash, g_str_equal)) {
+}
+
+PrintedKeys::~PrintedKeys() {
+    g_hash_table_destroy(names_);
+}
+
+PrintedKeys *PrintedKeys::current() {
+    return innermost();
+}
+
+bool PrintedKeys::contains(const char *name) {
+    take_over_new_names();
+    return g_hash_table_contains(names_, name) != 0;
+}
+
+void PrintedKeys::take_over_new_names() {
+    for (const feature_key_entry *entry = key_list; entry != newest_; entry = entry->next)
+        g_hash_table_add(names_, entry->key->str);
+    newest_ = key_list;
+}
+
+} // namespace qarn
