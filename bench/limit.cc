@@ -1,7 +1,9 @@
+// The least that a program on the element records must do.
 #include "bench/limit.h"
 
 #include <cstring>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -32,7 +34,7 @@ struct Tlv {
 // The elements of all replies, by what they carry.
 struct Elements {
     GHashTable *store = g_hash_table_new(g_int_hash, g_int_equal);
-    std::vector<qarn_elem *> plain, with_interfaces, with_keys, with_key_strings;
+    std::vector<qarn_elem *> plain, with_interfaces, with_keys, with_key_strings, with_vlan_strings;
 };
 
 void decode(const void *array, Elements &elements) {
@@ -50,7 +52,9 @@ void decode(const void *array, Elements &elements) {
                 qarn_element_info_tlv_parse(tlv.value, elem);
                 auto *key = static_cast<qarn_merge_key *>(std::malloc(sizeof(qarn_merge_key)));
                 *key = {static_cast<std::uint16_t>(elem->uuid), static_cast<std::uint16_t>(elem->elem_id)};
-                g_hash_table_insert(elements.store, key, elem);
+                auto *entry = static_cast<qarn_merge_val *>(std::malloc(sizeof(qarn_merge_val)));
+                *entry = {elem, nullptr};
+                g_hash_table_insert(elements.store, key, entry);
                 if ((elem->property & QARN_PROP_INTF) != 0) {
                     elements.with_interfaces.push_back(elem);
                 } else {
@@ -74,7 +78,10 @@ void decode(const void *array, Elements &elements) {
             }
             case QARN_TLV_TAG_KEY_STR:
                 next(operand);
-                if (g_hash_table_size(elem->keystr_table) == 0) elements.with_key_strings.push_back(elem);
+                if (g_hash_table_size(elem->keystr_table) == 0) {
+                    const bool of_vlans = std::strncmp(tlv.text(), "vlan ", 5) == 0;
+                    (of_vlans ? elements.with_vlan_strings : elements.with_key_strings).push_back(elem);
+                }
                 g_hash_table_insert(elem->keystr_table, g_strndup(tlv.text(), tlv.length - 1), operand.string());
                 break;
             case QARN_TLV_TAG_KEY: {
@@ -103,7 +110,8 @@ void receive(std::uint32_t handle, Elements &elements) {
     qarn_recv_opts options = {};
     options.word[MTS_OPT_OPCODE] = QARN_OPC_REPLY;
     mts_msg msg = {};
-    while (missing > 0 && mts_recv(handle, &msg, &options) == 0) {
+    while (missing > 0) {
+        if (mts_recv(handle, &msg, &options) != 0) throw std::runtime_error("a reply is missing");
         const auto *frag = static_cast<const qarn_cfg_frag *>(mts_payload_get(&msg));
         Joined &reply = replies[frag->sap];
         if (reply.bytes == nullptr) reply.bytes = static_cast<unsigned char *>(std::malloc(frag->total_len));
@@ -122,17 +130,13 @@ void write_block(const GString *block, std::FILE *out) {
     std::fwrite(block->str, 1, block->len, out);
 }
 
-// Header, the look-up of `key` in every table, one write.
-void write_found(const std::vector<qarn_elem *> &elements, GHashTable *qarn_elem::*table, const void *key,
-                 const char *header, std::FILE *out) {
-    GString *block = g_string_sized_new(256);
-    g_string_append(block, header);
+// Append what stands under `key` in every table.
+void append_found(GString *block, const std::vector<qarn_elem *> &elements, GHashTable *qarn_elem::*table,
+                  const void *key) {
     for (const qarn_elem *elem : elements) {
         const auto *text = static_cast<const GString *>(g_hash_table_lookup(elem->*table, key));
         if (text != nullptr) g_string_append_len(block, text->str, static_cast<gssize>(text->len));
     }
-    write_block(block, out);
-    g_string_free(block, TRUE);
 }
 
 void write_interfaces(const Elements &elements, std::FILE *out) {
@@ -141,24 +145,48 @@ void write_interfaces(const Elements &elements, std::FILE *out) {
     if_manager_ifindex_list_get(&req, &list, 1);
     for (; list != nullptr; list = list->next) {
         for (std::int32_t i = 0; i < list->count; ++i) {
-            char name[80], header[100];
+            char name[80];
             snprintf_if_index(name, sizeof name, list->ifindexes[i]);
-            std::snprintf(header, sizeof header, "\ninterface %s\n", name);
-            write_found(elements.with_interfaces, &qarn_elem::ifindex_table, &list->ifindexes[i], header, out);
+            GString *block = g_string_sized_new(256);
+            g_string_append_printf(block, "\ninterface %s\n", name);
+            append_found(block, elements.with_interfaces, &qarn_elem::ifindex_table, &list->ifindexes[i]);
+            write_block(block, out);
+            g_string_free(block, TRUE);
         }
     }
 }
 
-void write_keyed(const Elements &elements, std::FILE *out) {
-    for (const qarn_elem *elem : elements.with_keys) {
-        GHashTableIter iter;
-        void *name = nullptr, *key = nullptr;
-        g_hash_table_iter_init(&iter, elem->key_table);
-        while (g_hash_table_iter_next(&iter, &name, &key) != 0) {
-            const GString *map = static_cast<qarn_key_val *>(key)->val_str;
-            const char *header = map->len != 0 ? map->str : static_cast<const char *>(name);
-            write_found(elements.with_key_strings, &qarn_elem::keystr_table, name, header, out);
+// VLANs one after the other with the same text are one block, under the first one's header.
+void write_vlans(const qarn_elem &owner, const Elements &elements, std::FILE *out) {
+    std::map<std::uint32_t, const char *> vlans;
+    GHashTableIter iter;
+    void *name = nullptr, *key = nullptr;
+    g_hash_table_iter_init(&iter, owner.key_table);
+    while (g_hash_table_iter_next(&iter, &name, &key) != 0)
+        vlans.emplace(static_cast<qarn_key_val *>(key)->ifindex, static_cast<const char *>(name));
+    GString *last = g_string_new("");
+    for (const auto &[vlan, line] : vlans) {
+        GString *block = g_string_sized_new(256);
+        append_found(block, elements.with_vlan_strings, &qarn_elem::keystr_table, line);
+        if (!g_string_equal(last, block)) {
+            std::fputs(line, out);
+            write_block(block, out);
         }
+        g_string_free(last, TRUE);
+        last = block;
+    }
+    g_string_free(last, TRUE);
+}
+
+void write_keys(const qarn_elem &owner, const Elements &elements, std::FILE *out) {
+    GHashTableIter iter;
+    void *name = nullptr, *key = nullptr;
+    g_hash_table_iter_init(&iter, owner.key_table);
+    while (g_hash_table_iter_next(&iter, &name, &key) != 0) {
+        GString *block = g_string_new(static_cast<qarn_key_val *>(key)->val_str->str);
+        append_found(block, elements.with_key_strings, &qarn_elem::keystr_table, name);
+        write_block(block, out);
+        g_string_free(block, TRUE);
     }
 }
 
@@ -169,7 +197,13 @@ void run_limit(const Shape &, std::uint32_t handle, std::FILE *out) {
     receive(handle, elements);
     for (const qarn_elem *elem : elements.plain)
         write_block(elem->cfg_str, out);
-    write_keyed(elements, out);
+    for (const qarn_elem *owner : elements.with_keys) {
+        if (owner->uuid == QARN_UUID_VLAN) {
+            write_vlans(*owner, elements, out);
+        } else {
+            write_keys(*owner, elements, out);
+        }
+    }
     write_interfaces(elements, out);
 }
 

@@ -32,9 +32,10 @@ void report_limit(const char *name, const Shape &shape, int runs) {
     const auto costs = bench::run_interleaved({bench::job(shape), bench::job(shape, bench::run_limit)}, runs);
     const bench::Cost library = bench::median_of(costs[0]), limit = bench::median_of(costs[1]);
     constexpr double kMega = 1e6;
-    std::printf("| %s | %.1f | %.1f | x%.2f | %.1f | %.1f | x%.2f | %.0f %% |\n", name, library.cpu * 1e3,
+    std::printf("| %s | %.1f | %.1f | x%.2f | %.1f | %.1f | x%.2f | %.2f | %.2f | %.0f %% |\n", name, library.cpu * 1e3,
                 limit.cpu * 1e3, library.cpu / limit.cpu, library.memory / kMega, limit.memory / kMega,
-                library.memory / limit.memory, bench::noise_of(costs[0]) * 100);
+                library.memory / limit.memory, library.text / kMega, limit.text / kMega,
+                bench::noise_of(costs[0]) * 100);
     std::fflush(stdout);
 }
 
@@ -45,7 +46,7 @@ int main(int argc, char **argv) {
     std::string only;
     CLI::App app("CPU time and memory of commands against the least that they need.", "limits");
     app.add_option("--runs", runs)->check(CLI::Range(1, 1000));
-    app.add_option("--only", only, "one size of switch: S, M or L");
+    app.add_option("--only", only, "one size of switch")->check(CLI::IsMember({"S", "M", "L"}));
     CLI11_PARSE(app, argc, argv);
     try {
         if (only.empty()) {
@@ -57,8 +58,8 @@ int main(int argc, char **argv) {
             std::printf("\n");
         }
         std::printf(
-            "| switch | CPU ms | limit ms | ratio | MB | limit MB | ratio | noise |\n"
-            "|---|---|---|---|---|---|---|---|\n");
+            "| switch | CPU ms | limit ms | ratio | MB | limit MB | ratio | text MB | limit text MB | noise |\n"
+            "|---|---|---|---|---|---|---|---|---|---|\n");
         const struct {
             const char *name;
             Shape shape;

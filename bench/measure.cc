@@ -1,3 +1,4 @@
+// Runs and their costs.
 #include "bench/measure.h"
 
 #include <malloc.h>
@@ -33,7 +34,9 @@ double status_field(const std::string &name) {
 }
 
 void reset_peak_memory() {
-    std::ofstream("/proc/self/clear_refs") << "5";
+    std::ofstream file("/proc/self/clear_refs");
+    file << "5" << std::flush;
+    if (!file) throw std::runtime_error("the peak of memory cannot be reset");
 }
 
 // A file on a memory file system, as a stream.

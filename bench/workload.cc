@@ -1,3 +1,4 @@
+// Builds what the services of a shape answer.
 #include "bench/workload.h"
 
 #include <algorithm>

@@ -321,7 +321,7 @@ Ending run(Generation &gen) {
     install_signal_handler(gen);
     if (const Step end = open_startup_store(gen)) return *end;
     if (const Step end = set_up_lists(gen)) return *end;
-    const StoreIndex store_index(merge_elem_table_p);
+    StoreIndex store_index(merge_elem_table_p);
     if (const Step end = build_request(gen)) return *end;
     if (const Step end = ask_services(gen)) return *end;
     if (const Step end = receive_replies(gen)) return *end;

@@ -68,9 +68,9 @@ bool print_levels(qarn_cfg_req_msg *msg) {
     if (!order_elements(entries, QARN_EVERY_LEVEL, 1, &intf_element_q, "Loop in the graph\n")) return false;
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
     if (!order_elements(entries, QARN_EVERY_LEVEL, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
-    const ContributionIndex contribution_index; // of what the two queues now hold
-    const InterfaceIndex interface_index;
-    const PrintedKeys printed_keys;
+    ContributionIndex contribution_index; // of what the two queues now hold
+    InterfaceIndex interface_index;
+    PrintedKeys printed_keys;
     for (int32_t level = 0; level < kPrintLevels; ++level) {
         if (!print_level(entries, level, msg)) return false;
     }

@@ -1,18 +1,18 @@
+// The index of the element store.
 #include "model/store_index.h"
 
 namespace qarn {
 namespace {
 
-// Different keys stay different: the factor is odd.
+// Services far apart, the elements of one service side by side. Different keys stay different: the factor is odd.
 void *spread(qarn_merge_key key) {
-    return GUINT_TO_POINTER((uint32_t{key.uuid} << 16 | key.elem_id) * 0x9e3779b1u);
+    const auto service = static_cast<uint16_t>(key.uuid * 0x9e37u);
+    return GUINT_TO_POINTER(uint32_t{service} << 16 | key.elem_id);
 }
 
 } // namespace
 
-StoreIndex::StoreIndex(GHashTable *store)
-    : store_(store), entries_(g_hash_table_new(g_direct_hash, nullptr)) {
-}
+StoreIndex::StoreIndex(GHashTable *store) : store_(store), entries_(g_hash_table_new(g_direct_hash, nullptr)) {}
 
 StoreIndex::~StoreIndex() {
     g_hash_table_destroy(entries_);
@@ -21,7 +21,9 @@ StoreIndex::~StoreIndex() {
 StoreIndex *StoreIndex::of(GHashTable *store) {
     StoreIndex *index = innermost();
     if (index == nullptr || index->store_ != store) return nullptr;
-    return g_hash_table_size(index->entries_) == g_hash_table_size(store) ? index : nullptr;
+    if (g_hash_table_size(index->entries_) == g_hash_table_size(store)) return index;
+    index->store_ = nullptr;
+    return nullptr;
 }
 
 qarn_merge_val *StoreIndex::find(qarn_merge_key key) const {

@@ -12,13 +12,15 @@
 
 namespace qarn {
 
-// Lives as long as one generation uses its store; qarn_merge_hash_insert and qarn_merge_hash_remove keep it up to date.
+// Lives as long as one generation uses its store. qarn_merge_hash_insert and qarn_merge_hash_remove keep it up to date,
+// and nobody else changes the store.
 class StoreIndex : public Innermost<StoreIndex> {
   public:
     explicit StoreIndex(GHashTable *store);
     ~StoreIndex();
 
-    // The index of a store; null when it has none, or when entries came or went without it.
+    // The index of a store; null when it has none. One that entries came into or left
+    // without its knowledge serves no longer.
     static StoreIndex *of(GHashTable *store);
 
     qarn_merge_val *find(qarn_merge_key key) const;
@@ -26,7 +28,7 @@ class StoreIndex : public Innermost<StoreIndex> {
     void remove(qarn_merge_key key);
 
   private:
-    GHashTable *store_;
+    GHashTable *store_; // null when the index serves no longer
     GHashTable *entries_;
 };
 

@@ -177,14 +177,7 @@ class Decoder {
         }
     }
 
-    // An entry of the store that holds the element already stays, as if it were new.
-    void store(qarn_elem *elem, qarn_merge_val *entry) {
-        if (entry != nullptr && entry->elem == elem && table_ == merge_elem_table_p) {
-            entry->vertex = nullptr;
-        } else {
-            qarn_merge_hash_insert(elem->uuid, elem, table_);
-        }
-    }
+    void store(qarn_elem *elem) { qarn_merge_hash_insert(elem->uuid, elem, table_); }
 
     Verdict open_element(const Tlv &tlv) {
         if (!tlv.has_words(5)) return kGoOn;
@@ -199,8 +192,8 @@ class Decoder {
         current_ = merge(fresh);
         if (!passes_feature_filter(*current_)) return kGoOn;
         if (passes_view_filter(*current_)) {
-            store(current_, known_);
-        } else if (known_ != nullptr) {
+            store(current_);
+        } else if (merged_) {
             qarn_merge_hash_remove(current_->uuid, current_, table_);
         }
         return kGoOn;
@@ -209,8 +202,8 @@ class Decoder {
     // The element that the group describes: `fresh`, or the one that the store already has under its key. A
     // placeholder makes room for the real element.
     qarn_elem *merge(qarn_elem *fresh) {
-        known_ = nullptr;
-        qarn_merge_val *entry = qarn_merge_value_get(fresh->uuid, fresh->elem_id);
+        merged_ = false;
+        const qarn_merge_val *entry = qarn_merge_value_get(fresh->uuid, fresh->elem_id);
         if (entry == nullptr) return fresh;
         qarn_elem *known = entry->elem;
         if (debugging(QARN_DEBUG_DECODE)) {
@@ -226,7 +219,7 @@ class Decoder {
             return fresh;
         }
         if (static_cast<int32_t>(fresh->property) > 0) known->property = fresh->property;
-        known_ = entry;
+        merged_ = true;
         return known;
     }
 
@@ -240,23 +233,22 @@ class Decoder {
         if (!passes_feature_filter(*current_) || !passes_view_filter(*current_)) return kGoOn;
 
         const bool spreads = (current_->property & QARN_PROP_INTF) != 0 && (current_->property & QARN_PROP_DUMMY) == 0;
-        if (qarn_merge_val *entry = qarn_merge_value_get(dep->uuid, dep->elem_id)) {
-            reach_dependency(entry, spreads);
+        if (const qarn_merge_val *entry = qarn_merge_value_get(dep->uuid, dep->elem_id)) {
+            reach_dependency(entry->elem, spreads);
             return kGoOn;
         }
         return spreads ? add_placeholder(*dep) : kGoOn;
     }
 
     // What an interface element depends on is ordered among the interface elements.
-    void reach_dependency(qarn_merge_val *entry, bool spreads) {
-        qarn_elem *target = entry->elem;
+    void reach_dependency(qarn_elem *target, bool spreads) {
         if (spreads) target->property |= QARN_PROP_INTF;
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("Dependent UUID:%d Elem:%d present. setting property %d\n", target->uuid, target->elem_id,
                               target->property);
             print_current_element();
         }
-        store(target, entry);
+        store(target);
     }
 
     Verdict add_placeholder(const qarn_elem_dependency &dep) {
@@ -417,7 +409,7 @@ class Decoder {
         if (!tlv.has_words(1) || current_ == nullptr) return kGoOn;
         auto key = allocate<qarn_key_val>();
         if (!key) return QARN_STATUS_NO_MEMORY;
-        if (known_ != nullptr && current_->uuid == QARN_UUID_KEYS_ONCE) {
+        if (merged_ && current_->uuid == QARN_UUID_KEYS_ONCE) {
             if (debugging(QARN_DEBUG_DECODE)) csm_qarn_sp_print("skipping key from uuid %d\n", current_->uuid);
             return kGoOn;
         }
@@ -430,7 +422,7 @@ class Decoder {
     GHashTable *table_;
     qarn_elem *current_ = nullptr;
     qarn_elem *debug_element_ = nullptr; // never stored; made for the debug display only
-    qarn_merge_val *known_ = nullptr;    // the current element's entry, if it was in the store before
+    bool merged_ = false;                // the current element was in the store before
     int64_t count_ = 0;                  // TLVs seen, and follow-ups as far as the announced number includes them
 };
 

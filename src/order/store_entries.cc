@@ -1,6 +1,8 @@
+// The entries that ordering passes walk.
 #include "order/store_entries.h"
 
 #include <qarncli/element_store.h>
+#include <qarncli/globals.h>
 #include <qarncli/graph.h>
 
 #include <algorithm>
@@ -30,7 +32,7 @@ void append(void *key, void *value, void *entries) {
 
 } // namespace
 
-StoreEntries::StoreEntries(GHashTable *store) : all_(new_entries(g_hash_table_size(store))) {
+StoreEntries::StoreEntries(GHashTable *store) : store_(store), all_(new_entries(g_hash_table_size(store))) {
     g_hash_table_foreach(store, append, all_);
     auto *begin = reinterpret_cast<Entry *>(all_->data);
     auto *end = begin + all_->len;
@@ -50,6 +52,7 @@ StoreEntries::~StoreEntries() {
 }
 
 void StoreEntries::for_each(int32_t level, GHFunc function, void *argument) const {
+    if (merge_elem_table_p != store_) return g_hash_table_foreach(merge_elem_table_p, function, argument);
     const GArray *entries = level == QARN_EVERY_LEVEL ? all_ : levels_[level];
     for (guint i = 0; i < entries->len; ++i) {
         const Entry &entry = g_array_index(entries, Entry, i);

@@ -51,10 +51,12 @@ class Sweeps {
         return true;
     }
 
+    // The newest vertex heads the list; vertices that were added in key order need no sorting.
     void sort(const graph &graph) {
-        vertex **end = vertices_;
+        vertex **begin = vertices_ + count_;
         for (vertex *v = graph.vertices; v != nullptr; v = v->next)
-            *end++ = v;
+            *--begin = v;
+        if (is_sorted()) return;
         std::qsort(vertices_, static_cast<std::size_t>(count_), sizeof(vertex *), uuid_elem_cmp_fn);
     }
     vertex **vertices() { return vertices_; }
@@ -86,6 +88,11 @@ class Sweeps {
 
   private:
     static constexpr int32_t kNone = -1;
+
+    bool is_sorted() const {
+        return std::is_sorted(vertices_, vertices_ + count_,
+                              [](vertex *const &a, vertex *const &b) { return uuid_elem_cmp_fn(&a, &b) < 0; });
+    }
 
     // What is left with an in_degree afterwards waits for a loop. `visited` holds a vertex's position meanwhile.
     void number_topologically() {

@@ -6,8 +6,10 @@
 #include <glib.h>
 
 #include <cstdint>
+#include <optional>
 
 #include "base/innermost.h"
+#include "print/groups.h"
 
 struct qarn_elem;
 
@@ -17,33 +19,27 @@ namespace qarn {
 struct InterfaceValue {
     const qarn_elem *elem;
     void *value;
-    const InterfaceValue *next; // of the same interface, later in the queue
 };
 
 // Lives during the level passes of one generation, while queue and store stand still. It holds no text of its own:
 // values are the elements'.
 class InterfaceIndex : public Innermost<InterfaceIndex> {
   public:
-    InterfaceIndex() = default;
-    ~InterfaceIndex();
-
     // The index of the level passes under way; null outside of them, and while the walk's traces are wanted.
     static InterfaceIndex *current();
 
-    // The first value for an interface, or null.
-    const InterfaceValue *find(uint32_t if_index);
+    using Values = Groups<InterfaceValue>::Group;
+
+    // The values for an interface, in queue order; null when there are none.
+    const Values *find(uint32_t if_index);
     // Whether the queue holds an element at all.
     bool has_elements();
 
   private:
     void build();
-    InterfaceValue *new_node();
-    static void add_element(void *data, void *index);
-    static void add_values(const qarn_elem *elem, InterfaceIndex *index);
+    void add_values(const qarn_elem *elem);
 
-    GHashTable *by_interface_ = nullptr; // if_index -> first and last value; made at the first question
-    GPtrArray *blocks_ = nullptr;        // of nodes, freed together
-    gsize used_of_block_ = 0;
+    std::optional<Groups<InterfaceValue>> values_; // by interface index; made at the first question
     bool has_elements_ = false;
 };
 

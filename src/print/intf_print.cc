@@ -152,9 +152,10 @@ void collect_interface(void *if_index) {
     InterfaceIndex *index = InterfaceIndex::current();
     if (index == nullptr) return traverse(&intf_element_q, qarn_intf_cfg_print, if_index);
     if (index->has_elements()) g_all_intf_config_printed = 1;
-    for (const InterfaceValue *v = index->find(load_u32(if_index)); v != nullptr; v = v->next) {
-        take_up(*v->elem, v->value);
-    }
+    const InterfaceIndex::Values *values = index->find(load_u32(if_index));
+    if (values == nullptr) return;
+    for (const InterfaceValue &found : *values)
+        take_up(*found.elem, found.value);
 }
 
 } // namespace qarn

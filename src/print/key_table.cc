@@ -33,15 +33,17 @@ int length_of(const GString *text) {
     return static_cast<int>(text->len);
 }
 
-void print_texts(const GPtrArray *texts) {
-    for (guint i = 0; texts != nullptr && i < texts->len; ++i) {
-        csm_qarn_sp_print("%s", static_cast<const GString *>(g_ptr_array_index(texts, i))->str);
-    }
+void print_texts(const qarn::Texts &texts) {
+    for (const GString *text : texts)
+        csm_qarn_sp_print("%s", text->str);
 }
 
 // Everything that the queued elements file under a name.
 void print_filed_under(const char *name) {
-    if (auto *index = qarn::ContributionIndex::current()) return print_texts(index->find(name));
+    if (auto *index = qarn::ContributionIndex::current()) {
+        if (const qarn::Texts *texts = index->find(name)) print_texts(*texts);
+        return;
+    }
     const String key(g_string_new(name));
     traverse(&keystr_element_q, qarn_keystr_elem_q_cfg_print, key.get());
 }
@@ -50,43 +52,25 @@ void print_filed_under(const char *name) {
 // order. Each map's texts are gathered once, however many entries share it.
 class TextsByHeader {
   public:
-    TextsByHeader(GHashTable *key_table, qarn::ContributionIndex *index)
-        : texts_(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, free_texts)) {
+    TextsByHeader(GHashTable *key_table, qarn::ContributionIndex *index) {
         GHashTableIter iter;
         void *name = nullptr;
         void *key = nullptr;
         g_hash_table_iter_init(&iter, key_table);
         while (g_hash_table_iter_next(&iter, &name, &key) != 0) {
-            append(texts_under(static_cast<qarn_key_val *>(key)->val_str->str), index->find(name_of(name)));
+            qarn::Texts &under_header = texts_.open(static_cast<qarn_key_val *>(key)->val_str->str);
+            const qarn::Texts *texts = index->find(name_of(name));
+            if (texts == nullptr) continue;
+            for (GString *text : *texts)
+                texts_.add(under_header, text);
         }
     }
-    ~TextsByHeader() { g_hash_table_destroy(texts_); }
-    TextsByHeader(const TextsByHeader &) = delete;
-    TextsByHeader &operator=(const TextsByHeader &) = delete;
 
     // Null when no entry has this key map.
-    const GPtrArray *find(const char *header) const {
-        return static_cast<const GPtrArray *>(g_hash_table_lookup(texts_, header));
-    }
+    const qarn::Texts *find(const char *header) const { return texts_.find(header); }
 
   private:
-    static void free_texts(void *texts) { g_ptr_array_unref(static_cast<GPtrArray *>(texts)); }
-
-    static void append(GPtrArray *texts, const GPtrArray *more) {
-        for (guint i = 0; more != nullptr && i < more->len; ++i)
-            g_ptr_array_add(texts, g_ptr_array_index(more, i));
-    }
-
-    GPtrArray *texts_under(char *map) {
-        auto *texts = static_cast<GPtrArray *>(g_hash_table_lookup(texts_, map));
-        if (texts == nullptr) {
-            texts = g_ptr_array_new();
-            g_hash_table_insert(texts_, map, texts);
-        }
-        return texts;
-    }
-
-    GHashTable *texts_;
+    qarn::Groups<GString *> texts_{g_str_hash, g_str_equal};
 };
 
 void print_headers_by_walk(GHashTable *key_table) {
@@ -100,9 +84,9 @@ void print_headers_by_index(GHashTable *key_table, qarn::ContributionIndex *inde
     const TextsByHeader by_header(key_table, index);
     for (int32_t i = 0; i < totalkeys; ++i) {
         csm_qarn_sp_print("%s", keylist[i]);
-        const GPtrArray *texts = by_header.find(keylist[i]);
+        const qarn::Texts *texts = by_header.find(keylist[i]);
         if (texts == nullptr) continue;
-        print_texts(texts);
+        print_texts(*texts);
         g_traverse = 1;
     }
 }

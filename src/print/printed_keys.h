@@ -9,8 +9,8 @@ struct feature_key_entry;
 
 namespace qarn {
 
-// Lives during the level passes of one generation. Names are only ever added to the list, in front; the set takes them
-// over whenever it is asked.
+// Lives during the level passes of one generation. Names are added to the list in front; the set takes them over
+// whenever it is asked.
 class PrintedKeys : public Innermost<PrintedKeys> {
   public:
     PrintedKeys();
@@ -23,8 +23,9 @@ class PrintedKeys : public Innermost<PrintedKeys> {
 
   private:
     void take_over_new_names();
+    bool holds_newest() const;
 
-    GHashTable *names_;  // the entries' own texts
+    GHashTable *names_; // the entries' own texts
     const feature_key_entry *newest_ = nullptr;
 };
 

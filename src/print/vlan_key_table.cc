@@ -10,6 +10,7 @@
 #include <qarncli/globals.h>
 #include <qarncli/id_range.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -73,47 +74,51 @@ const qarn_key_val *find_vlan(const qarn_elem &elem, int32_t slot) {
     return static_cast<const qarn_key_val *>(g_hash_table_lookup(elem.key_table, keylist[slot]));
 }
 
-// Make `entry` the head of key_str_list.
-void add_entry(key_str_entry *entry, GString *text) {
+// Put a text at the head of key_str_list; null without memory.
+key_str_entry *add_entry(GString *text) {
+    key_str_entry *entry = qarn::allocate<key_str_entry>().release();
+    if (entry == nullptr) return nullptr;
     *entry = {text, 0, key_str_list};
     key_str_list = entry;
     ++keycount;
+    return entry;
 }
 
-// What all elements contribute to one VLAN: on key_str_list while this lives.
+// What the elements contribute to one VLAN, on key_str_list while this lives: copies that the walk makes, or the
+// elements' own texts where the index knows them.
 class Contributions {
   public:
-    explicit Contributions(const char *line) {
+    explicit Contributions(const char *line) : behind_(key_str_list) {
         if (qarn::ContributionIndex *index = qarn::ContributionIndex::current()) {
-            if (const GPtrArray *texts = index->find(line)) lend(*texts);
+            if (const qarn::Texts *texts = index->find(line)) lend(*texts);
         } else {
             const String name(g_string_new(line));
             traverse(&keystr_element_q, qarn_vlan_keystr_elem_q_cfg_print, name.get());
         }
     }
     ~Contributions() {
-        if (lent_) key_str_list = lent_->next; // what stood there before
+        for (key_str_entry *entry = key_str_list; lent_ && entry != behind_; entry = entry->next)
+            entry->str = nullptr;
         delete_key_str_list();
     }
     Contributions(const Contributions &) = delete;
     Contributions &operator=(const Contributions &) = delete;
 
   private:
-    // The texts themselves, in entries of one block; copies, entry by entry, when there is no memory for that.
-    void lend(const GPtrArray &texts) {
-        lent_ = qarn::allocate<key_str_entry>(texts.len * sizeof(key_str_entry));
-        for (guint i = 0; i < texts.len; ++i) {
-            auto *text = static_cast<GString *>(g_ptr_array_index(&texts, i));
-            if (lent_) {
-                add_entry(lent_.get() + i, text);
-            } else {
-                add_key_str_list(text->str);
-            }
-        }
+    void lend(const qarn::Texts &texts) {
+        lent_ = true;
+        for (GString *text : texts)
+            add_entry(text);
     }
 
-    qarn::Malloced<key_str_entry> lent_;
+    const key_str_entry *behind_; // what stood on the list before
+    bool lent_ = false;
 };
+
+void join_contributions_of(const char *line) {
+    const Contributions contributions(line);
+    qarn_vlan_add_aggr_keystr();
+}
 
 // An aggregate for whose VLAN there was no memory belongs to nobody.
 void discard_unless_filed() {
@@ -132,8 +137,7 @@ void aggregate(const qarn_elem &elem, const VlanKind &kind, bool checkpoint) {
         g_vlan_id = static_cast<int32_t>(key->ifindex);
         mark(g_vlan_id);
         const VlanLine line(kind, g_vlan_id);
-        const Contributions contributions(line.text());
-        qarn_vlan_add_aggr_keystr();
+        join_contributions_of(line.text());
         if (checkpoint) {
             csm_qarn_sp_print("%s", line.text());
             csm_qarn_sp_print("%s", g_vlan_aggr_str->str);
@@ -213,25 +217,29 @@ void file_aggregate(qarn::Malloced<int32_t> vlan, GString *aggregate) {
     if (g_hash_table_insert(vlan_reverse_table_p, vlan.get(), aggregate)) static_cast<void>(vlan.release());
 }
 
-int compare_contributions(const void *a, const void *b) {
-    const auto *left = *static_cast<const key_str_entry *const *>(a);
-    const auto *right = *static_cast<const key_str_entry *const *>(b);
-    return std::strcmp(left->str->str, right->str->str);
-}
+// A contribution that waits to be joined, with its text at hand for sorting.
+struct Waiting {
+    const GString *text;
+    key_str_entry *entry;
+
+    bool operator<(const Waiting &other) const { return std::strcmp(text->str, other.text->str) < 0; }
+};
 
 // Append the contributions that are not joined yet, smallest text first.
 void join_contributions() {
-    GPtrArray *waiting = g_ptr_array_new();
+    GArray *waiting = g_array_new(FALSE, FALSE, sizeof(Waiting));
     for (key_str_entry *entry = key_str_list; entry != nullptr; entry = entry->next) {
-        if (entry->used == 0) g_ptr_array_add(waiting, entry);
+        const Waiting next = {entry->str, entry};
+        if (entry->used == 0) g_array_append_val(waiting, next);
     }
-    g_ptr_array_sort(waiting, compare_contributions);
-    for (guint i = 0; i < waiting->len && keycount != 0; ++i, --keycount) {
-        auto *entry = static_cast<key_str_entry *>(g_ptr_array_index(waiting, i));
-        g_string_append(g_vlan_aggr_str, entry->str->str);
-        entry->used = 1;
+    auto *begin = reinterpret_cast<Waiting *>(waiting->data);
+    auto *end = begin + waiting->len;
+    std::stable_sort(begin, end);
+    for (Waiting *next = begin; next != end && keycount != 0; ++next, --keycount) {
+        g_string_append_len(g_vlan_aggr_str, next->text->str, static_cast<gssize>(next->text->len));
+        next->entry->used = 1;
     }
-    g_ptr_array_unref(waiting);
+    g_array_unref(waiting);
 }
 
 } // namespace
@@ -287,9 +295,8 @@ void qarn_vlan_keystr_elem_q_cfg_print(void *vertex, void *line) {
 }
 
 key_str_entry *add_key_str_list(const char *text) {
-    key_str_entry *entry = qarn::allocate<key_str_entry>().release();
-    if (entry == nullptr) return nullptr;
-    add_entry(entry, g_string_new(text));
+    key_str_entry *entry = add_entry(nullptr);
+    if (entry != nullptr) entry->str = g_string_new(text);
     return entry;
 }
 
@@ -309,7 +316,7 @@ void delete_key_str_list() {
     while (key_str_list != nullptr) {
         const qarn::Malloced<key_str_entry> entry(key_str_list);
         key_str_list = entry->next;
-        g_string_free(entry->str, TRUE);
+        if (entry->str != nullptr) g_string_free(entry->str, TRUE);
     }
     keycount = 0;
 }
