@@ -4,6 +4,7 @@
 
 #include "sim/description.h"
 
+#include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
@@ -15,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <unordered_map>
 #include <utility>
 
@@ -68,6 +70,33 @@ std::string as_block(std::string_view lines) {
         lines.remove_prefix(std::min(end + 1, lines.size()));
     }
     return block;
+}
+
+// Where the documents of a text begin.
+class DocumentStarts : public YAML::EventHandler {
+  public:
+    std::vector<YAML::Mark> marks;
+
+    void OnDocumentStart(const YAML::Mark &mark) override { marks.push_back(mark); }
+    void OnDocumentEnd() override {}
+    void OnNull(const YAML::Mark &, YAML::anchor_t) override {}
+    void OnAlias(const YAML::Mark &, YAML::anchor_t) override {}
+    void OnScalar(const YAML::Mark &, const std::string &, YAML::anchor_t, const std::string &) override {}
+    void OnSequenceStart(const YAML::Mark &, const std::string &, YAML::anchor_t, YAML::EmitterStyle::value) override {}
+    void OnSequenceEnd() override {}
+    void OnMapStart(const YAML::Mark &, const std::string &, YAML::anchor_t, YAML::EmitterStyle::value) override {}
+    void OnMapEnd() override {}
+};
+
+// Where a second document begins, if there is one. No further one is looked at: from some broken texts the parser makes
+// documents without end.
+std::optional<YAML::Mark> second_document(const std::string &text) {
+    std::istringstream stream(text);
+    YAML::Parser parser(stream);
+    DocumentStarts starts;
+    if (parser.HandleNextDocument(starts)) parser.HandleNextDocument(starts);
+    if (starts.marks.size() < 2) return {};
+    return starts.marks[1];
 }
 
 class Reader {
@@ -278,15 +307,15 @@ std::pair<std::uint32_t, std::uint32_t> Reader::element_reference(const YAML::No
 // ---- The switch -----------------------------------------------------------------------------------------------------
 
 YAML::Node Reader::parse(const std::string &text) const {
-    std::vector<YAML::Node> documents;
     try {
-        documents = YAML::LoadAll(text);
+        const std::optional<YAML::Mark> second = second_document(text);
+        YAML::Node document = YAML::Load(text);
+        if (second) fail(*second, "the description holds a second document");
+        if (!document.IsDefined() || document.IsNull()) throw DescriptionError(name_ + ":1: the description is empty");
+        return document;
     } catch (const YAML::Exception &error) {
         fail(error.mark, error.msg);
     }
-    if (documents.empty()) throw DescriptionError(name_ + ":1: the description is empty");
-    if (documents.size() > 1) fail(documents[1], "the description holds a second document");
-    return documents[0];
 }
 
 void Reader::read(const std::string &text_of_file) {

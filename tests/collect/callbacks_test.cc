@@ -34,7 +34,7 @@ class Callbacks : public test::Story {
         message.cfg_source = cfg_source;
         message.src_sap = 4711;
         invoked.clear();
-        watch([&] { function(req.mts_handle, &message, 2740); });
+        watch([&, sent = &message] { function(req.mts_handle, sent, 2740); });
         return invoked;
     }
     Names invoked;

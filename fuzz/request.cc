@@ -1,0 +1,130 @@
+// What a shell may ask: bytes choose an entry point and become the request's tokens, with the kind of value that the
+// entry point reads, range lists with any bounds among them; then the command runs on a small switch. At the end the
+// remaining bytes are a set of ids, printed as ranges.
+#include <qarncli/qarncli.h>
+
+#include <cstring>
+#include <iterator>
+#include <vector>
+
+#include "fuzz/input.h"
+#include "sim/switch.h"
+#include "support/globals.h"
+
+namespace {
+
+enum class Value { kNone, kSap, kRanges, kText };
+
+struct Command {
+    std::uint32_t (*entry_point)(qarn_req *);
+    Value value;
+};
+constexpr Command kCommands[] = {
+    {qarn_cli_run_cfg_gen, Value::kNone},         {qarn_cli_start_cfg_gen, Value::kNone},
+    {qarn_cli_run_vsan_cfg_gen, Value::kRanges},  {qarn_cli_start_vsan_cfg_gen, Value::kRanges},
+    {qarn_cli_run_vlan_cfg_gen, Value::kRanges},  {qarn_cli_start_vlan_cfg_gen, Value::kRanges},
+    {qarn_cli_run_intf_cfg_gen, Value::kRanges},  {qarn_cli_start_intf_cfg_gen, Value::kRanges},
+    {qarn_cli_run_profile_cfg_gen, Value::kText}, {qarn_cli_start_profile_cfg_gen, Value::kText},
+    {qarn_cli_run_bfd_cfg_gen, Value::kNone},     {qarn_cli_run_exclude_l2mp_cfg_gen, Value::kNone},
+    {qarn_cli_run_fex_cfg_gen, Value::kNone},     {qarn_cli_start_template_cfg_gen, Value::kNone},
+    {qarn_cli_run_cfg_gen_exclude, Value::kSap},  {qarn_cli_start_cfg_gen_exclude, Value::kSap},
+    {qarn_cli_run_cfg_gen_sap, Value::kSap},      {qarn_cli_start_cfg_gen_sap, Value::kSap},
+};
+constexpr std::uint32_t kTokenIds[] = {0,
+                                       QARN_TOKEN_MEMBERSHIP,
+                                       QARN_TOKEN_SYNC_BODY,
+                                       QARN_TOKEN_EXTRA_RUNNING,
+                                       QARN_TOKEN_EXTRA_STARTUP,
+                                       QARN_TOKEN_SYNC_PLAIN};
+constexpr std::uint32_t kInterfaceToken = 0x40200002;
+
+// The request's tokens, and what they point to.
+class Tokens {
+  public:
+    void read(fuzz::Input &input, Value value, qarn_req &req) {
+        req.num_tokens = input.byte(); // also more than a request has room for
+        for (std::size_t i = 0; i < std::size(req.tokens); ++i) {
+            const std::uint8_t kind = input.byte();
+            if (kind == 0) continue;
+            tokens_.push_back({kTokenIds[kind % std::size(kTokenIds)],
+                               kind & 64u ? kInterfaceToken : 0,
+                               {0, 0},
+                               kind & 128u ? nullptr : read_value(input, value)});
+            req.tokens[i] = &tokens_.back();
+        }
+    }
+
+  private:
+    void *read_value(fuzz::Input &input, Value value) {
+        switch (value) {
+            case Value::kSap:
+                return words_.emplace_back(1, input.word16()).data();
+            case Value::kText:
+                return texts_.emplace_back(input.bytes(input.byte())).data();
+            case Value::kRanges:
+                return read_ranges(input);
+            default:
+                return nullptr;
+        }
+    }
+
+    void *read_ranges(fuzz::Input &input) {
+        std::vector<std::uint32_t> &words = words_.emplace_back();
+        const std::uint32_t count = input.byte() % 8u;
+        words = {0, count};
+        for (std::uint32_t i = 0; i < 2 * count; ++i)
+            words.push_back(input.byte() % 4 != 0 ? input.word16() : input.word());
+        return words.data();
+    }
+
+    std::deque<qarn_req_token> tokens_;
+    std::deque<std::vector<std::uint32_t>> words_;
+    std::deque<std::string> texts_;
+};
+
+void add_service(sim::Switch &sw, std::uint32_t uuid, std::uint32_t elem_id) {
+    sim::Element &element = sw.service("service", uuid, uuid).element(elem_id, 3, QARN_PROP_VLAN | QARN_PROP_VSAN);
+    element.text = "text\n";
+    element.port_profile = "p";
+    element.intf_texts = {{1, "  one\n"}, {2, "  two\n"}};
+    element.keys = {{1, "", "vlan 1\n"}, {2, "", "vlan 2\n"}, {3, "", "vlan 3\n"}};
+    element.key_strings = {{"vlan 1\n", "  a\n"}, {"vlan 3\n", "  a\n"}};
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    fuzz::Input input(data, size);
+    test::reset_globals();
+    sim::Switch sw;
+    sw.version = "1";
+    sw.transport.unit = std::chrono::nanoseconds(0);
+    for (const std::uint32_t index : {1u, 2u, 3u}) {
+        sim::Interface &interface = sw.interfaces.emplace_back();
+        interface.index = index;
+        interface.name = "e";
+        interface.block = index;
+    }
+    add_service(sw, QARN_UUID_INTERFACE, 1);
+    add_service(sw, QARN_UUID_VLAN, 2);
+    sim::make_current(&sw);
+
+    const Command &command = kCommands[input.byte() % std::size(kCommands)];
+    qarn_req req = {};
+    req.valid = input.byte() != 0xff;
+    req.mts_handle = sw.transport.open(4000);
+    req.cmd_code = input.byte();
+    req.index = input.byte() % 4u;
+    req.sap = input.byte() % 8 == 0 ? input.word() : 0;
+    Tokens tokens;
+    tokens.read(input, command.value, req);
+    command.entry_point(&req);
+
+    qarn_id_mask mask = {};
+    mask.len = sizeof mask.bits;
+    const std::string bits = input.bytes(sizeof mask.bits);
+    std::memcpy(mask.bits, bits.data(), bits.size());
+    qarn_vlan_mask_print(&mask);
+    sim::make_current(nullptr);
+    return 0;
+}
