@@ -11,7 +11,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     test::reset_globals();
-    sim::clear_tables();
     sim::Switch sw;
     sw.transport.unit = std::chrono::nanoseconds(0);
     try {

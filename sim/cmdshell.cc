@@ -142,6 +142,7 @@ uint32_t cmd_show_run_opt(void *buffer) {
 }
 
 uint32_t cmd_show_run_opt_cr(void *buffer, uint32_t option) {
+    g_clistr = nullptr;
     if (auto outcome = sim::current().enter("cmd_show_run_opt_cr", "%u", option))
         return static_cast<uint32_t>(outcome->result);
     if (rendered_text == nullptr) rendered_text = g_string_new("");

@@ -1,9 +1,12 @@
+// Puts back what a command leaves to the next one.
 #include "support/globals.h"
 
 #include <qarncli/qarncli.h>
 
 #include <cstdlib>
 #include <cstring>
+
+#include "sim/switch.h"
 
 namespace test {
 namespace {
@@ -37,6 +40,7 @@ void reset_globals() {
     qarnkey = 0;
     msg_table_p = merge_elem_table_p = vlan_reverse_table_p = nullptr;
 
+    std::free(if_index_list.ifindexes);
     if_index_list = {};
     if_index_list_p = nullptr;
     multi_list_head_p = membership_multi_list_head_p = nullptr;
@@ -48,7 +52,7 @@ void reset_globals() {
     add_nl = g_all_intf_config_printed = g_intf_config_printed = g_intf_config = g_traverse = 0;
     g_intf_uuid = g_intf_elem = 0;
     std::memset(gif_index_buf, 0, sizeof gif_index_buf);
-    g_vlan_aggr_str = nullptr;
+    g_intf_config_str = g_vlan_aggr_str = nullptr;
     g_vlan_id = 0;
     vlan_all_bitset = {};
     g_vlan_bitset = nullptr;
@@ -57,6 +61,9 @@ void reset_globals() {
 
     start_cfg_locked = 0;
     startup_resp_data = nullptr;
+
+    sim::set_shell_options({});
+    sim::clear_tables();
 }
 
 } // namespace test

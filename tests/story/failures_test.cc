@@ -1,0 +1,166 @@
+// One failure at a time, at every point that a representative command reaches: each allocation of the library's own
+// code, and each platform call. Whatever fails, the command comes back, the store is free again, and the text holds
+// nothing but lines of the undisturbed text and the lines that tell of the failure. With LIST_FAILURES in the
+// environment every point is listed with what came of it.
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "sim/store.h"
+#include "support/globals.h"
+#include "support/story.h"
+
+namespace {
+
+using test::Story;
+
+// What may be told of a failure, up to where a line goes on with a number or a name.
+constexpr std::string_view kTold[] = {
+    "Failed to allocate memory for startup uri",
+    "Unable to extract data for Sap ",
+    "The following SAPs did not respond within the expected timeframe",
+    "Pending SAPS:",
+    "Printing Ascii configuration for remaining SAPs",
+    "no startup configuration present",
+    "unknown error 0xffffffff",
+    "vlan ", // of another group
+    "Loop in the graph",
+    "KEYSTR Loop in the graph",
+};
+
+std::multiset<std::string> lines_of(const std::string &text) {
+    std::istringstream stream(text);
+    std::multiset<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.insert(line);
+    return lines;
+}
+
+bool tells_of_failure(const std::string &line) {
+    return std::ranges::any_of(kTold, [&](std::string_view told) { return line.starts_with(told); });
+}
+
+class Failures : public Story {
+  protected:
+    Failures() {
+        folder_ = mkdtemp(pattern_.data());
+        sim::use_store(sw, folder_);
+        for (const std::uint32_t index : {1u, 2u, 3u}) {
+            sim::Interface &port = add_interface(index, "Ethernet1/" + std::to_string(index), index < 3 ? 1 : 20);
+            port.port_profile = "uplink";
+        }
+        sw.interfaces.back().members = {1, 2};
+        sw.port_profiles["uplink"] = "  mtu 9216\n";
+        sw.switch_profile = sim::SwitchProfile{0, "profile head\n", "  profile body\n"};
+
+        sim::Service &blocks = sw.service("interfaces", 100, QARN_UUID_INTERFACE);
+        blocks.element(1, 11);
+        blocks.element(20, 11);
+        sim::Service &system = sw.service("system", 101, 500);
+        system.element(1, 0).text = "hostname leaf\n";
+        sim::Element &after = system.element(2, 0);
+        after.text = "feature ospf\n";
+        after.dependencies = {{500, 1}, {500, 1, QARN_DEP_CONDITIONAL}};
+        sim::Element &ports = sw.service("ports", 102, 501).element(1, 2, QARN_PROP_INTF);
+        ports.intf_texts = {{1, "  description one\n"}, {3, "  description three\n"}};
+        ports.dependencies = {{503, 9}}; // nobody's: a placeholder stands for it
+        sim::Element &commands = sw.service("commands", 103, 502).element(1, 2, QARN_PROP_INTF);
+        commands.val_type = QARN_VAL_COMMAND;
+        commands.intf_texts = {{1, "  command one"}, {2, "  command two"}};
+        sim::Element &vlans = sw.service("vlans", 104, QARN_UUID_VLAN).element(2, 3);
+        vlans.keys = {{1, "", "vlan 1\n"}, {2, "", "vlan 2\n"}, {3, "", "vlan 3\n"}};
+        sim::Element &classes = sw.service("classes", 105, 504).element(1, 4);
+        classes.keys = {{0, "class-map a\n", "a"}, {0, "class-map b\n", "b"}};
+        sim::Element &filed = sw.service("filed", 106, 505).element(1, 5);
+        filed.key_strings = {{"vlan 1\n", "  name x\n"}, {"vlan 3\n", "  name y\n"}, {"a", "  match a\n"}};
+        sim::save_startup(sw, "stored\n");
+    }
+    ~Failures() override { std::filesystem::remove_all(folder_); }
+
+    // Run the command from the state in which the library is loaded.
+    void begin_and_run(EntryPoint command) {
+        test::reset_globals();
+        sim::set_shell_options({.filter_mode = 0x48}); // with the switch profile
+        req.info_flags = 0;
+        auto &endpoint = sw.transport.endpoints.at(req.mts_handle);
+        endpoint.queue.clear(); // of a command that ended early
+        endpoint.streams.clear();
+        run(command);
+    }
+
+    // No line is new but those that tell of the failure. A command that goes on without telling comes to its end and
+    // has lost no more than one service's lines. The store is free.
+    void check(const std::string &what) {
+        SCOPED_TRACE(what);
+        std::multiset<std::string> left = lines_of(whole);
+        bool told = false;
+        for (const std::string &line : lines_of(text)) {
+            if (const auto found = left.find(line); found != left.end()) {
+                left.erase(found);
+            } else {
+                told = told || tells_of_failure(line);
+                EXPECT_TRUE(tells_of_failure(line)) << line;
+            }
+        }
+        if (status == 0 && !told && !text.empty()) {
+            EXPECT_LE(left.size(), 9u);
+            EXPECT_TRUE(text.ends_with("  profile body\n  commit\n\n")) << text;
+        }
+        if (std::getenv("LIST_FAILURES") != nullptr) {
+            std::printf("%s: status %u, %zu lines lost%s\n", what.c_str(), status, left.size(), told ? ", told" : "");
+        }
+        EXPECT_EQ(sim::lock_store(folder_), 0u);
+        sim::unlock_store();
+    }
+
+    std::string whole; // the undisturbed text
+
+  private:
+    std::string pattern_ = testing::TempDir() + "storeXXXXXX";
+    std::string folder_;
+};
+
+constexpr std::pair<const char *, std::uint32_t (*)(qarn_req *)> kCommands[] = {
+    {"running", qarn_cli_run_cfg_gen},
+    {"startup", qarn_cli_start_cfg_gen},
+};
+
+TEST_F(Failures, OfAnyAllocationCostWhatItWasFor) {
+    for (const auto &[name, command] : kCommands) {
+        test::FailingMalloc memory;
+        begin_and_run(command);
+        whole = text;
+        ASSERT_NE(whole.find("name x"), std::string::npos) << whole;
+        const int last = memory.calls();
+        for (int n = 1; n <= last; ++n) {
+            memory.fail_nth(n);
+            begin_and_run(command);
+            memory.work_again();
+            check(std::string(name) + ", allocation " + std::to_string(n));
+        }
+    }
+}
+
+TEST_F(Failures, OfAnyPlatformCallCostWhatItWasFor) {
+    for (const auto &[name, command] : kCommands) {
+        begin_and_run(command);
+        whole = text;
+        std::map<std::string, int> calls;
+        for (const std::string &call : sw.calls)
+            ++calls[call.substr(0, call.find('('))];
+        calls.erase("mts_drop"); // what it does not release is lost to the transport
+        for (const auto &[function, count] : calls) {
+            for (int n = 0; n < count; ++n) {
+                sw.next(function, {.result = -1, .error = EPIPE, .after = n});
+                begin_and_run(command);
+                sw.scripted.clear();
+                check(std::string(name) + ", " + function + " " + std::to_string(n + 1));
+            }
+        }
+    }
+}
+
+} // namespace
