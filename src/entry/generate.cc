@@ -249,7 +249,16 @@ void count_answer(uint32_t sap) {
     if (debugging(QARN_DEBUG_COLLECT)) qarn_sap_list_pending_print(saps, num_saps);
 }
 
-// Decode a service's complete reply, or say why not. Returns whether the service is to be waited for no longer.
+// False when something of the reply is missing, or was left out.
+bool decode(const JoinedReply &reply) {
+    const unsigned char *begin = reply.bytes.get();
+    const Decoding decoding =
+        decode_reply(begin + offsetof(qarn_cfg_reply, tlvs), begin + reply.size, merge_elem_table_p);
+    return reply.is_whole && decoding.is_whole;
+}
+
+// Decode a service's complete reply, or say why not. What could be decoded is printed; that something is missing stands
+// on standard error, not in the configuration. Returns whether the service is to be waited for no longer.
 bool take_up_reply(Generation &gen, uint32_t sap) {
     const JoinedReply reply = take_reply(sap);
     if (!reply.bytes) {
@@ -261,9 +270,8 @@ bool take_up_reply(Generation &gen, uint32_t sap) {
     if (const uint32_t status = load_u32(reply.bytes.get()); status != 0) {
         csm_qarn_sp_print("Sap %d returned failure code:0x%x\n", sap, status);
         gen.recv_err = QARN_STATUS_FAILED;
-    } else {
-        decode_reply(reply.bytes.get() + offsetof(qarn_cfg_reply, tlvs), reply.bytes.get() + reply.size,
-                     merge_elem_table_p);
+    } else if (!decode(reply)) {
+        std::fprintf(stderr, "The configuration of Sap %u is incomplete\n", sap);
     }
     return true;
 }

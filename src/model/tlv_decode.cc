@@ -143,16 +143,16 @@ class Decoder {
   public:
     Decoder(const TlvReader &reader, GHashTable *table) : reader_(reader), table_(table) {}
 
-    uint32_t run() {
+    Decoding run() {
         const int32_t announced = reader_.announced();
         if (debugging(QARN_DEBUG_DECODE)) trace("Num TLVs = %d\n", announced);
         while (const std::optional<Tlv> tlv = reader_.next()) {
             ++count_;
             if (debugging(QARN_DEBUG_DECODE)) trace("TLV Ctr = %d\n", static_cast<int>(count_));
-            if (count_ > announced) break;
-            if (const Verdict verdict = act_on(*tlv)) return *verdict;
+            if (count_ > announced) return {0, false};
+            if (const Verdict verdict = act_on(*tlv)) return {*verdict, false};
         }
-        return 0;
+        return {0, count_ >= announced};
     }
 
   private:
@@ -428,14 +428,14 @@ class Decoder {
 
 } // namespace
 
-uint32_t decode_reply(const unsigned char *array, const unsigned char *end, GHashTable *table) {
+Decoding decode_reply(const unsigned char *array, const unsigned char *end, GHashTable *table) {
     return Decoder(TlvReader(array, end), table).run();
 }
 
 } // namespace qarn
 
 uint32_t qarn_parse_tlv(const void *array, GHashTable *table) {
-    return qarn::decode_reply(static_cast<const unsigned char *>(array), nullptr, table);
+    return qarn::decode_reply(static_cast<const unsigned char *>(array), nullptr, table).status;
 }
 
 void qarn_element_info_tlv_parse(const void *value, qarn_elem *elem) {

@@ -51,7 +51,8 @@ class Groups {
     };
 
     Groups(GHashFunc hash, GEqualFunc equal)
-        : groups_(g_hash_table_new_full(hash, equal, nullptr, g_free)), blocks_(g_ptr_array_new_with_free_func(g_free)) {}
+        : groups_(g_hash_table_new_full(hash, equal, nullptr, g_free)),
+          blocks_(g_ptr_array_new_with_free_func(g_free)) {}
     ~Groups() {
         g_hash_table_destroy(groups_);
         g_ptr_array_unref(blocks_);

@@ -89,6 +89,7 @@ TEST_F(Replies, ThatStopShortAreDecodedAsFarAsTheyGo) {
     for (const std::uint32_t announced : {static_cast<std::uint32_t>(reply.size()), 200000u}) {
         print({fragment(20, true, announced, part)});
         EXPECT_EQ(body(), "kept\n\n") << announced;
+        EXPECT_EQ(errors, "The configuration of Sap 20 is incomplete\n");
     }
 }
 

@@ -298,6 +298,7 @@ TEST_F(BrokenReply, GivesWhatCameBeforeTheBreach) {
     const Bytes huge_command = command_message("x").replace(QARN_CMD_LENGTH_AT, 4, "\xff\xff\xff\x7f");
     const std::pair<const char *, Tlv> cases[] = {
         {"whole", kept},
+        {"fewer announced than there are", Tlv(kept).text("lost\n").announce(2)},
         {"text without an end", Tlv(kept).raw(2, "noend...")},
         {"value behind the reply", Tlv(kept).lie(2, 400, "x").announce_size(500)},
         {"length that wraps around", Tlv(kept).lie(2, 0xfffffffc, "x").announce_size(~0u)},
@@ -310,6 +311,9 @@ TEST_F(BrokenReply, GivesWhatCameBeforeTheBreach) {
     for (const auto &[what, tlv] : cases) {
         EXPECT_TRUE(leaves_the_other_whole(tlv.reply())) << what << text;
         EXPECT_NE(text.find("\ngood\nkept\n\n\ninterface Ethernet1/1\n  fine\n\n"), std::string::npos) << what << text;
+        // Behind a reply lie zeros, which make an empty follow-up.
+        const bool told = tlv.count() != kept.count() && what != std::string_view("follow-up behind the reply");
+        EXPECT_EQ(errors, told ? "The configuration of Sap 22 is incomplete\n" : "") << what;
     }
 }
 
