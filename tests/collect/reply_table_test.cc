@@ -26,30 +26,6 @@ class Replies : public test::Story {
 
 constexpr char kSilence[] = "The following SAPs did not respond within the expected timeframe\n";
 
-TEST_F(Replies, OfSeveralServicesArriveInterleaved) {
-    sw.service("a", 20, 1).silent();
-    sw.service("b", 21, 2).silent();
-    const Bytes a = test::line(1, "first\n").reply(), b = test::line(2, "other\n").reply();
-    const auto size = static_cast<std::uint32_t>(a.size());
-    print({fragment(20, false, size, a.substr(0, 9)), fragment(21, false, size, b.substr(0, 9)),
-           fragment(20, true, size, a.substr(9)), fragment(21, true, size, b.substr(9))});
-    EXPECT_EQ(status, 0u);
-    EXPECT_EQ(body(), "first\nother\n\n");
-}
-
-TEST_F(Replies, PrintTheSameInFragmentsOfAnySize) {
-    sw.service("a", 20, 1).replies(test::line(1, "a long line of text\n").key(0, "header\n", "name"));
-    sw.service("b", 21, 2).replies(test::Tlv().element({.uuid = 2, .elem_id = 1}).key_string("name", "  value\n"));
-    run();
-    const std::string whole = text;
-    EXPECT_NE(whole.find("header\n  value\na long line of text\n"), std::string::npos) << whole;
-    for (std::size_t size = 1; size < 160; ++size) {
-        sw.transport.fragment_size = size;
-        run();
-        EXPECT_EQ(text, whole) << size;
-    }
-}
-
 TEST_F(Replies, ThatBreakTheirBoundAreDroppedWholeAndSaidSo) {
     const Bytes reply = test::line(1, "never\n").reply();
     const auto size = static_cast<std::uint32_t>(reply.size());

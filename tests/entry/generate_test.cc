@@ -101,31 +101,6 @@ TEST_F(Driver, GoesOnWhenTheCliServerAnswersInTheExtraWait) {
     EXPECT_EQ(text, "!Waiting on CLI Server to respond..\n" + header() + "cli\n\n\n");
 }
 
-TEST_F(Driver, ReportsAServiceThatFailsAndPrintsTheRest) {
-    service_that_says(20, "a").fails(0x4711);
-    service_that_says(21, "b").twice();
-    service_that_says(22, "c");
-    EXPECT_EQ(generate(), 0x405f0001u);
-    EXPECT_EQ(text, "Sap 20 returned failure code:0x4711\n" + header() + "b\nb\nc\n\n\n")
-        << "an element said twice is joined";
-    sw.next("qarn_cb_run_cfg_generate", {0x40990001});
-    EXPECT_EQ(generate(), 0x40990001u) << "the final callback's status counts more";
-}
-
-TEST_F(Driver, DecodesAnAnswerFromWhomItDidNotAsk) {
-    service_that_says(20, "asked");
-    for (const std::uint32_t sap : {77u, 0u}) { // SAP 0 is an empty slot of the list, never an answer
-        const sim::Bytes reply = test::line(sap + 100, "unasked\n", 2).reply();
-        sw.transport.deliver(req.mts_handle, QARN_OPC_REPLY,
-                             sim::fragment(sap, true, static_cast<std::uint32_t>(reply.size()), reply));
-    }
-    sw.service("excluded", 21, 21);
-    num_saps_exclude = 1; // leaves an empty slot, which must not pass for SAP 0
-    saps_exclude[0] = 21;
-    EXPECT_EQ(generate(), 0u);
-    EXPECT_EQ(body(), "unasked\nunasked\n\nasked\n\n");
-}
-
 TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
     service_that_says(20, "a");
     service_that_says(21, "b");

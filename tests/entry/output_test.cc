@@ -20,24 +20,6 @@ class Output : public test::Story {
     }
 };
 
-TEST_F(Output, OpensALevelWithABlankLineWhenTheOneBeforePrinted) {
-    element(1, 2, "two");
-    element(2, 5, "five\n");
-    element(3, 5, "also five\n");
-    element(4, 6, "");
-    element(5, 8, "eight\n");
-    element(6, 13, "never\n");
-    EXPECT_EQ(generate(), 0u);
-    EXPECT_EQ(body(), "two\n\nfive\nalso five\n\neight\n\n");
-    element(7, 12, "twelve\n");
-    generate();
-    generate();
-    EXPECT_EQ(body().find("\ntwo\n"), 0u) << "the last level's opens the next command's first level";
-    req.sap = 20;
-    generate();
-    EXPECT_EQ(body().find("two\n"), 0u) << "except when one service is shown";
-}
-
 TEST_F(Output, AnnouncesItsLevelsUnderTheDebugBit) {
     element(1, 2, "two\n");
     req.dbg_mask = 0x02;

@@ -10,21 +10,6 @@ class ElementStore : public test::Story {
     ElementStore() { test::start_generation(&req); }
 };
 
-TEST_F(ElementStore, FindsElementsByTheLowHalvesOfTheirNumbers) {
-    const qarn_elem *elem = test::store_element({.uuid = 5, .elem_id = 0x10007});
-    ASSERT_NE(qarn_merge_value_get(5, 7), nullptr);
-    EXPECT_EQ(qarn_merge_value_get(5, 7)->elem, elem);
-    EXPECT_EQ(qarn_merge_value_get(0x10005, 0xffff0007), qarn_merge_value_get(5, 7));
-    EXPECT_EQ(qarn_merge_value_get(7, 5), nullptr);
-
-    qarn_elem *other = test::store_element({.uuid = 0x10005, .elem_id = 7});
-    EXPECT_EQ(qarn_merge_value_get(5, 7)->elem, other);
-    qarn_merge_hash_remove(6, other, merge_elem_table_p);
-    EXPECT_EQ(g_hash_table_size(merge_elem_table_p), 1u);
-    qarn_merge_hash_remove(0x10005, other, merge_elem_table_p);
-    EXPECT_EQ(g_hash_table_size(merge_elem_table_p), 0u);
-}
-
 TEST_F(ElementStore, StaysAsItIsWithoutMemory) {
     qarn_elem *elem = test::store_element({.uuid = 5, .elem_id = 7});
     qarn_elem other = *elem;

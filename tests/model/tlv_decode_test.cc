@@ -109,18 +109,6 @@ class Decoding : public Story {
     }
 };
 
-TEST_F(Decoding, KeepsWhatEveryTagSays) {
-    EXPECT_EQ(stored_after("", ""), "");
-    EXPECT_EQ(stored_after("40.7 3 4; after 40.2; text T1; if 257 T2; string K V", ""),
-              "40.2 3 20;\n40.7 3 4; T1 if257=T2 K=V after 40.2\n");
-    EXPECT_EQ(stored_after("50.1; after 1.2; cond 3.4; text one; text two; if 1 old; if 1 new; key 10 map name; own x;"
-                           "key 11 new name; string s old; string s; 50.2 0 0 1; cmd 1 shut; 50.3 0 0 2; if 1 dropped",
-                           ""),
-              "50.1 0 0; onetwo if1=new name=11/new s= cond 3.4 after 1.2\n50.2 0 0; if1:shut\n50.3 0 0;\n");
-    EXPECT_EQ(decode(said("51.1").raw(4, "none").raw(8, "").raw(0xffffffff, "none").text("a")), 0u);
-    EXPECT_STREQ(qarn_merge_value_get(51, 1)->elem->cfg_str->str, "a");
-}
-
 TEST_F(Decoding, MergesAnElementThatIsSentAgain) {
     const std::tuple<const char *, const char *, const char *, const char *> cases[] = {
         {"texts and dependencies of both, level and kind of the first", "5.1 2; text a; after 1.1; if 1 x",
@@ -144,21 +132,6 @@ TEST_F(Decoding, MergesAnElementThatIsSentAgain) {
     qarn_merge_value_get(9, 2)->vertex = reinterpret_cast<vertex *>(&req);
     decode("5.1; after 9.2");
     EXPECT_EQ(qarn_merge_value_get(9, 2)->vertex, nullptr) << "the entry is made anew";
-}
-
-TEST_F(Decoding, KeepsTheElementsOfTheView) {
-    const std::map<std::uint32_t, std::string> kept = {{1, "1"},  {2, "2"},     {7, "3"},     {8, "4"},
-                                                       {10, "5"}, {9, "01235"}, {11, "01234"}};
-    for (const std::uint32_t display : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u, 12u, 13u, 16u, 0xffffffffu}) {
-        cfg_display = display;
-        stored_after("5.0; 5.1 0 1; 5.2 0 2; 5.3 0 32; 5.4 0 64; 5.5 0 128", "");
-        std::string shown;
-        for (std::uint32_t i = 0; i < 6; ++i)
-            if (qarn_merge_value_get(5, i) != nullptr) shown += std::to_string(i);
-        EXPECT_EQ(shown, kept.contains(display) ? kept.at(display) : "012345") << "cfg_display " << display;
-    }
-    cfg_display = QARN_DISPLAY_NO_L2MP;
-    EXPECT_EQ(stored_after("5.1 0 4; text a", "5.1 0 68; text b; after 9.9"), "") << "it leaves, without a placeholder";
 }
 
 TEST_F(Decoding, KeepsTheElementsOfTheFeature) {

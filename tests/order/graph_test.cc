@@ -45,18 +45,6 @@ class PassGraph : public test::Story {
     qarn_merge_graph_info pass = {};
 };
 
-TEST_F(PassGraph, HoldsTheElementsOfThePass) {
-    add_dependency(store_element({.uuid = 1, .elem_id = 1, .level = 1, .property = QARN_PROP_INTF}), 2, 2);
-    add_dependency(store_element({.uuid = 1, .elem_id = 2, .level = 1}), 2, 2);
-    store_element({.uuid = 2, .elem_id = 2, .level = 1, .property = QARN_PROP_INTF | QARN_PROP_DUMMY});
-    add_dependency(store_element({.uuid = 3, .elem_id = 1, .level = 2}), 1, 2);
-    EXPECT_EQ(build(), "1.1, 1.2 -> 3.1, 2.2 -> 1.1 1.2, 3.1");
-    EXPECT_EQ(build(-1, 1), "1.1, 2.2 -> 1.1");
-    EXPECT_EQ(build(1), "1.1, 1.2, 2.2 -> 1.1 1.2") << "the dependency across levels is the levels' own order";
-    EXPECT_EQ(build(2), "3.1");
-    EXPECT_EQ(build(3), "");
-}
-
 TEST_F(PassGraph, TakesDependenciesAsTheyAre) {
     qarn_elem *elem = store_element({.uuid = 1, .elem_id = 1});
     store_element({.uuid = 1, .elem_id = 2});
@@ -67,25 +55,6 @@ TEST_F(PassGraph, TakesDependenciesAsTheyAre) {
     add_dependency(elem, 1, 2, QARN_DEP_CONDITIONAL);
     add_dependency(elem, 1, 2, 7);
     EXPECT_EQ(build(), "1.1 -> 1.1, 1.2 -> 1.1 1.1");
-}
-
-TEST_F(PassGraph, LeavesOutElementsWhoseConditionsFail) {
-    const std::uint32_t property = QARN_PROP_CONDITIONAL;
-    qarn_elem *unmet = store_element({.uuid = 1, .elem_id = 1, .property = property});
-    add_dependency(unmet, 3, 1, QARN_DEP_CONDITIONAL);
-    add_dependency(unmet, 9, 9, QARN_DEP_CONDITIONAL);
-    add_dependency(unmet, 3, 2);
-    qarn_elem *met = store_element({.uuid = 1, .elem_id = 2, .property = property});
-    add_dependency(met, 3, 2, QARN_DEP_CONDITIONAL);
-    add_dependency(met, 9, 9, QARN_DEP_CONDITIONAL);
-    add_dependency(met, 1, 1);
-    store_element({.uuid = 1, .elem_id = 3, .property = property});
-    qarn_elem *empty = store_element({.uuid = 3, .elem_id = 1, .level = 1, .property = QARN_PROP_INTF});
-    test::add_intf_text(empty, 1, "text for an interface does not count");
-    store_element({.uuid = 3, .elem_id = 2, .level = 1}, "text");
-    EXPECT_EQ(build(), "1.2, 3.1, 3.2");
-    EXPECT_EQ(build(0), "1.2") << "the condition need not be in the pass";
-    EXPECT_EQ(qarn_conditional_dependency_verify(empty), 0) << "no condition is not a satisfied one";
 }
 
 TEST_F(PassGraph, NeverUsesAVertexOfAnEarlierPass) {

@@ -56,28 +56,6 @@ class ElementPrinter : public test::Story {
     std::deque<vertex> vertices_;
 };
 
-TEST_F(ElementPrinter, PrintsTheBlocksOfItsInterfacesInEveryDisplay) {
-    add_interface(1, "Ethernet1/1", 7);
-    add_interface(2, "Ethernet1/2", 7);
-    add_interface(3, "Ethernet1/3", 7).vsan = 2;
-    add_interface(4, "Vlan1", 8);
-    take_up_interfaces();
-    interface_element(6, {{3, "  second"}, {1, "  second"}});
-    interface_element(5, {{1, "  first\n"}});
-    const std::string first = "\ninterface Ethernet1/1\n  second\n  first\n", empty = "\ninterface Ethernet1/2\n",
-                      other_vsan = "\ninterface Ethernet1/3\n  second\n";
-    for (const std::uint32_t display : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u, 12u, 16u, 0xffffffffu}) {
-        cfg_display = display;
-        const bool filters = display == 1 || display == 3, text_only = display == 7 || display == 8 || display == 10;
-        EXPECT_EQ(print(223, 7), first + (text_only ? "" : empty) + (filters ? "" : other_vsan)) << display;
-        EXPECT_EQ(calls_of("vsh_is_interface_display_allowed").size(), filters ? 3u : 0u) << display;
-        EXPECT_EQ(calls_of("ppm_intf_shrun_merge").size(), text_only ? 0u : filters ? 2u : 3u) << display;
-        EXPECT_EQ(print(223, 9), "") << "no such block " << display;
-    }
-    store_element({.uuid = 223, .elem_id = 7, .property = QARN_PROP_DUMMY});
-    EXPECT_EQ(print(223, 7), "") << "a placeholder";
-}
-
 TEST_F(ElementPrinter, MergesPortProfilesUnlessTheyAreBypassed) {
     add_interface(1, "Ethernet1/1", 7).port_profile = "web";
     sw.port_profiles["web"] = "  mtu 9216\n";
@@ -154,26 +132,6 @@ TEST_F(ElementPrinter, AsksForMembersInTheVdcOfTheShell) {
         print(223, 20);
         EXPECT_EQ(calls_of("pcm_get_pc_info"), Calls{std::string("pcm_get_pc_info(") + vdc + ", 0x16000001)"});
     }
-}
-
-TEST_F(ElementPrinter, PrintsTheTextOfAnOrdinaryElement) {
-    qarn_elem *elem = store_element({.uuid = 5, .elem_id = 1}, "vlan 10");
-    store_element({.uuid = 5, .elem_id = 2});
-    store_element({.uuid = 5, .elem_id = 3, .property = QARN_PROP_DUMMY}, "never");
-    EXPECT_EQ(print(5, 1), "vlan 10\n");
-    EXPECT_STREQ(elem->cfg_str->str, "vlan 10\n") << "ended in place";
-    EXPECT_EQ(add_nl, 1);
-    add_nl = 0;
-    EXPECT_EQ(print(5, 2) + print(5, 3) + print(5, 4), "") << "without text, a placeholder, an unknown element";
-    cfg_display = QARN_DISPLAY_INTERFACE;
-    EXPECT_EQ(print(5, 1), "") << "the interface display has blocks only";
-    cfg_display = QARN_DISPLAY_ALL;
-    qarn_feature_dns = 1;
-    EXPECT_EQ(print(5, 1), "") << "an in-process service has printed it";
-    EXPECT_EQ(add_nl, 0);
-    elem->cfg_str = g_string_new("%s 100%\n\n");
-    qarn_feature_dns = 0;
-    EXPECT_EQ(print(5, 1), "%s 100%\n\n");
 }
 
 TEST_F(ElementPrinter, WalksTheInterfacesOfAFeatureOnce) {

@@ -43,38 +43,6 @@ class InterfacePrinter : public test::Story {
     }
 };
 
-TEST_F(InterfacePrinter, CollectsTheTextForTheInterface) {
-    qarn_elem *elem = test::store_element({.uuid = 5, .property = QARN_PROP_INTF});
-    test::add_intf_text(elem, 1, "  shut");
-    test::add_intf_text(elem, 2, "  other\n");
-    EXPECT_EQ(print(5, 0), "  shut\n");
-    EXPECT_EQ(print(5, 0), "  shut\n") << "its newline was added in place";
-    EXPECT_EQ(g_all_intf_config_printed, 1);
-    test::add_intf_text(test::store_element({.uuid = 2, .property = 4, .val_type = 2}), 1, "another kind of value\n");
-    test::add_intf_text(test::store_element({.uuid = 3}), 1, "no interface element\n");
-    test::add_intf_text(test::store_element({.uuid = 4, .property = 4}), 2, "of another interface\n");
-    for (const std::uint32_t uuid : {1u, 2u, 3u, 4u}) {
-        g_all_intf_config_printed = 0;
-        EXPECT_EQ(print(uuid, 0) + text, "");
-        EXPECT_EQ(g_all_intf_config_printed, uuid == 1 ? 0 : 1) << uuid;
-    }
-}
-
-TEST_F(InterfacePrinter, PrintsAHeaderBeforeTheFirstTextOfAFeature) {
-    test::add_intf_text(test::store_element({.uuid = 5, .property = QARN_PROP_INTF}), 1, "");
-    print(5, 0);
-    EXPECT_EQ(text, "") << "no feature";
-    qarn_feature = 1;
-    print(5, 0);
-    EXPECT_EQ(text, "\ninterface Ethernet1/1\n");
-    print(5, 0);
-    EXPECT_EQ(text, "") << "the header is out";
-    g_intf_config_printed = 0;
-    qarn_feature_send_all = 1;
-    print(5, 0);
-    EXPECT_EQ(text, "") << "all services";
-}
-
 TEST_F(InterfacePrinter, RendersCommandMessages) {
     for (const std::uint32_t stamp : {std::uint32_t{QARN_CMD_STAMP}, QARN_CMD_STAMP_SWAPPED}) {
         store_command(command_message("  shut", stamp, 42));

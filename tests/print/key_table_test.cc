@@ -57,40 +57,6 @@ class KeyTables : public Story {
     }
 };
 
-TEST_F(KeyTables, PrintWhatIsFiledUnderEachKey) {
-    const Tlv good = keyed({{"a\n", "a"}, {"b\n", "b"}}, {{"a", " text\n"}});
-    struct Case {
-        const char *what;
-        Tlv reply;
-        std::string text;
-    } const cases[] = {
-        {"headers in byte order, before the own text",
-         keyed({{"b\n", "1"}, {"a1/2\n", "2"}, {"a1/10\n", "3"}, {"B\n", "4"}}, {}).text("own"),
-         "B\na1/10\na1/2\nb\nown\n\n"},
-        {"an empty value and names alike", keyed({{"m\n", "k"}}, {{"k", ""}, {"", "x"}, {"kk", "x"}, {"m\n", "x"}}),
-         "m\n"},
-        {"without a map the name is the header, with nothing under it",
-         keyed({{"", "vlan 1\n"}}, {{"vlan 1\n", " lost\n"}}), "vlan 1\n"},
-        {"an empty header is the map of all keys without one",
-         keyed({{"", ""}, {"", "x\n"}, {"m\n", "y"}}, {{"x\n", " text\n"}}), " text\nm\nx\n"},
-        {"control characters", keyed({{"%s%n\t\x01\n", "\x1b[2J"}}, {{"\x1b[2J", "%d\r\b\x7f\x80\xff"}}),
-         "%s%n\t\x01\n%d\r\b\x7f\x80\xff"},
-        {"a key string without its value", Tlv(good).raw(QARN_TLV_TAG_KEY_STR, {"b", 2}), "a\n text\nb\n"},
-        {"a key without its name", Tlv(good).words(QARN_TLV_TAG_KEY, {0}).raw(QARN_TLV_TAG_STR, {"c\n", 3}),
-         "a\n text\nb\n"},
-    };
-    for (const Case &c : cases)
-        EXPECT_EQ(show(c.reply), c.text) << c.what;
-}
-
-TEST_F(KeyTables, GatherFromElementsOfAnyLevelInDependencyOrder) {
-    Tlv reply = keyed({{"line vty\n", "vty"}}, {});
-    reply.element({.uuid = 50, .elem_id = 1, .level = 0}).after(70, 1).key_string("vty", " third\n");
-    reply.element({.uuid = 60, .elem_id = 2, .level = 99}).key_string("vty", " first\n");
-    reply.element({.uuid = 70, .elem_id = 1, .level = 5}).key_string("vty", " second\n");
-    EXPECT_EQ(show(reply), "line vty\n first\n second\n third\n");
-}
-
 TEST_F(KeyTables, KeepLongHeadersWhole) {
     for (const std::size_t length : {499u, 500u, 501u, 5000u}) {
         const std::string map(length, 'h'), longer = map + "h", name(length, 'n');
@@ -227,19 +193,6 @@ TEST_F(KeyTables, PrintTheSameByWalkAndByIndex) {
         }
         EXPECT_NE(show(GeneratedSwitch(seed).reply(), command).find_first_not_of('\n'), std::string::npos);
     }
-}
-
-TEST_F(KeyTables, HoldThousandsOfKeys) {
-    Pairs keys, key_strings;
-    std::string expected;
-    for (int i = 1000; i < 1000 + 4096; ++i) {
-        keys.emplace_back("header " + std::to_string(i) + "\n", std::to_string(i));
-        key_strings.emplace_back(std::to_string(i), " text " + std::to_string(i) + "\n");
-        expected += keys.back().first + key_strings.back().second;
-    }
-    sw.service("all", 20, 40).replies(keyed(keys, key_strings));
-    run(); // the walk would take its time over its traces
-    EXPECT_TRUE(body() == expected);
 }
 
 TEST_F(KeyTables, TraceTheirWalk) {

@@ -92,20 +92,6 @@ TEST_F(VlanKeyTables, JoinNeighboursWithTheSameText) {
         EXPECT_EQ(show(c.reply), c.text) << c.what;
 }
 
-TEST_F(VlanKeyTables, PrintEveryVlanForItselfInACheckpoint) {
-    sim::set_shell_options({.generic_option = kCheckpoint});
-    Tlv reply = vlans({10, 9, 8});
-    reply.key(4096, "", "4096").element({.uuid = 383, .elem_id = 5, .level = 4}).key(9, "", "9").key(10, "", "10");
-    show(filed(filed(reply, {{{{9, 10}, " x\n"}}}), {{{{10}, " y\n"}}}, "vlan configuration "));
-    EXPECT_EQ(text, std::string("\n!Command: Checkpoint cmd vdc 1\n!Time: ") + test::kNowText +
-                        "\nversion 4.2(7)\n"
-                        "vlan 8\nvlan 9\n x\nvlan 10\n x\nvlan 4096\n"
-                        "vlan configuration 9\nvlan configuration 10\n y\n\n");
-    EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 0u) << "the VLAN configurations were grouped";
-    EXPECT_EQ(print(2), "vlan 8\nvlan 9\n x\nvlan 10\n x\nvlan 4096\n");
-    EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 4u) << "kept until the next generation";
-}
-
 TEST_F(VlanKeyTables, LeaveOutWhatThereIsNoMemoryFor) {
     show(filed(vlans({1, 2, 3, 4}, 2, 13), {{{{1, 2, 3}, " a\n"}, {{4}, " b\n"}}, {{{4}, " a\n"}}}));
     test::FailingMalloc memory;
@@ -124,14 +110,6 @@ TEST_F(VlanKeyTables, LeaveOutWhatThereIsNoMemoryFor) {
     sim::set_shell_options({.generic_option = kCheckpoint});
     memory.fail_nth(1, sizeof(std::int32_t));
     EXPECT_EQ(print(2), "vlan 1\nvlan 2\n a\nvlan 3\n a\nvlan 4\n a\n b\n");
-}
-
-TEST_F(VlanKeyTables, CountAsMatchedKeys) {
-    show(vlans({1}, 2, 13));
-    qarn_feature = 1;
-    g_traverse = 0;
-    EXPECT_EQ(print(2), "vlan 1\n");
-    EXPECT_EQ(g_traverse, 1) << "with nothing contributed";
 }
 
 TEST_F(VlanKeyTables, TraceTheirWalk) {
