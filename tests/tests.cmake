@@ -1,7 +1,7 @@
 add_story_test(entry_test entry/all_vdcs_test.cc entry/entry_points_test.cc entry/generate_test.cc
                entry/interruption_test.cc entry/output_test.cc)
 add_story_test(collect_test collect/callbacks_test.cc collect/service_list_test.cc collect/request_message_test.cc collect/reply_table_test.cc)
-add_story_test(model_test model/tlv_decode_test.cc model/element_store_test.cc model/ifindex_test.cc model/profile_test.cc)
+add_story_test(model_test model/tlv_decode_test.cc model/ifindex_test.cc model/profile_test.cc)
 add_story_test(order_test order/graph_test.cc order/sweep_test.cc)
 add_story_test(print_test print/element_print_test.cc print/intf_print_test.cc print/id_range_test.cc print/display_test.cc
                print/key_table_test.cc print/vlan_key_table_test.cc)

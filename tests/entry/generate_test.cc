@@ -94,13 +94,6 @@ TEST_F(Driver, WaitsOnceMoreForTheCliServer) {
     EXPECT_EQ(text.find("The following SAPs"), 0u) << "only the CLI server is waited for again";
 }
 
-TEST_F(Driver, GoesOnWhenTheCliServerAnswersInTheExtraWait) {
-    service_that_says(296, "cli");
-    sw.next("mts_recv", {-1, ETIME, 1}); // the first call belongs to the in-process services
-    EXPECT_EQ(generate(), 0u);
-    EXPECT_EQ(text, "!Waiting on CLI Server to respond..\n" + header() + "cli\n\n\n");
-}
-
 TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
     service_that_says(20, "a");
     service_that_says(21, "b");

@@ -1,4 +1,4 @@
-// The output phase: header, levels, loops, the switch profile and the final callback.
+// The output phase: header, levels, the switch profile and the final callback.
 #include "platform/cmdshell.h"
 #include "platform/sysmgr.h"
 #include "support/story.h"
@@ -29,23 +29,6 @@ TEST_F(Output, AnnouncesItsLevelsUnderTheDebugBit) {
         << traces;
     EXPECT_EQ(traces.find("Configuration for Level:13"), std::string::npos);
     EXPECT_NE(text.find("\nversion 4.2(7)\nDummy Elements:\n\ntwo\n"), std::string::npos) << text;
-}
-
-TEST_F(Output, EndsAtALoopAndKeepsWhatItPrinted) {
-    element(1, 2, "two\n");
-    // Across levels, only the pass over all of them sees the loop.
-    element(8, 3, "looping\n").dependencies = {{1, 9}};
-    element(9, 4, "looping\n").dependencies = {{1, 8}};
-    EXPECT_EQ(generate(), 0x405f0001u);
-    EXPECT_EQ(text, header() + "KEYSTR Loop in the graph\n");
-
-    // A level pass alone cannot loop when the pass over all levels did not: memory for its graph is what fails.
-    sw.services.front().elements.resize(1);
-    element(2, 3, "three\n");
-    test::FailingMalloc memory;
-    memory.fail_nth(2, sizeof(vertex *)); // the second pass over a single element
-    EXPECT_EQ(generate(), 0x405f0001u);
-    EXPECT_EQ(text, header() + "two\n\nLoop in the graph\n");
 }
 
 TEST_F(Output, PrintsTheSwitchProfileBehindTheLevels) {

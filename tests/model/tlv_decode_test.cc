@@ -109,31 +109,6 @@ class Decoding : public Story {
     }
 };
 
-TEST_F(Decoding, MergesAnElementThatIsSentAgain) {
-    const std::tuple<const char *, const char *, const char *, const char *> cases[] = {
-        {"texts and dependencies of both, level and kind of the first", "5.1 2; text a; after 1.1; if 1 x",
-         "5.1 9 0 2; text b; after 2.2; if 2 y", "5.1 2 0; ab if1=x if2=y after 2.2 after 1.1\n"},
-        {"a property above 0 replaces", "5.1 0 3", "5.1 0 32", "5.1 0 32;\n"},
-        {"property 0 does not", "5.1 0 3", "5.1 0 0", "5.1 0 3;\n"},
-        {"a negative one does not", "5.1 0 3", "5.1 0 2147483652", "5.1 0 3;\n"},
-        {"keys of UUID 40 come once, its key strings always", "40.1; key 1 m a; string s 1",
-         "40.1; key 2 m a; key 3 m b; string t 2", "40.1 0 0; a=1/m s=1 t=2\n"},
-        {"keys of others merge", "41.1; key 1 m a", "41.1; key 2 m a; key 3 m b", "41.1 0 0; a=2/m b=3/m\n"},
-        {"identity is the low 16 bits", "5.1; text a", "65541.65537; text b", "5.1 0 0; ab\n"},
-        {"within one reply too", "", "5.1; text a; 6.0; 5.1; text b", "5.1 0 0; ab\n6.0 0 0;\n"},
-        {"a placeholder", "", "5.1 3 4; after 9.2", "5.1 3 4; after 9.2\n9.2 3 20;\n"},
-        {"gives way", "5.1 3 4; after 9.2", "9.2 1 1", "5.1 3 4; after 9.2\n9.2 1 5;\n"},
-        {"none for an ordinary element", "", "5.1 3 1; after 9.2", "5.1 3 1; after 9.2\n"},
-        {"the bit on what is there", "9.2 1 1", "5.1 3 4; after 9.2", "5.1 3 4; after 9.2\n9.2 1 5;\n"},
-        {"no bit from an ordinary element", "9.2 1 1", "5.1 3 1; after 9.2", "5.1 3 1; after 9.2\n9.2 1 1;\n"},
-    };
-    for (const auto &[what, first, second, in_store] : cases)
-        EXPECT_EQ(stored_after(first, second), in_store) << what;
-    qarn_merge_value_get(9, 2)->vertex = reinterpret_cast<vertex *>(&req);
-    decode("5.1; after 9.2");
-    EXPECT_EQ(qarn_merge_value_get(9, 2)->vertex, nullptr) << "the entry is made anew";
-}
-
 TEST_F(Decoding, KeepsTheElementsOfTheFeature) {
     sim::set_feature_row(16, {{5, 1}, {6, 0}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {7, 2}});
     const std::string all = "5.1 0 0;\n5.2 0 0;\n6.1 0 0;\n6.2 0 0;\n7.1 0 0;\n7.2 0 0;\n";

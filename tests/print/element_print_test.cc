@@ -1,5 +1,5 @@
-// One element of an ordered level: interface blocks in every display, ordinary text, the walk of a feature's
-// interfaces, the members of port channels, and what port profiles make of it.
+// One element of an ordered level: the walk of a feature's interfaces, the members of port channels, and what port
+// profiles make of it.
 #include <cstdlib>
 #include <cstring>
 #include <tuple>
