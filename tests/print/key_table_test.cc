@@ -1,6 +1,6 @@
 // Keyed configuration: what all services file under an element's keys, in a single service's display, with long
-// headers and short of memory. The walks over the tables, which the traces belong to, and the indexes that serve without them
-// have to agree everywhere; generated switches, with interfaces too, compare the two at the end.
+// headers and short of memory. The walks over the tables, which the traces belong to, and the indexes that serve
+// without them have to agree everywhere; generated switches, with interfaces too, compare the two at the end.
 #include <array>
 #include <random>
 
