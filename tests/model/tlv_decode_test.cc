@@ -192,6 +192,12 @@ TEST_F(Decoding, ShowsCommandMessagesUnderTheirDebugBit) {
     test::FailingMalloc memory;
     memory.fail_nth(1, QARN_CMD_PREFIX_SIZE + command_message("vlan10").size());
     EXPECT_EQ(decode("5.0; own vlan10; text a"), QARN_STATUS_NO_MEMORY + 0u);
+    memory.fail_nth(2, QARN_CMD_PREFIX_SIZE + command_message("shut").size()); // the first is the element's own
+    EXPECT_EQ(stored_after("", "5.0 0 0 1; cmd 1 shut; text a"), "5.0 0 0; a\n");
+    EXPECT_EQ(text, "(qarn_parse_tlv) QARN_TLV_TAG_IFINDEX_STR\nQarn (qarn_parse_tlv) Malloc failed\n");
+    sw.next("qarn_elem_info_create", {.after = 1});
+    EXPECT_EQ(stored_after("", "5.0 0 0 1; cmd 1 shut; text a"), "5.0 0 0; a\n");
+    EXPECT_EQ(text, "(qarn_parse_tlv) QARN_TLV_TAG_IFINDEX_STR\n(qarn_parse_tlv) Null debug_element_info_p\n");
 }
 
 TEST_F(Decoding, EndsWithoutMemory) {
