@@ -94,6 +94,19 @@ TEST_F(EntryPoints, ExcludeTheServicesThatTheTokensName) {
     EXPECT_EQ(asked(), (std::vector<std::uint32_t>{4000, 21})) << "the next command leaves them out too";
 }
 
+TEST_F(EntryPoints, AskOneService) {
+    sw.service("b", 21, 2).replies(test::line(2, "b\n"));
+    add_sap_token(21);
+    EXPECT_EQ(run(qarn_cli_run_cfg_gen_sap), 0u);
+    EXPECT_EQ(body(), "b\n\n");
+    EXPECT_EQ(asked(), (std::vector<std::uint32_t>{4000, 21}));
+    req.tokens[0]->value = nullptr;
+    for (const EntryPoint entry : {qarn_cli_run_cfg_gen_sap, qarn_cli_start_cfg_gen_sap}) {
+        EXPECT_EQ(run(entry), 0u);
+        EXPECT_EQ(text, "Invalid SAP\n");
+    }
+}
+
 TEST_F(EntryPoints, ShowTemplatesOnTheCardsThatHaveThem) {
     // The low 16 bits count.
     for (const std::uint32_t card : {182u, 0xa00b0u, 249u, 248u, 222u, 237u, 223u, 183u, 206u, 100u}) {

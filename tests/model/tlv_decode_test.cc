@@ -248,7 +248,7 @@ class BrokenReply : public Story {
 };
 
 TEST_F(BrokenReply, GivesWhatCameBeforeTheBreach) {
-    const Tlv kept = said("500.0 3; text kept");
+    const Tlv kept = said("500.0 3; text kept").raw(99, "a tag of another release");
     const Bytes huge_command = command_message("x").replace(QARN_CMD_LENGTH_AT, 4, "\xff\xff\xff\x7f");
     const std::pair<const char *, Tlv> cases[] = {
         {"whole", kept},
