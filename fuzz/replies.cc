@@ -2,8 +2,8 @@
 // any interleaving; then a whole command runs on them, through the reply table, the decoder, every ordering pass and
 // every printer.
 //
-// Two words are kept right, because they belong to the platform: the length of a fragment's data, which its transport
-// knows, and the TLV array's own size, which its reader trusts.
+// The length of a fragment's data is kept right, because the transport knows it. So is the TLV array's own size, which
+// the platform's reader trusts, but where fragments come out of order and other bytes take its place.
 #include <qarncli/qarncli.h>
 
 #include <algorithm>
@@ -83,6 +83,9 @@ void add_interfaces(sim::Switch &sw) {
         interface.block = index < 3 ? 1 : 20;
     }
     sw.interfaces.back().members = {1, 2};
+    sw.interfaces.front().port_profile = "p";
+    sw.port_profiles["p"] = "  inherited\n";
+    sw.switch_profile = {0, "head\n", "  body\n"};
 }
 
 } // namespace
@@ -99,7 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::uint8_t display = input.byte(), options = input.byte(), traces = input.byte();
     const std::uint32_t order = input.word();
     cfg_display = display % 18;
-    sim::set_shell_options({.filter_mode = options & 7u, .generic_option = options & 8u ? 0x10u : 0u});
+    sim::set_shell_options({.filter_mode = options & 1 ? 0x48u : 0, .generic_option = options & 8u ? 0x10u : 0u});
     if ((options & 16) != 0) cmd_token_id = QARN_TOKEN_MEMBERSHIP;
     qarn_req req = {};
     req.valid = 1;

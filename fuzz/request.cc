@@ -3,7 +3,10 @@
 // remaining bytes are a set of ids, printed as ranges.
 #include <qarncli/qarncli.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <vector>
 
@@ -82,8 +85,24 @@ class Tokens {
     std::deque<std::string> texts_;
 };
 
+// A saved configuration, made once and removed with the process.
+const std::string &startup_folder() {
+    static const std::string *folder = nullptr;
+    if (folder != nullptr) return *folder;
+    std::string path = std::filesystem::temp_directory_path() / "startupXXXXXX";
+    if (mkdtemp(path.data()) == nullptr) std::abort();
+    std::filesystem::create_directory(path + "/bin");
+    std::ofstream(path + "/system.cfg") << "stored\n";
+    std::ofstream(path + "/bin/vlan.bin") << "saved";
+    folder = new std::string(path);
+    std::atexit([] { std::filesystem::remove_all(*folder); });
+    return *folder;
+}
+
 void add_service(sim::Switch &sw, std::uint32_t uuid, std::uint32_t elem_id) {
-    sim::Element &element = sw.service("service", uuid, uuid).element(elem_id, 3, QARN_PROP_VLAN | QARN_PROP_VSAN);
+    constexpr std::uint32_t kViews =
+        QARN_PROP_VLAN | QARN_PROP_VSAN | QARN_PROP_BFD | QARN_PROP_L2MP | QARN_PROP_FEX | QARN_PROP_INTF;
+    sim::Element &element = sw.service("service", uuid, uuid).element(elem_id, 3, kViews);
     element.text = "text\n";
     element.port_profile = "p";
     element.intf_texts = {{1, "  one\n"}, {2, "  two\n"}};
@@ -107,6 +126,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     add_service(sw, QARN_UUID_INTERFACE, 1);
     add_service(sw, QARN_UUID_VLAN, 2);
+    sw.ascii_startup_dir = startup_folder();
+    sw.bin_startup_dir = startup_folder() + "/bin";
     sim::make_current(&sw);
 
     const Command &command = kCommands[input.byte() % std::size(kCommands)];
@@ -114,8 +135,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     req.valid = input.byte() != 0xff;
     req.mts_handle = sw.transport.open(4000);
     req.cmd_code = input.byte();
-    req.index = input.byte() % 4u;
-    req.sap = input.byte() % 8 == 0 ? input.word() : 0;
+    const std::uint8_t selection = input.byte();
+    if (selection % 8 == 1) req.sap = input.word();
+    if (selection % 8 == 2) req.sap = 1; // every consumer
+    if (selection % 8 == 3) {            // a row of the shell's tables
+        req.sap = 0xffffffff;
+        req.index = 1 + selection / 8 % 2;
+        sim::set_sap_row(req.index, {QARN_UUID_VLAN, QARN_UUID_INTERFACE}, 0);
+        sim::set_feature_row(req.index, {{QARN_UUID_VLAN, 0}});
+    }
     Tokens tokens;
     tokens.read(input, command.value, req);
     command.entry_point(&req);

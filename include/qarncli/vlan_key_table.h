@@ -8,7 +8,7 @@ QARN_BEGIN_DECLS
 
 /* A text contributed for the VLAN being aggregated; key_str_list, newest first. malloc'd. */
 struct key_str_entry {
-    GString *str; /* own copy */
+    GString *str; /* own copy; while the library joins, also an element's text; null: nothing to free */
     int32_t used; /* 1 once joined */
     struct key_str_entry *next;
 };

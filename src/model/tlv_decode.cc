@@ -61,12 +61,16 @@ class TlvReader {
         used_ += kTlvHeader + (std::size_t{tlv.length} + 3) / 4 * 4;
         if (value == nullptr || tlv.length == 0) {
             tlv.length = 0;
-            return tlv;
+        } else {
+            tlv.value = static_cast<const unsigned char *>(value);
+            if (!holds(tlv.value, tlv.length)) return {};
         }
-        tlv.value = static_cast<const unsigned char *>(value);
-        if (!holds(tlv.value, tlv.length)) return {};
+        ++taken_;
         return tlv;
     }
+
+    // TLVs handed out so far.
+    int64_t taken() const { return taken_; }
 
     // The text that begins at the TLV's value and runs to its NUL, wherever that is inside the reply.
     std::optional<Text> text(const Tlv &tlv) const {
@@ -89,6 +93,7 @@ class TlvReader {
     const unsigned char *end_;
     uint32_t cursor_ = 0;
     std::size_t used_ = 0; // bytes that the TLVs read so far take at least
+    int64_t taken_ = 0;
 };
 
 GString *new_string(const Tlv &tlv, const Text &text) {
@@ -152,7 +157,7 @@ class Decoder {
             if (count_ > announced) return {0, false};
             if (const Verdict verdict = act_on(*tlv)) return {*verdict, false};
         }
-        return {0, count_ >= announced};
+        return {0, reader_.taken() == announced};
     }
 
   private:

@@ -26,7 +26,6 @@ constexpr std::string_view kTold[] = {
     "Printing Ascii configuration for remaining SAPs",
     "no startup configuration present",
     "unknown error 0xffffffff",
-    "vlan ", // of another group
     "Loop in the graph",
     "KEYSTR Loop in the graph",
 };
@@ -37,6 +36,12 @@ std::multiset<std::string> lines_of(const std::string &text) {
     for (std::string line; std::getline(stream, line);)
         lines.insert(line);
     return lines;
+}
+
+// A VLAN whose text is lost may join its neighbours.
+bool is_another_group(const std::string &line) {
+    static const std::set<std::string> groups = {"vlan 1", "vlan 2", "vlan 3", "vlan 1-2", "vlan 2-3", "vlan 1-3"};
+    return groups.contains(line);
 }
 
 bool tells_of_failure(const std::string &line) {
@@ -102,10 +107,11 @@ class Failures : public Story {
                 left.erase(found);
             } else {
                 told = told || tells_of_failure(line);
-                EXPECT_TRUE(tells_of_failure(line)) << line;
+                EXPECT_TRUE(tells_of_failure(line) || is_another_group(line)) << line;
             }
         }
-        if (status == 0 && !told && !text.empty()) {
+        const bool stored_text = !calls_of("execute_program_and_wait").empty(); // shown instead, without services
+        if (status == 0 && !told && !stored_text) {
             EXPECT_LE(left.size(), 9u);
             EXPECT_TRUE(text.ends_with("  profile body\n  commit\n\n")) << text;
         }
