@@ -115,6 +115,8 @@ TEST_F(Output, FollowsTablesThatThePlatformChangesMeanwhile) {
                                     .key_string("header\n", " once\n")
                                     .element({.uuid = 11, .elem_id = 2, .level = 4})
                                     .text("never\n")
+                                    .element({.uuid = 11, .elem_id = 4, .level = 4})
+                                    .key_string("other\n", " x\n")
                                     .element({.uuid = QARN_UUID_INTERFACE, .elem_id = 9, .level = 5})
                                     .element({.uuid = 11, .elem_id = 3, .level = 6})
                                     .key_string("header\n", " twice\n"));
@@ -126,7 +128,7 @@ TEST_F(Output, FollowsTablesThatThePlatformChangesMeanwhile) {
     sw.on_call = change;
     req.sap = 20;
     EXPECT_EQ(generate(), 0u);
-    EXPECT_EQ(body(), "header\n once\n twice\nheader\n once\n twice\n");
+    EXPECT_EQ(body(), "header\n once\n twice\nother\n x\nheader\n once\n twice\n");
 }
 
 TEST_F(Output, HasNoHeaderForTemplates) {
