@@ -19,8 +19,8 @@ class StoreIndex : public Innermost<StoreIndex> {
     explicit StoreIndex(GHashTable *store);
     ~StoreIndex();
 
-    // The index of a store; null when it has none. One that entries came into or left
-    // without its knowledge serves no longer.
+    // The index of a store; null when it has none. One that entries came into or left without its knowledge serves no
+    // longer.
     static StoreIndex *of(GHashTable *store);
 
     qarn_merge_val *find(qarn_merge_key key) const;

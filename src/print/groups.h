@@ -3,8 +3,6 @@
 
 #include <glib.h>
 
-#include <iterator>
-
 namespace qarn {
 
 // Values come in any order, each with its key, and keep their order within their key's group. Keys are compared by
@@ -21,29 +19,20 @@ class Groups {
       public:
         class Iterator {
           public:
-            using difference_type = std::ptrdiff_t;
-            using value_type = T;
-
-            Iterator() = default;
             explicit Iterator(const Node *node) : node_(node) {}
             const T &operator*() const { return node_->value; }
             Iterator &operator++() {
                 node_ = node_->next;
                 return *this;
             }
-            Iterator operator++(int) {
-                const Iterator before = *this;
-                ++*this;
-                return before;
-            }
             bool operator==(const Iterator &) const = default;
 
           private:
-            const Node *node_ = nullptr;
+            const Node *node_;
         };
 
         Iterator begin() const { return Iterator(first_); }
-        Iterator end() const { return Iterator(); }
+        Iterator end() const { return Iterator(nullptr); }
 
       private:
         friend Groups;
