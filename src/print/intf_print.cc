@@ -57,10 +57,11 @@ bool render(unsigned char *handle) {
 
 void trace_text(const qarn_elem &elem, const GString &text) {
     if (!qarn::debugging(QARN_DEBUG_PRINT)) return;
-    csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", elem.uuid, elem.elem_id);
+    const qarn_merge_key key = qarn::key_of(elem);
+    csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", key.uuid, key.elem_id);
     if (text.len > 0) csm_qarn_sp_print("%s", text.str);
     if (qarn_print_isspace_check(text.str, static_cast<int32_t>(text.len)) == 1) {
-        csm_qarn_sp_print("UUID:%d Elem:%d is an empty string\n", elem.uuid, elem.elem_id);
+        csm_qarn_sp_print("UUID:%d Elem:%d is an empty string\n", key.uuid, key.elem_id);
     }
 }
 
@@ -113,8 +114,10 @@ unsigned char *complete_message(unsigned char *buffer) {
     return message;
 }
 
-// Whether the line was rendered; if not, a message says why, unless there was no memory.
+// Whether the line was rendered; if not, a message says why, unless there was no memory. The render handle outlives the
+// rendering state.
 bool render_interface_line(unsigned char *buffer, const char *name) {
+    qarn::Malloced<unsigned char> handle;
     const RenderingState state;
     void *reply = cmd_req_init(buffer, CMD_REPLY_BUFFER_SIZE);
     if (reply == nullptr) {
@@ -129,7 +132,7 @@ bool render_interface_line(unsigned char *buffer, const char *name) {
         csm_qarn_sp_print("ERROR: qarn_send_intf_info :Bad message\n");
         return false;
     }
-    const auto handle = make_render_handle(message);
+    handle = make_render_handle(message);
     if (!handle) return false;
     if (render(handle.get())) csm_qarn_sp_print("%s", g_clistr->str);
     return true;
@@ -164,8 +167,9 @@ void qarn_intf_cfg_print(void *vertex, void *if_index) {
     const qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value == nullptr) return;
     const qarn_elem &elem = *value->elem;
+    const qarn_merge_key key = qarn::key_of(elem);
     if (qarn::debugging(QARN_DEBUG_LOOKUP)) {
-        qarn::trace("String for (%d,%d) was %x\n", elem.uuid, elem.elem_id, 0u);
+        qarn::trace("String for (%d,%d) was %x\n", key.uuid, key.elem_id, 0u);
     }
     g_all_intf_config_printed = 1;
     if ((elem.property & QARN_PROP_INTF) == 0) return;
@@ -174,7 +178,7 @@ void qarn_intf_cfg_print(void *vertex, void *if_index) {
     void *found = g_hash_table_lookup(elem.ifindex_table, &index);
     if (qarn::debugging(QARN_DEBUG_LOOKUP)) {
         const void *text = elem.val_type == QARN_VAL_TEXT ? found : nullptr;
-        qarn::trace("String lookup for (%d,%d) was %x\n", elem.uuid, elem.elem_id, qarn::low32(text));
+        qarn::trace("String lookup for (%d,%d) was %x\n", key.uuid, key.elem_id, qarn::low32(text));
     }
     if (found != nullptr) take_up(elem, found);
 }
