@@ -84,16 +84,13 @@ void print_interface_body(void *if_index, bool (*filter_allows)()) {
     if (merged) csm_qarn_sp_print("%s", merged->str);
 }
 
-// The VDC that the shell runs in; the default one when its environment does not say.
+// The VDC that the shell runs in; the default one when the shell's environment does not name one.
 uint16_t vdc_of_shell() {
-    const char *text = std::getenv("SYSMGR_VDC_ID");
-    if (text == nullptr) return kDefaultVdc;
-    char *end = nullptr;
-    const long id = std::strtol(text, &end, 10);
-    return end != text ? static_cast<uint16_t>(id) : kDefaultVdc;
+    const char *id = std::getenv("SYSMGR_VDC_ID");
+    return id != nullptr ? static_cast<uint16_t>(std::strtol(id, nullptr, 10)) : kDefaultVdc;
 }
 
-// Blocks of a port channel's members. The record has room for 36 of them, whatever number it says.
+// Blocks of a port channel's members. The record has room for 36 of them, whatever number the manager answers.
 void print_member_blocks(uint32_t port_channel) {
     pc_info info = {};
     info.pc_if_index = port_channel;
@@ -103,11 +100,11 @@ void print_member_blocks(uint32_t port_channel) {
         csm_qarn_sp_print("pcm_get_pc_info failed for 0x%x retval %s\n", port_channel, syserr2str(status));
         return;
     }
-    const uint32_t announced = info.num_members; // read by value: the field lies unaligned
-    const uint32_t count = std::min<uint32_t>(announced, QARN_MAX_PC_MEMBERS);
+    const uint32_t answered = info.num_members; // read by value: the field is unaligned
     if (qarn::debugging(QARN_DEBUG_INTERFACE)) {
-        qarn::trace("Found %d members for ifIndex 0x%x\n", count, port_channel);
+        qarn::trace("Found %d members for ifIndex 0x%x\n", answered, port_channel);
     }
+    const uint32_t count = std::min<uint32_t>(answered, QARN_MAX_PC_MEMBERS);
     for (uint32_t j = 0; j < count; ++j) {
         pc_member &member = info.members[j];
         print_interface_header(member.if_index);

@@ -126,7 +126,7 @@ TEST_F(ElementPrinter, AsksForMembersInTheVdcOfTheShell) {
     add_interface(0x16000001, "port-channel1", 20);
     cmd_token_id = 167;
     take_up_interfaces();
-    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "1"}, {"", "1"}, {"absent", "1"}}) {
+    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "0"}, {"", "0"}, {"absent", "1"}}) {
         setenv("SYSMGR_VDC_ID", value, 1);
         if (std::string_view(value) == "absent") unsetenv("SYSMGR_VDC_ID");
         print(223, 20);
