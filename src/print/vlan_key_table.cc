@@ -115,11 +115,6 @@ class Contributions {
     bool lent_ = false;
 };
 
-void join_contributions_of(const char *line) {
-    const Contributions contributions(line);
-    qarn_vlan_add_aggr_keystr();
-}
-
 // An aggregate for whose VLAN there was no memory belongs to nobody.
 void discard_unless_filed() {
     if (g_hash_table_lookup(vlan_reverse_table_p, &g_vlan_id) == g_vlan_aggr_str) return;
@@ -127,21 +122,26 @@ void discard_unless_filed() {
     g_vlan_aggr_str = nullptr;
 }
 
-// Every VLAN of the key list gets its aggregate; in a checkpoint it is printed at once.
+// Join what the elements file under a VLAN's line. A checkpoint prints line and aggregate while the contributions are
+// still on key_str_list.
+void aggregate_vlan(const char *line, bool checkpoint) {
+    g_vlan_aggr_str = g_string_new("");
+    const Contributions contributions(line);
+    qarn_vlan_add_aggr_keystr();
+    if (!checkpoint) return;
+    csm_qarn_sp_print("%s", line);
+    csm_qarn_sp_print("%s", g_vlan_aggr_str->str);
+}
+
+// Every VLAN of the key list gets its aggregate.
 void aggregate(const qarn_elem &elem, const VlanKind &kind, bool checkpoint) {
     qarn::clear_ids(&vlan_all_bitset);
     for (int32_t i = 0; i < totalkeys; ++i) {
         const qarn_key_val *key = find_vlan(elem, i);
         if (key == nullptr) continue;
-        g_vlan_aggr_str = g_string_new("");
         g_vlan_id = static_cast<int32_t>(key->ifindex);
         mark(g_vlan_id);
-        const VlanLine line(kind, g_vlan_id);
-        join_contributions_of(line.text());
-        if (checkpoint) {
-            csm_qarn_sp_print("%s", line.text());
-            csm_qarn_sp_print("%s", g_vlan_aggr_str->str);
-        }
+        aggregate_vlan(VlanLine(kind, g_vlan_id).text(), checkpoint);
         discard_unless_filed();
         g_traverse = 1;
     }
