@@ -65,6 +65,9 @@ void mark_answered(uint32_t sap) {
     if (qarn::debugging(QARN_DEBUG_COLLECT)) qarn::trace("Received config from Sap:%d\n", sap);
     qarn_sap_list_delete(saps, num_saps, sap);
     --sap_ctr;
+}
+
+void trace_awaited() {
     if (qarn::debugging(QARN_DEBUG_STORE)) qarn::trace("Sap ctr = %d\n", sap_ctr);
 }
 
@@ -100,7 +103,10 @@ void qarn_invoke_all_lib_funcs(uint32_t mts_handle, const void *msg, uint32_t si
         if (row.sap <= 0) return true; // belongs to no service: always asked
         const bool awaited = contains(saps, num_saps, row.sap);
         if (!serves(row, cfg_source) || (is_fallback(row) && awaited)) return false;
-        if (awaited) mark_answered(static_cast<uint32_t>(row.sap));
+        if (awaited) {
+            mark_answered(static_cast<uint32_t>(row.sap));
+            trace_awaited();
+        }
         return true;
     };
     invoke_selected(mts_handle, msg, size, "Ascii cfg send failed", "Ascii cfg recv failed", select);
@@ -117,8 +123,9 @@ void qarn_invoke_lib_funcs(uint32_t mts_handle, const void *msg, uint32_t size) 
         if (row.sap <= 0 || !contains(saps, num_saps, row.sap)) return false;
         if (!serves(row, cfg_source)) return false;
         if (is_fallback(row) && contains(consumers, num_consumers, row.sap)) return false;
-        qarn_feature_dns = row.sap == kSapDns && cfg_display_type == 0 ? 1 : 0;
         mark_answered(static_cast<uint32_t>(row.sap));
+        qarn_feature_dns = row.sap == kSapDns && cfg_display_type == 0 ? 1 : 0;
+        trace_awaited();
         return true;
     };
     invoke_selected(mts_handle, msg, size, "Ascii cfg feature send failed", "Ascii cfg feature recv failed", select);
