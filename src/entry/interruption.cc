@@ -35,8 +35,10 @@ bool log_interruption(int signo) {
 } // namespace
 
 void qarn_sig_handler(int signo) {
+    const int err = errno;
     if (qarn::debugging(QARN_DEBUG_STORE) && !log_interruption(signo)) {
         csm_qarn_sp_print("Unable to open Exception log file\n");
+        errno = err; // the interrupted code may be about to read it
         return;
     }
     if (start_cfg_locked != 0) qarn_startup_cfg_lock(gl_q, 0);
