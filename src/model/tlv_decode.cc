@@ -3,7 +3,8 @@
 // copied, because the reply is freed right after the call.
 //
 // Where a stream breaks the format without leaving the reply: a value too short for its tag's words is consumed with
-// its follow-ups and changes nothing; a TLV without a value counts as an empty text; a follow-up that is missing ends
+// its follow-ups and changes nothing, except that a tag 0 too short for its words opens no element, so that what
+// follows belongs to none until the next tag 0; a TLV without a value counts as an empty text; a missing follow-up ends
 // the decoding without its entry; a text's length only sizes its copy's first buffer, and never beyond the text.
 #include <qarncli/tlv_decode.h>
 
@@ -157,7 +158,7 @@ class Decoder {
             if (count_ > announced) return {0, false};
             if (const Verdict verdict = act_on(*tlv)) return {*verdict, false};
         }
-        return {0, reader_.taken() == announced};
+        return {0, reader_.taken() == announced && !lost_element_};
     }
 
   private:
@@ -185,7 +186,7 @@ class Decoder {
     void store(qarn_elem *elem) { qarn_merge_hash_insert(elem->uuid, elem, table_); }
 
     Verdict open_element(const Tlv &tlv) {
-        if (!tlv.has_words(5)) return kGoOn;
+        if (!tlv.has_words(5)) return open_nothing();
         qarn_elem *fresh = qarn_elem_info_create(0, 0, 0, 0);
         if (fresh == nullptr) return QARN_STATUS_NO_MEMORY;
         if (debugging(QARN_DEBUG_PRINT)) debug_element_ = qarn_elem_info_create(0, 0, 0, 0);
@@ -201,6 +202,13 @@ class Decoder {
         } else if (merged_) {
             qarn_merge_hash_remove(current_->uuid, current_, table_);
         }
+        return kGoOn;
+    }
+
+    // Nobody knows which element was meant: what follows belongs to none, rather than to the one before.
+    Verdict open_nothing() {
+        current_ = debug_element_ = nullptr;
+        lost_element_ = true;
         return kGoOn;
     }
 
@@ -428,6 +436,7 @@ class Decoder {
     qarn_elem *current_ = nullptr;
     qarn_elem *debug_element_ = nullptr; // never stored; made for the debug display only
     bool merged_ = false;                // the current element was in the store before
+    bool lost_element_ = false;          // a tag 0 was too short to name its element
     int64_t count_ = 0;                  // TLVs seen, and follow-ups as far as the announced number includes them
 };
 

@@ -146,7 +146,7 @@ TEST_F(Decoding, StopsBehindTheAnnouncedNumber) {
 
 TEST_F(Decoding, PassesOverWhatHasNoElementOrTooFewWords) {
     Tlv tlv = said("after 1.1; text x; if 1 x; string k v; key 1 m k; own x; 5.0; text a");
-    tlv.words(0, {6, 6, 6, 6}).words(1, {1, 1}).raw(1, "").raw(2, "").raw(3, "abc").text("x").raw(7, "abc");
+    tlv.words(1, {1, 1}).raw(1, "").raw(2, "").raw(3, "abc").text("x").raw(7, "abc");
     tlv.text("x").text("x").text("b").words(3, {7}).raw(2, "");
     EXPECT_EQ(decode(tlv), 0u);
     for (const std::uint32_t tag : {3u, 6u, 7u})
