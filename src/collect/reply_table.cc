@@ -6,6 +6,8 @@
 
 #include <qarncli/globals.h>
 
+#include <limits>
+
 #include "base/bytes.h"
 #include "collect/joined_reply.h"
 
@@ -15,6 +17,15 @@ namespace {
 constexpr std::size_t kGuard = 64;
 // A reply that stops further short of what it announced than this is not zeroed byte by byte.
 constexpr std::size_t kLargeTail = 65536;
+
+// The size of a reply's block, guard included; 0 where that is more than `Size` can hold.
+template <typename Size>
+constexpr Size block_size(uint32_t total_len) {
+    constexpr auto kGuardBytes = static_cast<Size>(kGuard);
+    return total_len <= std::numeric_limits<Size>::max() - kGuardBytes ? static_cast<Size>(total_len) + kGuardBytes : 0;
+}
+static_assert(block_size<uint32_t>(0xffffffffu - kGuard) == 0xffffffffu);
+static_assert(block_size<uint32_t>(0xffffffffu - kGuard + 1) == 0, "a 32-bit size must not wrap to a small block");
 
 qarn_msg_entry *find_entry(uint32_t sap) {
     return static_cast<qarn_msg_entry *>(g_hash_table_lookup(msg_table_p, &sap));
@@ -26,7 +37,9 @@ qarn_msg_entry *add_entry(const qarn_cfg_frag &frag) {
     if (!entry) return nullptr;
     *entry = {frag.sap, frag.total_len, 0, nullptr};
     if (frag.total_len >= sizeof(qarn_cfg_reply)) {
-        entry->buf = qarn::allocate<unsigned char>(frag.total_len + kGuard).release();
+        const auto size = block_size<std::size_t>(frag.total_len);
+        if (size == 0) return nullptr; // as much as no machine of this width has
+        entry->buf = qarn::allocate<unsigned char>(size).release();
         if (entry->buf == nullptr) return nullptr;
     }
     g_hash_table_insert(msg_table_p, entry.get(), entry.get());
