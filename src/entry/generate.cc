@@ -63,7 +63,8 @@ void choose_display_variant(const Generation &gen) {
     }
 }
 
-// Ask for every consumer of the request opcode. A negative answer is reported, and is never used as a length.
+// Ask for every consumer of the request opcode. A negative answer is reported, and is never used as a length: num_saps
+// keeps its value.
 bool list_consumers(const Generation &gen) {
     const int32_t answered = mts_opc_consumers_list(gen.handle, QARN_OPC_REQUEST, saps, MTS_CONSUMER_CAPACITY);
     if (answered < 0) {
@@ -105,8 +106,8 @@ void install_signal_handler(const Generation &gen) {
         std::signal(signo, qarn_sig_handler);
 }
 
-Step refuse_without_binary_store(const char *text) {
-    csm_qarn_sp_print("%s", text);
+Step refuse_without_copy() {
+    csm_qarn_sp_print("ERROR: Please do 'copy run start' and retry.\n");
     return end_at_once(0);
 }
 
@@ -116,18 +117,14 @@ Step check_startup_store(Generation &gen) {
         csm_qarn_sp_print("%s\n", syserr2str(QARN_STATUS_NO_STARTUP));
         return end_at_once(QARN_STATUS_NO_STARTUP);
     }
-    if (cfg_display != QARN_DISPLAY_ALL && qarn_is_startup_bin_cfg_present(gen.req) == 0) {
-        return refuse_without_binary_store("ERROR: Please do 'copy run start' and retry.\n");
-    }
+    if (cfg_display != QARN_DISPLAY_ALL && qarn_is_startup_bin_cfg_present(gen.req) == 0) return refuse_without_copy();
     if (qarn_feature == 1 && qarn_is_startup_bin_cfg_present(gen.req) == 0) {
-        return refuse_without_binary_store(
-            "ERROR:No binary startup-config present. Use \"show startup-config\" instead.\n");
+        csm_qarn_sp_print("ERROR:No binary startup-config present. Use \"show startup-config\" instead.\n");
+        return end_at_once(0);
     }
     if (qarn_feature != 1 && qarn_is_startup_bin_cfg_present(gen.req) == 0) {
         if (debugging(QARN_DEBUG_STORE)) trace("Displaying Ascii file %s\n", gen.startup_path);
-        if (cmd_token_id == QARN_TOKEN_SYNC_BODY) {
-            return refuse_without_binary_store("ERROR: Please do 'copy run start' and retry.\n");
-        }
+        if (cmd_token_id == QARN_TOKEN_SYNC_BODY) return refuse_without_copy();
         qarn_merge_cat_file(gen.startup_path);
         return end_at_once(0);
     }
@@ -349,6 +346,8 @@ uint32_t qarn_generate(qarn_req *req, uint32_t cfg_source) {
     const qarn::Ending ending = qarn::run(gen);
     qarn::release_startup_store(gen);
     if (ending.at_once) return ending.status;
+    gen.uri.reset();
+    gen.message.bytes.reset();
     csm_qarn_sp_print("\n");
     return ending.status != 0 ? ending.status : gen.recv_err;
 }

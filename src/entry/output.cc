@@ -41,15 +41,17 @@ void print_header(const Generation &gen) {
     qarn_version_print();
 }
 
-// One ordering pass over the element store; false for a loop, after its message.
-bool order_elements(const StoreEntries &entries, int32_t level, int32_t intf_only, queue *ordered,
-                    const char *loop_text) {
+// One ordering pass over the element store; false for a loop.
+bool order_elements(const StoreEntries &entries, int32_t level, int32_t intf_only, queue *ordered) {
     qarn_merge_graph_info pass;
     qarn_merge_graph_info_init(&pass, level, intf_only);
     entries.for_each(level, qarn_graph_vertex_add, &pass);
     entries.for_each(level, qarn_graph_edge_add, &pass);
-    if (visit2(&pass.graph, ordered) == 0) return true;
-    csm_qarn_sp_print("%s", loop_text);
+    return visit2(&pass.graph, ordered) == 0;
+}
+
+bool report_loop() {
+    csm_qarn_sp_print("Loop in the graph\n");
     return false;
 }
 
@@ -58,16 +60,19 @@ bool print_level(const StoreEntries &entries, int32_t level, qarn_cfg_req_msg *m
     if (add_nl != 0) csm_qarn_sp_print("\n");
     add_nl = 0;
     queue ordered;
-    if (!order_elements(entries, level, 0, &ordered, "Loop in the graph\n")) return false;
+    if (!order_elements(entries, level, 0, &ordered)) return report_loop();
     traverse(&ordered, qarn_element_cfg_print, msg);
     return true;
 }
 
 bool print_levels(qarn_cfg_req_msg *msg) {
     const StoreEntries entries(merge_elem_table_p);
-    if (!order_elements(entries, QARN_EVERY_LEVEL, 1, &intf_element_q, "Loop in the graph\n")) return false;
+    if (!order_elements(entries, QARN_EVERY_LEVEL, 1, &intf_element_q)) return report_loop();
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
-    if (!order_elements(entries, QARN_EVERY_LEVEL, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
+    if (!order_elements(entries, QARN_EVERY_LEVEL, 0, &keystr_element_q)) {
+        csm_qarn_sp_print("KEYSTR Loop in the graph\n");
+        return false;
+    }
     ContributionIndex contribution_index; // of what the two queues now hold
     InterfaceIndex interface_index;
     PrintedKeys printed_keys;
