@@ -6,6 +6,7 @@
 #include <charconv>
 #include <stdexcept>
 
+#include <qarncli/if_index_list.h>
 #include <qarncli/ifindex.h>
 
 namespace sim {
