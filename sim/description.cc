@@ -27,7 +27,7 @@ namespace sim {
 
 namespace {
 
-constexpr std::uint32_t kLastLevel = 12, kLastVlan = 4094, kLastVsan = 4095, kLastKey16 = 0xffff;
+constexpr std::uint32_t kLastLevel = 12, kLastVsan = 4095, kLastKey16 = 0xffff;
 constexpr std::uint32_t kLastRow = 16;
 // 0, 1 and 0xffffffff in a request do not name one service.
 constexpr std::uint32_t kFirstSap = 2, kLastSap = 0xfffffffe;
@@ -320,7 +320,7 @@ YAML::Node Reader::parse(const std::string &text) const {
 
 void Reader::read(const std::string &text_of_file) {
     Mapping root(*this, parse(text_of_file), "the description",
-                 {"name", "version", "vdc", "vdcs", "card", "modules", "store", "interfaces", "vlans", "port_profiles",
+                 {"name", "version", "vdc", "vdcs", "card", "modules", "store", "interfaces", "port_profiles",
                   "switch_profile", "features", "services", "in_process"});
     sw_.name = text(root.require("name"), "name");
     if (root["version"].IsDefined()) sw_.version = text(root["version"], "version");
@@ -331,12 +331,6 @@ void Reader::read(const std::string &text_of_file) {
               [&](const YAML::Node &item) { sw_.modules.push_back(number(item, "a module's status")); });
     read_switch_profile(root["switch_profile"]);
     if (root["card"].IsDefined()) sw_.card = number(root["card"], "card", 0, kLastKey16);
-    if (root["vlans"].IsDefined()) {
-        std::vector<std::uint32_t> vlans = ids(root["vlans"], "VLAN", 1, kLastVlan);
-        std::sort(vlans.begin(), vlans.end());
-        vlans.erase(std::unique(vlans.begin(), vlans.end()), vlans.end());
-        sw_.vlans = std::move(vlans);
-    }
     read_port_profiles(root["port_profiles"]);
     read_interfaces(root["interfaces"]);
     read_services(root.require("services"));

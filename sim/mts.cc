@@ -78,8 +78,7 @@ void ask(const Service &service, const qarn_cfg_req_msg &request) {
     Transport::Endpoint *asker = endpoint_of_sap(request.src_sap);
     if (asker == nullptr || service.is_silent || excludes(request, service.sap)) return;
     const std::size_t size = service.fragment_size != 0 ? service.fragment_size : current().transport.fragment_size;
-    for (int i = 0; i < service.answers; ++i)
-        asker->streams.push_back(fragments(service.sap, reply_of(service, request), size));
+    asker->streams.push_back(fragments(service.sap, reply_of(service, request), size));
 }
 
 void send_to_service(const Service &service, std::uint32_t opcode, const void *payload, std::uint32_t length) {

@@ -89,23 +89,8 @@ Service &Service::replies(const Tlv &tlv) {
     return *this;
 }
 
-Service &Service::fails(std::uint32_t code) {
-    status = code;
-    return *this;
-}
-
 Service &Service::silent() {
     is_silent = true;
-    return *this;
-}
-
-Service &Service::twice() {
-    answers = 2;
-    return *this;
-}
-
-Service &Service::in_fragments_of(std::size_t bytes) {
-    fragment_size = bytes;
     return *this;
 }
 

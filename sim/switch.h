@@ -59,16 +59,12 @@ struct Service {
 
     std::uint32_t status = 0;      // non-zero: the reply's failure status
     bool is_silent = false;        // never answers on the transport
-    int answers = 1;               // replies per request
     std::size_t fragment_size = 0; // bytes of data per fragment; 0: the transport's setting
     // Replaces the elements: returns the whole qarn_cfg_reply for a request.
     std::function<Bytes(const qarn_cfg_req_msg &)> script;
 
     Service &replies(const Tlv &tlv); // this stream, with `status`
-    Service &fails(std::uint32_t code);
     Service &silent();
-    Service &twice();
-    Service &in_fragments_of(std::size_t bytes);
     Element &element(std::uint32_t id, std::uint32_t level, std::uint32_t property = 0);
 };
 
@@ -154,7 +150,6 @@ struct Switch {
     std::deque<Service> services;
     std::vector<Interface> interfaces;                // in display order; blocks in the order of their first interface
     std::map<std::string, std::string> port_profiles; // name -> lines for an interface that inherits it
-    std::vector<std::uint32_t> vlans;                 // configured VLANs, in ascending order
     std::map<std::string, std::uint32_t> features;    // feature name -> row of the shell's SAP table
 
     Transport transport;
