@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "fuzz/input.h"
+#include "sim/cmdshell.h"
+#include "sim/reply.h"
 #include "sim/switch.h"
 #include "support/globals.h"
 

@@ -20,6 +20,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "sim/cfglib.h"
+#include "sim/cmdshell.h"
 #include "sim/notation.h"
 #include "sim/store.h"
 
@@ -27,17 +29,17 @@ namespace sim {
 
 namespace {
 
-constexpr std::uint32_t kLastLevel = 12, kLastVsan = 4095, kLastKey16 = 0xffff;
-constexpr std::uint32_t kLastRow = 16;
+constexpr uint32_t kLastLevel = 12, kLastVsan = 4095, kLastKey16 = 0xffff;
+constexpr uint32_t kLastRow = 16;
 // 0, 1 and 0xffffffff in a request do not name one service.
-constexpr std::uint32_t kFirstSap = 2, kLastSap = 0xfffffffe;
+constexpr uint32_t kFirstSap = 2, kLastSap = 0xfffffffe;
 constexpr std::size_t kRowServices = 10, kRowElements = 10;
 constexpr std::size_t kVdcs = 5, kLastVdcName = 32;
-constexpr std::uint32_t kLastCallbackSap = 0x7fffffff;
+constexpr uint32_t kLastCallbackSap = 0x7fffffff;
 
 struct PropertyWord {
     const char *word;
-    std::uint32_t bit; // 0: the view the command asks for
+    uint32_t bit; // 0: the view the command asks for
 };
 constexpr PropertyWord kCallbackWords[] = {
     {"fallback", QARN_CB_FLAG_FALLBACK}, {"startup", QARN_CB_FLAG_STARTUP}, {"running", QARN_CB_FLAG_RUNNING}};
@@ -129,14 +131,13 @@ class Reader {
 
     std::string text(const YAML::Node &node, const std::string &what) const;
     bool flag(const YAML::Node &node, const std::string &what) const;
-    std::uint32_t number(const YAML::Node &node, const std::string &what, std::uint32_t low = 0,
-                         std::uint32_t high = UINT32_MAX) const;
+    uint32_t number(const YAML::Node &node, const std::string &what, uint32_t low = 0,
+                    uint32_t high = UINT32_MAX) const;
     void each_item(const YAML::Node &node, const std::string &what,
                    const std::function<void(const YAML::Node &)> &act) const;
     void each_pair(const YAML::Node &node, const std::string &what,
                    const std::function<void(const YAML::Node &, const YAML::Node &)> &act) const;
-    std::vector<std::uint32_t> ids(const YAML::Node &node, const std::string &what, std::uint32_t low,
-                                   std::uint32_t high) const;
+    std::vector<uint32_t> ids(const YAML::Node &node, const std::string &what, uint32_t low, uint32_t high) const;
 
     YAML::Node parse(const std::string &text) const;
     void read_vdc(const YAML::Node &node);
@@ -158,19 +159,19 @@ class Reader {
     void read_interface_texts(const YAML::Node &node, Element &element) const;
     void read_keys(const YAML::Node &node, Element &element) const;
     void read_key_strings(const YAML::Node &node, Element &element) const;
-    void read_dependencies(const YAML::Node &node, const std::string &what, std::uint32_t type, Element &element) const;
+    void read_dependencies(const YAML::Node &node, const std::string &what, uint32_t type, Element &element) const;
 
     Service &service_named(const YAML::Node &node, const std::string &what) const;
-    std::uint32_t interface_named(const YAML::Node &node, const std::string &name) const; // its index
+    uint32_t interface_named(const YAML::Node &node, const std::string &name) const; // its index
     std::string port_profile_named(const YAML::Node &node) const;
     std::string path_beside(const YAML::Node &node, const std::string &what) const; // relative to the description
     // [service name or UUID, element id]
-    std::pair<std::uint32_t, std::uint32_t> element_reference(const YAML::Node &node, const std::string &what) const;
+    std::pair<uint32_t, uint32_t> element_reference(const YAML::Node &node, const std::string &what) const;
 
     Switch &sw_;
     std::string name_;
-    std::unordered_map<std::string, std::uint32_t> interface_indexes_;   // by name in lower case
-    std::unordered_map<std::uint32_t, std::size_t> interface_positions_; // in Switch::interfaces, by index
+    std::unordered_map<std::string, uint32_t> interface_indexes_;   // by name in lower case
+    std::unordered_map<uint32_t, std::size_t> interface_positions_; // in Switch::interfaces, by index
 };
 
 // ---- Values and their errors ----------------------------------------------------------------------------------------
@@ -224,10 +225,9 @@ bool Reader::flag(const YAML::Node &node, const std::string &what) const {
     return word == "true";
 }
 
-std::uint32_t Reader::number(const YAML::Node &node, const std::string &what, std::uint32_t low,
-                             std::uint32_t high) const {
+uint32_t Reader::number(const YAML::Node &node, const std::string &what, uint32_t low, uint32_t high) const {
     std::string word = text(node, what);
-    std::optional<std::uint32_t> value = to_number(word);
+    std::optional<uint32_t> value = to_number(word);
     if (!value || *value < low || *value > high) {
         fail(node, what + " must be a number from " + std::to_string(low) + " to " + std::to_string(high) + ", not " +
                        quoted(word));
@@ -255,12 +255,11 @@ void Reader::each_pair(const YAML::Node &node, const std::string &what,
     }
 }
 
-std::vector<std::uint32_t> Reader::ids(const YAML::Node &node, const std::string &what, std::uint32_t low,
-                                       std::uint32_t high) const {
+std::vector<uint32_t> Reader::ids(const YAML::Node &node, const std::string &what, uint32_t low, uint32_t high) const {
     std::string ranges = text(node, what);
-    std::vector<std::uint32_t> all;
+    std::vector<uint32_t> all;
     for (const IdRange &range : at(node, [&] { return parse_id_ranges(ranges, what, low, high); }))
-        for (std::uint32_t id = range.low; id <= range.high; ++id)
+        for (uint32_t id = range.low; id <= range.high; ++id)
             all.push_back(id);
     return all;
 }
@@ -274,7 +273,7 @@ Service &Reader::service_named(const YAML::Node &node, const std::string &what) 
     return *service;
 }
 
-std::uint32_t Reader::interface_named(const YAML::Node &node, const std::string &name) const {
+uint32_t Reader::interface_named(const YAML::Node &node, const std::string &name) const {
     auto interface = interface_indexes_.find(lower_case(name));
     if (interface == interface_indexes_.end()) fail(node, "unknown interface " + quoted(name));
     return interface->second;
@@ -292,10 +291,9 @@ std::string Reader::path_beside(const YAML::Node &node, const std::string &what)
     return path[0] == '/' ? path : name_.substr(0, name_.rfind('/') + 1) + path;
 }
 
-std::pair<std::uint32_t, std::uint32_t> Reader::element_reference(const YAML::Node &node,
-                                                                  const std::string &what) const {
+std::pair<uint32_t, uint32_t> Reader::element_reference(const YAML::Node &node, const std::string &what) const {
     if (!node.IsSequence() || node.size() != 2) fail(node, what + " must be a pair [service, element id]");
-    std::uint32_t uuid = 0;
+    uint32_t uuid = 0;
     if (is_number(text(node[0], "the service of " + what))) {
         uuid = number(node[0], "the UUID of " + what, 0, kLastKey16);
     } else {
@@ -345,7 +343,7 @@ void Reader::read_vdc(const YAML::Node &node) {
     }
     Mapping vdc(*this, node, "vdc", {"id", "name"});
     sw_.vdc = number(vdc.require("id"), "the VDC's id", 1, kLastKey16);
-    sw_.vdcs = {{static_cast<std::uint16_t>(sw_.vdc), text(vdc.require("name"), "the VDC's name"), true}};
+    sw_.vdcs = {{static_cast<uint16_t>(sw_.vdc), text(vdc.require("name"), "the VDC's name"), true}};
 }
 
 // Of the VDCs listed, this description is that of its key vdc, or of the first one.
@@ -355,7 +353,7 @@ void Reader::read_vdcs(const YAML::Node &node) {
     each_item(node, "vdcs", [&](const YAML::Node &item) {
         Mapping entry(*this, item, "an entry of vdcs", {"id", "name", "active", "switch"});
         Vdc vdc;
-        vdc.id = static_cast<std::uint16_t>(number(entry.require("id"), "the VDC's id", 1, kLastKey16));
+        vdc.id = static_cast<uint16_t>(number(entry.require("id"), "the VDC's id", 1, kLastKey16));
         vdc.name = text(entry.require("name"), "the VDC's name");
         if (entry["active"].IsDefined()) vdc.active = flag(entry["active"], "active");
         if (entry["switch"].IsDefined()) vdc.switch_file = path_beside(entry["switch"], "switch");
@@ -438,7 +436,7 @@ void Reader::read_interface_entry(const YAML::Node &node) {
 
 void Reader::read_members(const YAML::Node &node) {
     if (!node["members"].IsDefined()) return;
-    std::vector<std::uint32_t> members;
+    std::vector<uint32_t> members;
     std::string names = text(node["members"], "members");
     for (const std::string &name : at(node["members"], [&] { return expand_names(names); }))
         members.push_back(interface_named(node["members"], name));
@@ -461,8 +459,8 @@ void Reader::read_service(const YAML::Node &node) {
     Mapping entry(*this, node, "a service",
                   {"name", "sap", "uuid", "consumer", "silent", "status", "fragment_size", "elements"});
     std::string name = text(entry.require("name"), "the service's name");
-    std::uint32_t sap = number(entry.require("sap"), "the SAP of " + name, kFirstSap, kLastSap);
-    std::uint32_t uuid = number(entry.require("uuid"), "the UUID of " + name, 1, kLastKey16);
+    uint32_t sap = number(entry.require("sap"), "the SAP of " + name, kFirstSap, kLastSap);
+    uint32_t uuid = number(entry.require("uuid"), "the UUID of " + name, 1, kLastKey16);
     if (name.empty() || is_number(name)) fail(entry["name"], "a service's name must be a word, not " + quoted(name));
     for (const Service &other : sw_.services) {
         if (other.name == name) fail(entry["name"], "service " + quoted(name) + " is listed twice");
@@ -481,8 +479,8 @@ void Reader::read_element(const YAML::Node &node, Service &service) {
     Mapping entry(*this, node, "an element",
                   {"id", "level", "properties", "port_profile", "values", "text", "interfaces", "keys", "key_strings",
                    "after", "only_if"});
-    std::uint32_t id = number(entry.require("id"), "the element's id", 0, kLastKey16);
-    std::uint32_t level = number(entry.require("level"), "level", 0, kLastLevel);
+    uint32_t id = number(entry.require("id"), "the element's id", 0, kLastKey16);
+    uint32_t level = number(entry.require("level"), "level", 0, kLastLevel);
     for (const Element &other : service.elements)
         if (other.id == id)
             fail(entry["id"], "element " + std::to_string(id) + " of " + service.name + " is listed twice");
@@ -522,12 +520,12 @@ void Reader::read_properties(const YAML::Node &node, Element &element) const {
 }
 
 void Reader::read_interface_texts(const YAML::Node &node, Element &element) const {
-    std::set<std::uint32_t> seen;
+    std::set<uint32_t> seen;
     each_pair(node, "interfaces", [&](const YAML::Node &names, const YAML::Node &value) {
         std::string lines = as_block(text(value, "the text of " + names.Scalar()));
         if (element.val_type == QARN_VAL_COMMAND && !lines.empty()) lines.pop_back(); // the renderer ends the line
         for (const std::string &name : at(names, [&] { return expand_names(names.Scalar()); })) {
-            std::uint32_t if_index = interface_named(names, name);
+            uint32_t if_index = interface_named(names, name);
             if (!seen.insert(if_index).second) fail(names, "interface " + quoted(name) + " has a text already");
             std::string_view number = std::string_view(name).substr(start_of_number(name, name.size()));
             element.intf_texts.emplace_back(if_index, with_number(lines, number));
@@ -544,7 +542,7 @@ void Reader::read_keys(const YAML::Node &node, Element &element) const {
             element.keys.push_back({0, header, name});
             return;
         }
-        for (std::uint32_t id : ids(entry["ids"], "key id", 0, kLastVsan)) {
+        for (uint32_t id : ids(entry["ids"], "key id", 0, kLastVsan)) {
             std::string number = std::to_string(id);
             element.keys.push_back({id, with_number(header, number), with_number(name, number)});
         }
@@ -565,15 +563,14 @@ void Reader::read_key_strings(const YAML::Node &node, Element &element) const {
             add(item, name, lines);
             return;
         }
-        for (std::uint32_t id : ids(entry["ids"], "key id", 0, kLastVsan)) {
+        for (uint32_t id : ids(entry["ids"], "key id", 0, kLastVsan)) {
             std::string number = std::to_string(id);
             add(item, with_number(name, number), with_number(lines, number));
         }
     });
 }
 
-void Reader::read_dependencies(const YAML::Node &node, const std::string &what, std::uint32_t type,
-                               Element &element) const {
+void Reader::read_dependencies(const YAML::Node &node, const std::string &what, uint32_t type, Element &element) const {
     each_item(node, what, [&](const YAML::Node &item) {
         auto [uuid, id] = element_reference(item, what);
         element.dependencies.push_back({uuid, id, type});
@@ -587,9 +584,9 @@ void Reader::read_in_process(const YAML::Node &node) {
         Mapping entry(*this, item, "an entry of in_process", {"service", "function", "library", "flags"});
         const YAML::Node &service = entry.require("service");
         const bool of_none = text(service, "service") == "0";
-        const std::uint32_t sap = of_none ? 0 : service_named(service, "service").sap;
+        const uint32_t sap = of_none ? 0 : service_named(service, "service").sap;
         if (sap > kLastCallbackSap) fail(service, "the SAP of " + quoted(service.Scalar()) + " is too high");
-        std::uint32_t flags = 0;
+        uint32_t flags = 0;
         each_item(entry["flags"], "flags", [&](const YAML::Node &word) {
             const auto known = std::ranges::find(kCallbackWords, text(word, "a flag"), &PropertyWord::word);
             if (known == std::ranges::end(kCallbackWords))
@@ -611,11 +608,11 @@ void Reader::read_features(const YAML::Node &node) {
 
 void Reader::read_feature(const std::string &name, const YAML::Node &node) {
     Mapping entry(*this, node, "feature " + quoted(name), {"row", "services", "key", "elements"});
-    std::uint32_t row = number(entry.require("row"), "row", 1, kLastRow);
+    uint32_t row = number(entry.require("row"), "row", 1, kLastRow);
     for (const auto &[other, other_row] : sw_.features)
         if (other_row == row) fail(entry["row"], "feature " + quoted(name) + " has the row of " + quoted(other));
-    std::vector<std::uint32_t> saps;
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;
+    std::vector<uint32_t> saps;
+    std::vector<std::pair<uint32_t, uint32_t>> pairs;
     each_item(entry.require("services"), "services", [&](const YAML::Node &item) {
         const Service &service = service_named(item, "services");
         saps.push_back(service.sap);
@@ -650,7 +647,8 @@ void load_description(Switch &sw, const std::string &path) {
 }
 
 void load_description_text(Switch &sw, const std::string &text, const std::string &name) {
-    clear_tables();
+    clear_show_tables();
+    clear_callback_table();
     Reader(sw, name).read(text);
 }
 
