@@ -23,14 +23,13 @@
 #include "platform/ifmgr.h"
 #include "platform/port_managers.h"
 #include "platform/sysmgr.h"
+#include "platform/vdc.h"
 #include "print/intf_print.h"
 #include "print/lookup.h"
 
 namespace qarn {
 namespace {
 
-constexpr uint32_t kPortChannelBlock = 20; // element id of the port channels' blocks
-constexpr uint32_t kDefaultVdc = 1;
 constexpr std::size_t kCollectedSize = 256; // first size of an interface's text
 constexpr uint32_t kNameSize = 79;
 
@@ -88,7 +87,7 @@ void print_interface_body(void *if_index, bool (*filter_allows)()) {
 // The VDC that the shell runs in; the default one when the shell's environment does not name one.
 uint16_t vdc_of_shell() {
     const char *id = std::getenv("SYSMGR_VDC_ID");
-    return id != nullptr ? static_cast<uint16_t>(std::strtol(id, nullptr, 10)) : kDefaultVdc;
+    return id != nullptr ? static_cast<uint16_t>(std::strtol(id, nullptr, 10)) : VDC_DEFAULT_ID;
 }
 
 // Blocks of a port channel's members. The record has room for 36 of them, whatever number the manager answers.
@@ -114,7 +113,7 @@ void print_member_blocks(uint32_t port_channel) {
 }
 
 bool is_membership_port_channel(uint32_t block, uint32_t if_index) {
-    return cmd_token_id == QARN_TOKEN_MEMBERSHIP && block == kPortChannelBlock &&
+    return cmd_token_id == QARN_TOKEN_MEMBERSHIP && block == PCM_BLOCK_ELEM_ID &&
            if_index_is_port_channel_sub_interface(if_index) == 0;
 }
 
