@@ -104,7 +104,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::uint8_t display = input.byte(), options = input.byte(), traces = input.byte();
     const std::uint32_t order = input.word();
     cfg_display = display % 18;
-    sim::set_shell_options({.filter_mode = options & 1 ? 0x48u : 0, .generic_option = options & 8u ? 0x10u : 0u});
+    sim::set_shell_options({.filter_mode = options & 1 ? 0x48u : 0,
+                            .generic_option = options & 8u ? uint32_t{QARN_OPTION_CHECKPOINT} : 0u});
     if ((options & 16) != 0) cmd_token_id = QARN_TOKEN_MEMBERSHIP;
     qarn_req req = {};
     req.valid = 1;

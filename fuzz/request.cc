@@ -40,7 +40,6 @@ constexpr std::uint32_t kTokenIds[] = {0,
                                        QARN_TOKEN_EXTRA_RUNNING,
                                        QARN_TOKEN_EXTRA_STARTUP,
                                        QARN_TOKEN_SYNC_PLAIN};
-constexpr std::uint32_t kInterfaceToken = 0x40200002;
 
 // The request's tokens, and what they point to.
 class Tokens {
@@ -51,7 +50,7 @@ class Tokens {
             const std::uint8_t kind = input.byte();
             if (kind == 0) continue;
             tokens_.push_back({kTokenIds[kind % std::size(kTokenIds)],
-                               kind & 64u ? kInterfaceToken : 0,
+                               kind & 64u ? QARN_TOKEN_TYPE_INTERFACE : 0,
                                {0, 0},
                                kind & 128u ? nullptr : read_value(input, value)});
             req.tokens[i] = &tokens_.back();
@@ -138,9 +137,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     req.cmd_code = input.byte();
     const std::uint8_t selection = input.byte();
     if (selection % 8 == 1) req.sap = input.word();
-    if (selection % 8 == 2) req.sap = 1; // every consumer
-    if (selection % 8 == 3) {            // a row of the shell's tables
-        req.sap = 0xffffffff;
+    if (selection % 8 == 2) req.sap = QARN_SAP_ALL_CONSUMERS;
+    if (selection % 8 == 3) {
+        req.sap = QARN_SAP_TABLE_ROW;
         req.index = 1 + selection / 8 % 2;
         sim::set_sap_row(req.index, {QARN_UUID_VLAN, QARN_UUID_INTERFACE}, 0);
         sim::set_feature_row(req.index, {{QARN_UUID_VLAN, 0}});

@@ -14,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/vdc.h"
 #include "sim/service_file.h"
 
 namespace sim {
@@ -87,6 +88,10 @@ class HeldLock {
 };
 
 } // namespace
+
+std::string folder_of_vdc(const std::string &store, uint32_t vdc) {
+    return store.empty() || vdc == VDC_DEFAULT_ID ? store : store + "/vdc-" + std::to_string(vdc);
+}
 
 void use_store(Switch &sw, const std::string &folder) {
     sw.store = folder;

@@ -26,6 +26,9 @@ enum : uint32_t {
 // would not fit into the platform's records.
 void use_store(Switch &sw, const std::string &folder);
 
+// The folder of a VDC's store: a folder within the switch's store, or for the default VDC that store itself.
+std::string folder_of_vdc(const std::string &store, uint32_t vdc);
+
 // Lock the store for this process, and release it. The end of the process releases it too. A second lock and the
 // release of an unlocked store succeed. Returns 0 or a status.
 uint32_t lock_store(const std::string &folder);

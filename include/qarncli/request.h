@@ -23,10 +23,13 @@ enum {
     QARN_TOKEN_COMMAND_109 = 2060   /* counts as no extra token in command 109 */
 };
 
-/* One token of the command. A token without a value stands for no ranges, an empty name or SAP 0. */
+/* Token type of interfaces: on the first token of an interface display, only the named interfaces are shown. */
+#define QARN_TOKEN_TYPE_INTERFACE 0x40200002u
+
+/* One token of the command. A token without a value means no ranges, an empty name or SAP 0. */
 struct qarn_req_token {
     uint32_t id;
-    uint32_t type; /* 0x40200002 on the first token of an interface display: only the named interfaces */
+    uint32_t type;
     uint32_t unused[2];
     void *value; /* u32 (a SAP), NUL-terminated text (a port profile) or qarn_range_list (VLANs, VSANs) */
 };
@@ -69,9 +72,27 @@ enum {
     QARN_INFO_EXTRA_OPT = 0x20    /* written: token 204 (running) or 205 (startup) was given */
 };
 
+/* Values of qarn_req.sap that are no SAP. */
+#define QARN_SAP_NONE 0u               /* no service is named */
+#define QARN_SAP_ALL_CONSUMERS 1u      /* every consumer of the request opcode */
+#define QARN_SAP_TABLE_ROW 0xffffffffu /* row `index` of the shell's SAP and feature tables */
+
+/* Values of qarn_req.cmd_code in displays of all VDCs. */
+enum {
+    QARN_COMMAND_RUNNING_VDCS = 163,
+    QARN_COMMAND_RUNNING_ALL_VDCS = 164, /* with defaults */
+    QARN_COMMAND_STARTUP_VDCS = 165
+};
+
+/* Bits of g_cli_generic_option, which the shell sets for the time of a command. */
+enum {
+    QARN_OPTION_SAVED_NOW = 0x04, /* the header of a running display gives its time as that of saving */
+    QARN_OPTION_CHECKPOINT = 0x10 /* the display is a checkpoint: every VLAN has a header of its own */
+};
+
 struct qarn_req {
     uint8_t num_tokens;    /* valid entries of `tokens`; at most 64 are read */
-    uint32_t sap;          /* 0 none named, 1 all consumers, 0xffffffff row `index`, else that SAP; written */
+    uint32_t sap;          /* QARN_SAP_NONE, _ALL_CONSUMERS, _TABLE_ROW or a SAP; written */
     uint32_t index;        /* row of the shell's SAP and feature tables, 0 = none */
     uint32_t modlist_flag; /* non-zero: list the startup modules */
     uint32_t gen_started;  /* written: 1 once a generation has begun */
