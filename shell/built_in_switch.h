@@ -1,4 +1,4 @@
-// The description of the switch that the shell simulates unless told otherwise. The build makes the text from
+// The description of the built-in switch, which the shell simulates by default. The build makes the text from
 // switches/leaf.yaml.
 #pragma once
 

@@ -1,6 +1,5 @@
-// The grammar of the shell. A command begins with what it shows, and goes on with a form: a row holds the word of the
-// form, the entry point of either configuration, and the parser of what follows the word.
-
+// The grammar of the shell. A display consists of a command and a form: the row of a command holds which configuration
+// it shows, the row of a form its word, the entry point of either configuration and the parser of its arguments.
 #include "shell/command.h"
 
 #include <algorithm>
@@ -13,12 +12,9 @@
 #include "sim/notation.h"
 
 namespace shell {
-
 namespace {
 
-constexpr std::uint32_t kInterfaceToken = 0x40200002;
-constexpr std::uint32_t kLastId = 4095;         // of VLANs and VSANs: what a mask can hold
-constexpr std::uint32_t kTableRow = 0xffffffff; // the request asks for the services of row `index`
+constexpr uint32_t kLastId = 4095; // of VLANs and VSANs: the last bit of a qarn_id_mask
 
 using Words = std::vector<std::string_view>;
 using sim::quoted;
@@ -29,7 +25,7 @@ std::string_view only_word(const Words &words, const char *what) {
     return words[0];
 }
 
-// Run a parser of the description's notations, whose complaints become the command's.
+// Call a parser of sim/notation.h and turn its error into that of the command.
 template <typename Function>
 auto parse_notation(Function function) {
     try {
@@ -40,26 +36,24 @@ auto parse_notation(Function function) {
 }
 
 const sim::Service &service_named(std::string_view name, const sim::Switch &sw) {
-    auto service = std::find_if(sw.services.begin(), sw.services.end(),
-                                [name](const sim::Service &candidate) { return candidate.name == name; });
+    const auto service = std::find_if(sw.services.begin(), sw.services.end(),
+                                      [name](const sim::Service &candidate) { return candidate.name == name; });
     if (service == sw.services.end()) throw CommandError("unknown service " + quoted(name));
     return *service;
 }
-
-// ---- Arguments of the forms -----------------------------------------------------------------------------------------
 
 void no_arguments(const Words &words, const sim::Switch &, Request &) {
     if (!words.empty()) throw CommandError("unexpected word " + quoted(words[0]));
 }
 
 void id_ranges(std::string_view text, const char *what, Request &request) {
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;
+    std::vector<std::pair<uint32_t, uint32_t>> pairs;
     for (const sim::IdRange &range : parse_notation([&] { return sim::parse_id_ranges(text, what, 0, kLastId); }))
         pairs.emplace_back(range.low, range.high);
     request.add_ranges(pairs);
 }
 
-// Without a range all of them are meant.
+// Without a range the display shows every VLAN.
 void vlan_ranges(const Words &words, const sim::Switch &, Request &request) {
     if (!words.empty()) id_ranges(only_word(words, "VLAN range"), "VLAN", request);
 }
@@ -74,17 +68,17 @@ void interfaces(const Words &words, const sim::Switch &sw, Request &request) {
     if (words.size() > 2) throw CommandError("unexpected word " + quoted(words[2]));
     std::string names(words[0]);
     if (words.size() == 2) names += words[1];
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> indexes;
+    std::vector<std::pair<uint32_t, uint32_t>> indexes;
     for (const std::string &name : parse_notation([&] { return sim::expand_names(names); })) {
         const sim::Interface *interface = sw.find_interface(std::string_view(name));
         if (!interface) throw CommandError("unknown interface " + quoted(name));
         indexes.emplace_back(interface->index, interface->index);
     }
-    request.add_ranges(indexes, kInterfaceToken);
+    request.add_ranges(indexes, QARN_TOKEN_TYPE_INTERFACE);
 }
 
 void port_profile(const Words &words, const sim::Switch &sw, Request &request) {
-    std::string name(only_word(words, "port profile"));
+    const std::string name(only_word(words, "port profile"));
     if (!sw.port_profiles.contains(name)) throw CommandError("unknown port profile " + quoted(name));
     request.add_name(name);
 }
@@ -93,8 +87,8 @@ void one_service(const Words &words, const sim::Switch &sw, Request &request) {
     request.add_sap(service_named(only_word(words, "service name"), sw).sap);
 }
 
-// The library subtracts the number of exclusions from the number of answers that it awaits, so each must be a service
-// that it would have asked, and be named once.
+// The library subtracts the number of exclusions from the number of answers that it awaits, so each must name a service
+// that it would have asked, and no service twice.
 void excluded_services(const Words &words, const sim::Switch &sw, Request &request) {
     if (words.empty()) throw CommandError("missing service name");
     if (words.size() > QARN_MAX_TOKENS)
@@ -109,10 +103,10 @@ void excluded_services(const Words &words, const sim::Switch &sw, Request &reque
 }
 
 void feature(const Words &words, const sim::Switch &sw, Request &request) {
-    std::string name(only_word(words, "feature name"));
-    auto row = sw.features.find(name);
+    const std::string name(only_word(words, "feature name"));
+    const auto row = sw.features.find(name);
     if (row == sw.features.end()) throw CommandError("unknown feature " + quoted(name));
-    request.req.sap = kTableRow;
+    request.req.sap = QARN_SAP_TABLE_ROW;
     request.req.index = row->second;
 }
 
@@ -126,38 +120,32 @@ void modules(const Words &words, const sim::Switch &sw, Request &request) {
     request.req.modlist_flag = 1;
 }
 
-// The command codes of the displays of all VDCs.
-template <std::uint32_t code>
+template <uint32_t code>
 void every_vdc(const Words &words, const sim::Switch &sw, Request &request) {
     no_arguments(words, sw, request);
     request.req.cmd_code = code;
 }
 
-// ---- The forms ------------------------------------------------------------------------------------------------------
-
-// How a command begins: which configuration it shows, and in what manner.
-struct Beginning {
+struct Command {
     std::string_view first, second; // words
-    bool startup;
-    std::uint32_t generic_option;
-    const char *meaning;
+    bool startup;                   // the startup configuration, not the running one
+    uint32_t generic_option;
+    const char *meaning; // null: not in the help
 };
-constexpr std::uint32_t kSavedNow = 0x04, kCheckpoint = 0x10;
-constexpr Beginning kBeginnings[] = {
-    {"show", "running-config", false, 0, "what the switch runs"},
-    {"show", "startup-config", true, 0, "what it starts with"},
-    {"show", "running", false, 0, nullptr}, // as the command for all VDCs says it
+constexpr Command kCommands[] = {
+    {"show", "running-config", false, 0, "the running configuration"},
+    {"show", "startup-config", true, 0, "the startup configuration"},
+    {"show", "running", false, 0, nullptr}, // the display of all VDCs runs these in the shell of a VDC
     {"show", "startup", true, 0, nullptr},
-    {"checkpoint", "", false, kCheckpoint, "what it runs, as a checkpoint: every VLAN on its own"},
+    {"checkpoint", "", false, QARN_OPTION_CHECKPOINT, "the running configuration, every VLAN on its own"},
 };
 
-// Commands that are no displays.
 constexpr char kCopy[] = "copy running-config startup-config";
 
 struct Form {
-    std::string_view word; // behind the beginning; empty: nothing
-    const char *arguments, *meaning;
-    EntryPoint running, startup; // null: there is no such display
+    std::string_view word;           // after the command; empty: the command alone
+    const char *arguments, *meaning; // a null meaning: not in the help
+    EntryPoint running, startup;     // null: no such display
     void (*parse)(const Words &, const sim::Switch &, Request &);
 };
 
@@ -165,69 +153,69 @@ struct Form {
 constexpr Form kForms[] = {
     {"",             "",                "the whole configuration",
      qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              no_arguments},
-    {"vlan",         "[RANGE]",         "all VLANs, or these, as in 10-12,20",
+    {"vlan",         "[RANGE]",         "all VLANs, or these, such as 10-12,20",
      qarn_cli_run_vlan_cfg_gen,         qarn_cli_start_vlan_cfg_gen,         vlan_ranges},
     {"vsan",         "[RANGE]",         "all VSANs, or these",
      qarn_cli_run_vsan_cfg_gen,         qarn_cli_start_vsan_cfg_gen,         vsan_ranges},
-    {"interface",    "NAME[-NUMBER]",   "these interfaces, as in ethernet 1/1-4",
+    {"interface",    "NAME[-NUMBER]",   "these interfaces, such as ethernet 1/1-4",
      qarn_cli_run_intf_cfg_gen,         qarn_cli_start_intf_cfg_gen,         interfaces},
-    {"bfd",          "",                "what concerns BFD",
+    {"bfd",          "",                "only BFD",
      qarn_cli_run_bfd_cfg_gen,          qarn_cli_start_bfd_cfg_gen,          no_arguments},
-    {"l2mp",         "",                "what concerns L2MP",
+    {"l2mp",         "",                "only L2MP",
      qarn_cli_run_l2mp_cfg_gen,         qarn_cli_start_l2mp_cfg_gen,         no_arguments},
-    {"fex",          "",                "what concerns FEX",
+    {"fex",          "",                "only FEX",
      qarn_cli_run_fex_cfg_gen,          qarn_cli_start_fex_cfg_gen,          no_arguments},
-    {"exclude-l2mp", "",                "all but L2MP",
+    {"exclude-l2mp", "",                "everything except L2MP",
      qarn_cli_run_exclude_l2mp_cfg_gen, qarn_cli_start_exclude_l2mp_cfg_gen, no_arguments},
-    {"exclude-fex",  "",                "all but FEX",
+    {"exclude-fex",  "",                "everything except FEX",
      qarn_cli_run_exclude_fex_cfg_gen,  qarn_cli_start_exclude_fex_cfg_gen,  no_arguments},
     {"port-profile", "NAME",            "one port profile",
      qarn_cli_run_profile_cfg_gen,      qarn_cli_start_profile_cfg_gen,      port_profile},
-    {"exclude",      "SERVICE...",      "all but these services",
+    {"exclude",      "SERVICE...",      "everything except these services",
      qarn_cli_run_cfg_gen_exclude,      qarn_cli_start_cfg_gen_exclude,      excluded_services},
     {"service",      "NAME",            "one service",
      qarn_cli_run_cfg_gen_sap,          qarn_cli_start_cfg_gen_sap,          one_service},
     {"feature",      "NAME",            "the services of one feature",
      qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              feature},
-    {"all",          "",                "(of running-config) with defaults",
+    {"all",          "",                "everything with defaults; running only",
      qarn_cli_run_cfg_gen,              nullptr,                             everything},
-    {"template",     "",                "(of startup-config) its templates",
+    {"template",     "",                "the templates; startup only",
      nullptr,                           qarn_cli_start_template_cfg_gen,     no_arguments},
-    {"modules",      "",                "(of startup-config) the line-card modules",
+    {"modules",      "",                "the line-card modules; startup only",
      nullptr,                           qarn_startup_cfg_modlist_get,        modules},
     {"vdc-all",      "",                "the configuration of every VDC",
-     qarn_cli_run_cfg_gen_vdcall,       nullptr,                             every_vdc<163>},
+     qarn_cli_run_cfg_gen_vdcall,       nullptr,                             every_vdc<QARN_COMMAND_RUNNING_VDCS>},
     {"vdc-all",      "",                nullptr,
-     nullptr,                           qarn_cli_run_cfg_gen_vdcall,         every_vdc<165>},
-    {"all vdc-all",  "",                "the same of every VDC",
-     qarn_cli_run_cfg_gen_vdcall,       nullptr,                             every_vdc<164>},
+     nullptr,                           qarn_cli_run_cfg_gen_vdcall,         every_vdc<QARN_COMMAND_STARTUP_VDCS>},
+    {"all vdc-all",  "",                "the same with defaults; running only",
+     qarn_cli_run_cfg_gen_vdcall,       nullptr,                             every_vdc<QARN_COMMAND_RUNNING_ALL_VDCS>},
 };
 // clang-format on
 
-// Take the words that a command begins with off its front.
-const Beginning &take_beginning(Words &words, std::string_view line) {
-    for (const Beginning &beginning : kBeginnings) {
-        const std::size_t length = beginning.second.empty() ? 1 : 2;
-        if (words.size() < length || words[0] != beginning.first) continue;
-        if (length == 2 && words[1] != beginning.second) continue;
+// Remove the command from the front of the words.
+const Command &take_command(Words &words, std::string_view line) {
+    for (const Command &command : kCommands) {
+        const std::size_t length = command.second.empty() ? 1 : 2;
+        if (words.size() < length || words[0] != command.first) continue;
+        if (length == 2 && words[1] != command.second) continue;
         words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(length));
-        return beginning;
+        return command;
     }
     throw UnknownCommand("unknown command " + quoted(line));
 }
 
-EntryPoint entry_of(const Form &form, const Beginning &beginning) {
-    return beginning.startup ? form.startup : form.running;
+EntryPoint entry_of(const Form &form, const Command &command) {
+    return command.startup ? form.startup : form.running;
 }
 
-// The form that the words go on with, which are taken off their front: two words when there is such a form, else one.
-const Form *take_form(Words &words, const Beginning &beginning) {
+// Remove the form from the front of the words, a form of two words before one of one. Null when there is none.
+const Form *take_form(Words &words, const Command &command) {
     for (std::size_t length = std::min<std::size_t>(words.size(), 2);; --length) {
         std::string word;
         for (std::size_t i = 0; i < length; ++i)
             word.append(i == 0 ? "" : " ").append(words[i]);
         const auto *form = std::find_if(std::begin(kForms), std::end(kForms), [&](const Form &candidate) {
-            return candidate.word == word && entry_of(candidate, beginning) != nullptr;
+            return candidate.word == word && entry_of(candidate, command) != nullptr;
         });
         if (form != std::end(kForms)) {
             words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(length));
@@ -252,12 +240,12 @@ Request::Request(std::string_view line) {
     line.copy(req.cmd_line, sizeof req.cmd_line - 1);
 }
 
-void Request::add_token(std::uint32_t id) {
+void Request::add_token(uint32_t id) {
     add(0).token.id = id;
 }
 
-// The token ids of arguments stay 0: they are no options.
-Request::Token &Request::add(std::uint32_t type) {
+// Arguments have token id 0: an id would make them options.
+Request::Token &Request::add(uint32_t type) {
     Token &token = tokens_.emplace_back();
     token.token.type = type;
     req.tokens[req.num_tokens++] = &token.token;
@@ -270,16 +258,16 @@ void Request::add_name(const std::string &name) {
     token.token.value = token.text.data();
 }
 
-void Request::add_sap(std::uint32_t sap) {
+void Request::add_sap(uint32_t sap) {
     Token &token = add(0);
     token.words = {sap};
     token.token.value = token.words.data();
 }
 
 // The words of a qarn_range_list.
-void Request::add_ranges(const std::vector<std::pair<std::uint32_t, std::uint32_t>> &ranges, std::uint32_t type) {
+void Request::add_ranges(const std::vector<std::pair<uint32_t, uint32_t>> &ranges, uint32_t type) {
     Token &token = add(type);
-    token.words = {0, static_cast<std::uint32_t>(ranges.size())};
+    token.words = {0, static_cast<uint32_t>(ranges.size())};
     for (auto [low, high] : ranges) {
         token.words.push_back(low);
         token.words.push_back(high);
@@ -302,18 +290,18 @@ std::vector<std::string_view> words_of(std::string_view line) {
 EntryPoint parse_command(std::string_view line, const sim::Switch &sw, Request &request) {
     Words words = words_of(line);
     if (words == words_of(kCopy)) {
-        request.options.generic_option |= kSavedNow; // the header says when it was saved
+        request.options.generic_option |= QARN_OPTION_SAVED_NOW;
         return copy_running_to_startup;
     }
-    const Beginning &beginning = take_beginning(words, line);
-    const Form *form = take_form(words, beginning);
+    const Command &command = take_command(words, line);
+    const Form *form = take_form(words, command);
     if (form == nullptr) {
-        std::string_view known = line.substr(0, static_cast<std::size_t>(words[0].data() - line.data()));
+        const std::string_view known = line.substr(0, static_cast<std::size_t>(words[0].data() - line.data()));
         throw UnknownCommand("unknown word " + quoted(words[0]) + " after " + quoted(trimmed(known)));
     }
-    request.options.generic_option |= beginning.generic_option;
+    request.options.generic_option |= command.generic_option;
     form->parse(words, sw, request);
-    return entry_of(*form, beginning);
+    return entry_of(*form, command);
 }
 
 std::string list_of_commands() {
@@ -326,20 +314,21 @@ std::string list_of_commands() {
         row.resize(std::max(row.size() + 2, kMeaningColumn), ' ');
         list += row + meaning + '\n';
     };
-    std::string list = "Commands begin with\n";
-    for (const Beginning &beginning : kBeginnings) {
-        if (beginning.meaning != nullptr) add_row(list, {beginning.first, beginning.second}, beginning.meaning);
+    std::string list = "Usage: COMMAND [FORM]\n\nCommands:\n";
+    for (const Command &command : kCommands) {
+        if (command.meaning != nullptr) add_row(list, {command.first, command.second}, command.meaning);
     }
-    list += "and go on with\n";
+    list += "\nForms:\n";
     for (const Form &form : kForms) {
         if (form.meaning == nullptr) continue;
-        add_row(list, {form.word.empty() ? "(nothing)" : form.word, form.arguments}, form.meaning);
+        add_row(list, {form.word.empty() ? "(none)" : form.word, form.arguments}, form.meaning);
     }
-    list += "Others are\n";
-    add_row(list, {kCopy}, "save what the switch runs");
-    add_row(list, {"switchto vdc NAME"}, "go on with commands in that VDC");
-    add_row(list, {"switchback"}, "go on in the VDC of the beginning");
-    return list + "To end: exit, quit\n";
+    list += "\nOther commands:\n";
+    add_row(list, {kCopy}, "save the running configuration");
+    add_row(list, {"switchto vdc NAME"}, "enter a VDC");
+    add_row(list, {"switchback"}, "return to the initial VDC");
+    add_row(list, {"exit, quit"}, "end the session");
+    return list;
 }
 
 } // namespace shell

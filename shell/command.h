@@ -1,4 +1,4 @@
-// From a command line to a library call: which entry point, and the request it takes.
+// Parsing of a command line into a library call: the entry point and its request.
 #pragma once
 
 #include <qarncli/qarncli.h>
@@ -20,13 +20,13 @@ class CommandError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
-// There is no such command at all: the user wants to see those that there are.
+// No command has this form; the message goes with the list of commands.
 class UnknownCommand : public CommandError {
   public:
     using CommandError::CommandError;
 };
 
-// The library's request with everything that it points to. It stays where it was made.
+// The library's request and owner of everything that it points to.
 class Request {
   public:
     explicit Request(std::string_view line);
@@ -34,36 +34,36 @@ class Request {
     Request &operator=(const Request &) = delete;
 
     qarn_req req = {};
-    sim::ShellOptions options; // for the time of the command
+    sim::ShellOptions options; // in effect while the command runs
 
-    void add_token(std::uint32_t id);
+    void add_token(uint32_t id);
     void add_name(const std::string &name);
-    void add_sap(std::uint32_t sap);
-    void add_ranges(const std::vector<std::pair<std::uint32_t, std::uint32_t>> &ranges, std::uint32_t type = 0);
+    void add_sap(uint32_t sap);
+    void add_ranges(const std::vector<std::pair<uint32_t, uint32_t>> &ranges, uint32_t type = 0);
 
   private:
     struct Token {
         qarn_req_token token;
-        std::vector<std::uint32_t> words;
+        std::vector<uint32_t> words;
         std::string text;
     };
-    Token &add(std::uint32_t type);
+    Token &add(uint32_t type);
 
-    std::deque<Token> tokens_; // keeps its elements in place
+    std::deque<Token> tokens_; // req points to the elements, which a deque never moves
 };
 
-using EntryPoint = std::uint32_t (*)(qarn_req *);
+using EntryPoint = uint32_t (*)(qarn_req *);
 
-// `copy running-config startup-config` as an entry point: saves what the switch runs, and says so. 0, or 1 after a
-// message on standard error.
-std::uint32_t copy_running_to_startup(qarn_req *req);
+// `copy running-config startup-config` as an entry point: save the running configuration and report that. Returns 0, or
+// 1 after a message on standard error.
+uint32_t copy_running_to_startup(qarn_req *req);
 
 // Fill the request from a command line and choose its entry point. Throws CommandError.
 EntryPoint parse_command(std::string_view line, const sim::Switch &sw, Request &request);
 
 std::vector<std::string_view> words_of(std::string_view line);
 
-// Every command form, one per line.
+// Help text: commands and forms, one per line.
 std::string list_of_commands();
 
 } // namespace shell

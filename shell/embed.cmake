@@ -1,4 +1,4 @@
-# Make a source file that holds a text file as one string; in pieces, because compilers bound the length of a literal.
+# Make a source file that contains a text file as one string, in pieces because compilers limit the length of a literal.
 file(READ ${IN} text)
 string(LENGTH "${text}" length)
 set(pieces "")

@@ -1,7 +1,6 @@
-// Runs a display command in a child process. The library keeps state from one command to the next and ends the process
-// when it is interrupted; a child per command gives each command a fresh library and lets the shell survive. The child
-// writes the entry point's status to a pipe as the last thing it does, so that an empty pipe means an early end.
-
+// A display command runs in a child process. The library keeps state from one command to the next and ends the process
+// when it is interrupted; a child per command gives each command a fresh library and lets the shell survive. The
+// child's last act is to write the entry point's status to a pipe, so that an empty pipe means an early end.
 #include "shell/run.h"
 
 #include <fcntl.h>
@@ -17,20 +16,19 @@
 #include <optional>
 
 namespace shell {
-
 namespace {
 
-constexpr std::uint32_t kFirstShellSap = 1000;
+constexpr uint32_t kFirstShellSap = 1000;
 
-std::uint32_t unused_sap(const sim::Switch &sw) {
-    std::uint32_t sap = kFirstShellSap;
+uint32_t unused_sap(const sim::Switch &sw) {
+    uint32_t sap = kFirstShellSap;
     while (std::any_of(sw.services.begin(), sw.services.end(),
                        [sap](const sim::Service &service) { return service.sap == sap; }))
         ++sap;
     return sap;
 }
 
-// Ignores SIGINT while it lives: the child is to be interrupted, not the shell that waits for it.
+// Ignores SIGINT during its lifetime: an interruption is for the child, not for the shell that waits for it.
 class InterruptsIgnored {
   public:
     InterruptsIgnored() {
@@ -47,31 +45,31 @@ class InterruptsIgnored {
     struct sigaction before_ = {};
 };
 
-[[noreturn]] void be_the_child(sim::Switch &sw, EntryPoint entry, Request &request, int report) {
+[[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report) {
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
-    std::uint32_t status = entry(&request.req);
+    uint32_t status = entry(&request.req);
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
         std::fprintf(stderr, "vsh: cannot write: %s\n", std::strerror(errno));
         status = kExitFailure;
     }
     std::fflush(stderr);
-    ssize_t written = write(report, &status, sizeof status);
+    const ssize_t written = write(report, &status, sizeof status);
     _exit(written == sizeof status ? 0 : kExitFailure);
 }
 
-bool reader_of_stdout_is_gone() {
+bool stdout_has_no_reader() {
     struct pollfd out = {STDOUT_FILENO, POLLOUT, 0};
     return poll(&out, 1, 0) == 1 && (out.revents & POLLERR) != 0;
 }
 
 int explain_early_end(int wait_status) {
     if (WIFSIGNALED(wait_status)) {
-        int signal = WTERMSIG(wait_status);
+        const int signal = WTERMSIG(wait_status);
         std::fprintf(stderr, "vsh: command interrupted by signal %d (%s)\n", signal, strsignal(signal));
         return 128 + signal;
     }
-    if (reader_of_stdout_is_gone()) return kExitBrokenPipe;
+    if (stdout_has_no_reader()) return kExitBrokenPipe;
     std::fprintf(stderr, "vsh: command interrupted\n");
     return kExitInterrupted;
 }
@@ -93,19 +91,19 @@ int report_failure(const char *what) {
 int run_command(sim::Switch &sw, EntryPoint entry, Request &request) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return report_failure("pipe");
-    std::fflush(stdout); // what the child inherits it would print again
+    std::fflush(stdout); // or the child would print what it inherits once more
     std::fflush(stderr);
     InterruptsIgnored ignored;
-    pid_t child = fork();
+    const pid_t child = fork();
     if (child == 0) {
         ignored.restore();
-        be_the_child(sw, entry, request, ends[1]);
+        run_in_child(sw, entry, request, ends[1]);
     }
     int result = child < 0 ? report_failure("fork") : kExitFailure;
     close(ends[1]);
-    if (std::optional<int> wait_status = child < 0 ? std::nullopt : wait_for(child)) {
-        std::uint32_t status = 0;
-        bool reported = read(ends[0], &status, sizeof status) == sizeof status;
+    if (const std::optional<int> wait_status = child < 0 ? std::nullopt : wait_for(child)) {
+        uint32_t status = 0;
+        const bool reported = read(ends[0], &status, sizeof status) == sizeof status;
         result = reported ? static_cast<int>(status) : explain_early_end(*wait_status);
     }
     close(ends[0]);

@@ -1,6 +1,5 @@
 // The switch of a session. Entering a VDC loads the switch's description, which holds the VDC map, and then the VDC's
-// own description, if it has one; the switch that commands run on is the VDC's with the map of the whole. The saved
-// configuration of a VDC other than the default one lies in a folder of its own within the store.
+// own description, if it has one; commands then run on the VDC's switch, which keeps the map of the whole.
 #include "shell/session.h"
 
 #include <chrono>
@@ -16,7 +15,6 @@
 #include "sim/store.h"
 
 namespace shell {
-
 namespace {
 
 std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file) {
@@ -40,17 +38,13 @@ const sim::Vdc &active_vdc(const sim::Switch &sw, Value sim::Vdc::*member, const
     throw CommandError("unknown VDC " + name);
 }
 
-std::string folder_of_vdc(const std::string &store, std::uint32_t vdc) {
-    return store.empty() || vdc == sim::kDefaultVdc ? store : store + "/vdc-" + std::to_string(vdc);
-}
-
 } // namespace
 
 Session::Session(const Options &options) : options_(options) {
     enter(options_.vdc);
 }
 
-void Session::enter(std::optional<std::uint16_t> id) {
+void Session::enter(std::optional<uint16_t> id) {
     std::unique_ptr<sim::Switch> sw = load(options_.switch_file);
     std::string name = sw->name;
     if (id) {
@@ -61,7 +55,7 @@ void Session::enter(std::optional<std::uint16_t> id) {
         sw->vdcs = map;
         name = vdc.name;
     }
-    sim::use_store(*sw, folder_of_vdc(options_.store.value_or(sw->store), sw->vdc));
+    sim::use_store(*sw, sim::folder_of_vdc(options_.store.value_or(sw->store), sw->vdc));
     sw->output = stdout;
     sw->transport.unit = std::chrono::milliseconds(options_.timeout_unit);
     std::error_code error;
@@ -74,16 +68,16 @@ void Session::enter(std::optional<std::uint16_t> id) {
 
 void Session::switch_to(const std::string &name) {
     enter(active_vdc(*switch_, &sim::Vdc::name, name, sim::quoted(name)).id);
-    is_away_ = true;
+    is_switched_ = true;
 }
 
 void Session::switch_back() {
-    if (!is_away_) throw CommandError("this is the VDC of the beginning");
+    if (!is_switched_) throw CommandError("already in the initial VDC");
     enter(options_.vdc);
-    is_away_ = false;
+    is_switched_ = false;
 }
 
-bool Session::is_switching(const std::vector<std::string_view> &words) {
+bool Session::try_switch(const std::vector<std::string_view> &words) {
     if (words.size() == 3 && words[0] == "switchto" && words[1] == "vdc") {
         switch_to(std::string(words[2]));
         return true;
@@ -94,7 +88,7 @@ bool Session::is_switching(const std::vector<std::string_view> &words) {
 }
 
 int Session::run_line(const std::string &line) {
-    if (is_switching(words_of(line))) return 0;
+    if (try_switch(words_of(line))) return 0;
     Request request(line);
     request.req.dbg_mask = options_.debug_mask;
     request.options.filter_mode = options_.filter_mode;
@@ -110,7 +104,8 @@ int Session::execute(const std::string &line) {
         std::fprintf(stderr, "vsh: %s\n%s", error.what(), list_of_commands().c_str());
     } catch (const CommandError &error) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
-    } catch (const std::runtime_error &error) { // of another VDC's description or store; this one goes on
+    } catch (
+        const std::runtime_error &error) { // another VDC's description or store is unusable; this VDC stays current
         std::fprintf(stderr, "vsh: %s\n", error.what());
         return kExitFailure;
     }
