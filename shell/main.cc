@@ -2,6 +2,7 @@
 // library generates for it: one command from -c, or commands from the lines of standard input. Configuration goes to
 // standard output, everything else to standard error. Options also come from the environment, where the shell puts them
 // for the shells that the display of all VDCs starts.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -61,6 +62,15 @@ void declare_options(CLI::App &app, Options &options) {
                "argument; 130 after an interruption; 141 if nothing reads the output.");
 }
 
+// Open what the caller closed of the three standard streams, so that no file of ours takes their place. A write to such
+// a stream still fails.
+void hold_standard_streams() {
+    int opened = STDIN_FILENO;
+    while (opened >= 0 && opened <= STDERR_FILENO)
+        opened = open("/dev/null", O_RDONLY);
+    if (opened > STDERR_FILENO) close(opened);
+}
+
 // Put the options into the environment, with absolute paths since the reader may run in another folder.
 void export_options(const Options &options) {
     if (options.switch_file) setenv("VSH_SWITCH", std::filesystem::absolute(*options.switch_file).c_str(), 1);
@@ -112,6 +122,7 @@ int run(const Options &options) {
 } // namespace
 
 int main(int argc, char **argv) {
+    hold_standard_streams();
     // The shell shares the position in its standard input with its children: a child that exits must not move it, as
     // the C library would.
     std::ios::sync_with_stdio(false);
