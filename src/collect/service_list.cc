@@ -18,9 +18,6 @@
 namespace qarn {
 namespace {
 
-constexpr uint32_t kAllConsumers = 1;      // req.sap: every consumer, in feature mode
-constexpr uint32_t kTableRow = 0xffffffff; // req.sap: the SAPs of row req.index
-
 void list_one(uint32_t sap) {
     num_saps = 1;
     saps[0] = sap;
@@ -45,7 +42,7 @@ bool list_consumers(uint32_t handle) {
 }
 
 std::optional<uint32_t> select_services(const qarn_req &req) {
-    if (req.sap == 0 && req.index == 0) return 0;
+    if (req.sap == QARN_SAP_NONE && req.index == 0) return 0;
     qarn_feature = 1;
     add_nl = 0;
     if (debugging(QARN_DEBUG_COLLECT)) {
@@ -53,11 +50,11 @@ std::optional<uint32_t> select_services(const qarn_req &req) {
         trace("Index:%d\n", req.index);
     }
     switch (req.sap) {
-        case kAllConsumers:
+        case QARN_SAP_ALL_CONSUMERS:
             if (!list_consumers(req.mts_handle)) return {};
             qarn_feature_send_all = 1;
-            return 1;
-        case kTableRow:
+            return QARN_SAP_ALL_CONSUMERS;
+        case QARN_SAP_TABLE_ROW:
             qarn_get_saps_from_sap_table(req.index);
             return req.index;
         default:

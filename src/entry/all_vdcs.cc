@@ -26,9 +26,9 @@ struct Command {
     bool startup;
 };
 constexpr Command kCommands[] = {
-    {163, "show running", false},
-    {164, "show running all", false},
-    {165, "show startup", true},
+    {QARN_COMMAND_RUNNING_VDCS, "show running", false},
+    {QARN_COMMAND_RUNNING_ALL_VDCS, "show running all", false},
+    {QARN_COMMAND_STARTUP_VDCS, "show startup", true},
 };
 
 const Command *find_command(uint32_t code) {

@@ -24,7 +24,7 @@ namespace {
 
 bool names_interfaces(const qarn_req &req) {
     return cfg_display == QARN_DISPLAY_INTERFACE && token_count(req) != 0 && req.tokens[0] != nullptr &&
-           req.tokens[0]->type == IF_TOKEN_TYPE_INTERFACE;
+           req.tokens[0]->type == QARN_TOKEN_TYPE_INTERFACE;
 }
 
 uint32_t get_chain(qarn_req *req, ifindex_sublist **head, uint32_t flag) {

@@ -23,14 +23,13 @@ enum {
     CLI_FILTER_NO_SWITCH_PROFILE = 0x80,
     CLI_FILTER_NO_PROFILE_MERGE = 0x200
 };
-/* Bits of g_cli_generic_option. */
-enum { CLI_OPTION_SAVED_NOW = 0x04, CLI_OPTION_CHECKPOINT = 0x10 };
 
 extern uint32_t show_sap_table[SHOW_TABLE_ROWS][12];
 extern uint32_t show_feature_table[SHOW_TABLE_ROWS][21];
-extern uint32_t g_cli_execution_filter_mode, g_cli_script_mode, g_cli_generic_option;
-extern uint32_t cmd_output_format; /* 1: XML */
-extern uint32_t cmd_debug_flags;   /* written before a rendering */
+extern uint32_t g_cli_execution_filter_mode, g_cli_script_mode;
+extern uint32_t g_cli_generic_option; /* QARN_OPTION_... of qarncli/request.h */
+extern uint32_t cmd_output_format;    /* 1: XML */
+extern uint32_t cmd_debug_flags;      /* written before a rendering */
 
 /* Non-zero when the interface is shown in the current filtered display. */
 uint32_t vsh_is_interface_display_allowed(uint32_t handle, const struct qarn_id_mask *vsan_mask, uint32_t if_index);

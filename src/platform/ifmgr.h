@@ -9,9 +9,6 @@ QARN_BEGIN_DECLS
 
 struct qarn_req;
 
-/* Type code of a token that names interfaces. */
-#define IF_TOKEN_TYPE_INTERFACE 0x40200002u
-
 /* 0 and the chain of sublists that the request selects; flag 0 when the command names interfaces. */
 uint32_t if_manager_ifindex_list_get(struct qarn_req *req, struct ifindex_sublist **head, uint32_t flag);
 /* 0 and the sublist of an interface block element, or non-zero. */

@@ -87,14 +87,14 @@ bool load_conversion_library() {
 } // namespace qarn
 
 void qarn_time_print(qarn_req *req, uint32_t cfg_source, const char *path) {
-    if (cfg_source == QARN_SOURCE_RUNNING && (g_cli_generic_option & CLI_OPTION_SAVED_NOW) != 0) {
+    if (cfg_source == QARN_SOURCE_RUNNING && (g_cli_generic_option & QARN_OPTION_SAVED_NOW) != 0) {
         csm_qarn_sp_print("\n!Command: show startup-config\n");
         const std::time_t now = std::time(nullptr);
         csm_qarn_sp_print("!Time: %s", qarn::text_of(now));
         csm_qarn_sp_print("!Startup config saved at: %s\n", qarn::text_of(now));
         return;
     }
-    if ((g_cli_generic_option & CLI_OPTION_CHECKPOINT) != 0) {
+    if ((g_cli_generic_option & QARN_OPTION_CHECKPOINT) != 0) {
         csm_qarn_sp_print("\n!Command: Checkpoint cmd vdc %d\n", sysmgr_vdc_get() & 0xffff);
     } else {
         csm_qarn_sp_print("\n!Command: %s\n", req->cmd_line);

@@ -87,7 +87,7 @@ void print_interface_body(void *if_index, bool (*filter_allows)()) {
 // The VDC that the shell runs in; the default one when the shell's environment does not name one.
 uint16_t vdc_of_shell() {
     const char *id = std::getenv("SYSMGR_VDC_ID");
-    return id != nullptr ? static_cast<uint16_t>(std::strtol(id, nullptr, 10)) : VDC_DEFAULT_ID;
+    return id != nullptr ? static_cast<uint16_t>(std::strtol(id, nullptr, 10)) : uint16_t{VDC_DEFAULT_ID};
 }
 
 // Blocks of a port channel's members. The record has room for 36 of them, whatever number the manager answers.

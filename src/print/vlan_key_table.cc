@@ -10,6 +10,7 @@
 #include <qarncli/globals.h>
 #include <qarncli/id_range.h>
 #include <qarncli/ordering.h>
+#include <qarncli/request.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -244,7 +245,7 @@ void run_vlan_pass(const qarn_elem &elem) {
     qarn_sort_traverse_vlan_keys();
     const VlanKind *kind = find_kind(elem.elem_id);
     if (kind == nullptr) return;
-    const bool checkpoint = kind->has_checkpoint && (g_cli_generic_option & CLI_OPTION_CHECKPOINT) != 0;
+    const bool checkpoint = kind->has_checkpoint && (g_cli_generic_option & QARN_OPTION_CHECKPOINT) != 0;
     aggregate(elem, *kind, checkpoint);
     if (checkpoint) return;
     print_groups(elem, *kind);

@@ -39,11 +39,11 @@ TEST_F(InterfaceLists, CombineTheChainInItsOrder) {
 TEST_F(InterfaceLists, AskForNamedInterfacesOnlyInTheirDisplay) {
     // display, command token, kind of the request's token unless it has none; which lists are asked for
     const std::tuple<const char *, std::uint32_t, std::uint32_t, std::uint32_t, std::string> cases[] = {
-        {"named", 3, 0, IF_TOKEN_TYPE_INTERFACE, "0"},
-        {"another kind of token", 3, 0, IF_TOKEN_TYPE_INTERFACE + 1, "1"},
+        {"named", 3, 0, QARN_TOKEN_TYPE_INTERFACE, "0"},
+        {"another kind of token", 3, 0, QARN_TOKEN_TYPE_INTERFACE + 1, "1"},
         {"no token", 3, 0, 0, "1"},
-        {"another display", 1, 0, IF_TOKEN_TYPE_INTERFACE, "1"},
-        {"membership of named", 3, 167, IF_TOKEN_TYPE_INTERFACE, "01"},
+        {"another display", 1, 0, QARN_TOKEN_TYPE_INTERFACE, "1"},
+        {"membership of named", 3, 167, QARN_TOKEN_TYPE_INTERFACE, "01"},
         {"membership of all", 0, 167, 0, "11"},
     };
     for (const auto &[what, display, token, type, lists] : cases) {
