@@ -9,7 +9,7 @@
 #include "sim/switch.h"
 #include "support/globals.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     test::reset_globals();
     sim::Switch sw;
     sw.transport.unit = std::chrono::nanoseconds(0);

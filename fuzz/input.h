@@ -10,21 +10,21 @@ namespace fuzz {
 
 class Input {
   public:
-    Input(const std::uint8_t *data, std::size_t size) : rest_(reinterpret_cast<const char *>(data), size) {}
+    Input(const uint8_t *data, std::size_t size) : rest_(reinterpret_cast<const char *>(data), size) {}
 
     bool empty() const { return rest_.empty(); }
-    std::uint8_t byte() {
+    uint8_t byte() {
         if (rest_.empty()) return 0;
-        const auto byte = static_cast<std::uint8_t>(rest_.front());
+        const auto byte = static_cast<uint8_t>(rest_.front());
         rest_.remove_prefix(1);
         return byte;
     }
-    std::uint32_t word16() {
-        const std::uint32_t low = byte();
-        return low | static_cast<std::uint32_t>(byte()) << 8;
+    uint32_t word16() {
+        const uint32_t low = byte();
+        return low | static_cast<uint32_t>(byte()) << 8;
     }
-    std::uint32_t word() {
-        const std::uint32_t low = word16();
+    uint32_t word() {
+        const uint32_t low = word16();
         return low | word16() << 16;
     }
     // Up to `size` bytes.

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr std::uint32_t kFirstSap = 20;
+constexpr uint32_t kFirstSap = 20;
 constexpr std::size_t kMostServices = 6;
 constexpr std::size_t kSizeWordAt = 8; // of a reply: status, number of TLVs, size of the array
 
@@ -24,18 +24,18 @@ struct Answer {
     std::deque<sim::Message> fragments;
 };
 
-void keep_size_right(sim::Bytes &reply, std::uint32_t total_len) {
+void keep_size_right(sim::Bytes &reply, uint32_t total_len) {
     if (reply.size() < kSizeWordAt + 4) return;
-    std::uint32_t size = 0;
+    uint32_t size = 0;
     std::memcpy(&size, reply.data() + kSizeWordAt, sizeof size);
-    const std::uint32_t room = std::max(total_len, 4u) - 4;
-    size = std::min({size, room, static_cast<std::uint32_t>(reply.size() - 4)});
+    const uint32_t room = std::max(total_len, 4u) - 4;
+    size = std::min({size, room, static_cast<uint32_t>(reply.size() - 4)});
     std::memcpy(reply.data() + kSizeWordAt, &size, sizeof size);
 }
 
 // How long the service says its reply is.
-std::uint32_t announced(std::uint8_t lie, std::size_t size) {
-    const auto length = static_cast<std::uint32_t>(size);
+uint32_t announced(uint8_t lie, std::size_t size) {
+    const auto length = static_cast<uint32_t>(size);
     switch (lie % 8) {
         case 1:
             return length + 1u + lie;
@@ -48,12 +48,12 @@ std::uint32_t announced(std::uint8_t lie, std::size_t size) {
     }
 }
 
-Answer read_answer(fuzz::Input &input, std::uint32_t sap) {
+Answer read_answer(fuzz::Input &input, uint32_t sap) {
     const std::size_t fragment_size = 1 + input.byte() * 4u;
-    const std::uint8_t lie = input.byte(), last = input.byte();
+    const uint8_t lie = input.byte(), last = input.byte();
     sim::Bytes reply(last % 16 == 1 ? "\1\0\0\0" : "\0\0\0\0", 4);
     reply += input.bytes(input.word16());
-    const std::uint32_t total_len = announced(lie, reply.size());
+    const uint32_t total_len = announced(lie, reply.size());
     keep_size_right(reply, total_len);
     Answer answer{sim::fragments(sap, reply, fragment_size, total_len)};
     if (last % 16 == 2) answer.fragments.pop_back();                // never ends
@@ -62,7 +62,7 @@ Answer read_answer(fuzz::Input &input, std::uint32_t sap) {
     return answer;
 }
 
-void deliver(sim::Switch &sw, std::uint32_t handle, std::vector<Answer> answers, std::uint32_t order) {
+void deliver(sim::Switch &sw, uint32_t handle, std::vector<Answer> answers, uint32_t order) {
     while (!answers.empty()) {
         const std::size_t at = order % answers.size();
         order = order * 1664525u + 1013904223u;
@@ -76,7 +76,7 @@ void deliver(sim::Switch &sw, std::uint32_t handle, std::vector<Answer> answers,
 }
 
 void add_interfaces(sim::Switch &sw) {
-    for (std::uint32_t index = 1; index <= 4; ++index) {
+    for (uint32_t index = 1; index <= 4; ++index) {
         sim::Interface &interface = sw.interfaces.emplace_back();
         interface.index = index;
         interface.name = "e" + std::to_string(index);
@@ -90,7 +90,7 @@ void add_interfaces(sim::Switch &sw) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     fuzz::Input input(data, size);
     test::reset_globals();
     sim::Switch sw;
@@ -99,8 +99,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     add_interfaces(sw);
     sim::make_current(&sw);
 
-    const std::uint8_t display = input.byte(), options = input.byte(), traces = input.byte();
-    const std::uint32_t order = input.word();
+    const uint8_t display = input.byte(), options = input.byte(), traces = input.byte();
+    const uint32_t order = input.word();
     cfg_display = display % 18;
     sim::set_shell_options({.filter_mode = options & 1 ? 0x48u : 0, .generic_option = options & 8u ? 0x10u : 0u});
     if ((options & 16) != 0) cmd_token_id = QARN_TOKEN_MEMBERSHIP;
@@ -113,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     std::vector<Answer> answers;
     while (!input.empty() && answers.size() < kMostServices) {
-        const auto sap = kFirstSap + static_cast<std::uint32_t>(answers.size());
+        const auto sap = kFirstSap + static_cast<uint32_t>(answers.size());
         sw.service("service", sap, sap).silent();
         answers.push_back(read_answer(input, sap));
     }

@@ -19,7 +19,7 @@ namespace {
 enum class Value { kNone, kSap, kRanges, kText };
 
 struct Command {
-    std::uint32_t (*entry_point)(qarn_req *);
+    uint32_t (*entry_point)(qarn_req *);
     Value value;
 };
 constexpr Command kCommands[] = {
@@ -33,13 +33,13 @@ constexpr Command kCommands[] = {
     {qarn_cli_run_cfg_gen_exclude, Value::kSap},  {qarn_cli_start_cfg_gen_exclude, Value::kSap},
     {qarn_cli_run_cfg_gen_sap, Value::kSap},      {qarn_cli_start_cfg_gen_sap, Value::kSap},
 };
-constexpr std::uint32_t kTokenIds[] = {0,
-                                       QARN_TOKEN_MEMBERSHIP,
-                                       QARN_TOKEN_SYNC_BODY,
-                                       QARN_TOKEN_EXTRA_RUNNING,
-                                       QARN_TOKEN_EXTRA_STARTUP,
-                                       QARN_TOKEN_SYNC_PLAIN};
-constexpr std::uint32_t kInterfaceToken = 0x40200002;
+constexpr uint32_t kTokenIds[] = {0,
+                                  QARN_TOKEN_MEMBERSHIP,
+                                  QARN_TOKEN_SYNC_BODY,
+                                  QARN_TOKEN_EXTRA_RUNNING,
+                                  QARN_TOKEN_EXTRA_STARTUP,
+                                  QARN_TOKEN_SYNC_PLAIN};
+constexpr uint32_t kInterfaceToken = 0x40200002;
 
 // The request's tokens, and what they point to.
 class Tokens {
@@ -47,7 +47,7 @@ class Tokens {
     void read(fuzz::Input &input, Value value, qarn_req &req) {
         req.num_tokens = input.byte(); // also more than a request has room for
         for (std::size_t i = 0; i < std::size(req.tokens); ++i) {
-            const std::uint8_t kind = input.byte();
+            const uint8_t kind = input.byte();
             if (kind == 0) continue;
             tokens_.push_back({kTokenIds[kind % std::size(kTokenIds)],
                                kind & 64u ? kInterfaceToken : 0,
@@ -72,16 +72,16 @@ class Tokens {
     }
 
     void *read_ranges(fuzz::Input &input) {
-        std::vector<std::uint32_t> &words = words_.emplace_back();
-        const std::uint32_t count = input.byte() % 8u;
+        std::vector<uint32_t> &words = words_.emplace_back();
+        const uint32_t count = input.byte() % 8u;
         words = {0, count};
-        for (std::uint32_t i = 0; i < 2 * count; ++i)
+        for (uint32_t i = 0; i < 2 * count; ++i)
             words.push_back(input.byte() % 4 != 0 ? input.word16() : input.word());
         return words.data();
     }
 
     std::deque<qarn_req_token> tokens_;
-    std::deque<std::vector<std::uint32_t>> words_;
+    std::deque<std::vector<uint32_t>> words_;
     std::deque<std::string> texts_;
 };
 
@@ -99,8 +99,8 @@ const std::string &startup_folder() {
     return *folder;
 }
 
-void add_service(sim::Switch &sw, std::uint32_t uuid, std::uint32_t elem_id) {
-    constexpr std::uint32_t kViews =
+void add_service(sim::Switch &sw, uint32_t uuid, uint32_t elem_id) {
+    constexpr uint32_t kViews =
         QARN_PROP_VLAN | QARN_PROP_VSAN | QARN_PROP_BFD | QARN_PROP_L2MP | QARN_PROP_FEX | QARN_PROP_INTF;
     sim::Element &element = sw.service("service", uuid, uuid).element(elem_id, 3, kViews);
     element.text = "text\n";
@@ -112,13 +112,13 @@ void add_service(sim::Switch &sw, std::uint32_t uuid, std::uint32_t elem_id) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     fuzz::Input input(data, size);
     test::reset_globals();
     sim::Switch sw;
     sw.version = "1";
     sw.transport.unit = std::chrono::nanoseconds(0);
-    for (const std::uint32_t index : {1u, 2u, 3u}) {
+    for (const uint32_t index : {1u, 2u, 3u}) {
         sim::Interface &interface = sw.interfaces.emplace_back();
         interface.index = index;
         interface.name = "e";
@@ -135,7 +135,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     req.valid = input.byte() != 0xff;
     req.mts_handle = sw.transport.open(4000);
     req.cmd_code = input.byte();
-    const std::uint8_t selection = input.byte();
+    const uint8_t selection = input.byte();
     if (selection % 8 == 1) req.sap = input.word();
     if (selection % 8 == 2) req.sap = 1; // every consumer
     if (selection % 8 == 3) {            // a row of the shell's tables
