@@ -2,17 +2,16 @@
 // any interleaving; then a whole command runs on them, through the reply table, the decoder, every ordering pass and
 // every printer.
 //
-// The length of a fragment's data is kept right, because the transport knows it. So is the TLV array's own size, which
-// the platform's reader trusts, but where fragments come out of order and other bytes take its place.
+// The length of a fragment's data stays right, because the transport knows it. The TLV array's own size stays within
+// the reply, because the platform's reader trusts it; only fragments out of order put other bytes in its place.
 #include <qarncli/qarncli.h>
 
 #include <algorithm>
 #include <cstring>
+#include <deque>
 #include <vector>
 
 #include "fuzz/input.h"
-#include "sim/switch.h"
-#include "support/globals.h"
 
 namespace {
 
@@ -33,7 +32,7 @@ void keep_size_right(sim::Bytes &reply, uint32_t total_len) {
     std::memcpy(reply.data() + kSizeWordAt, &size, sizeof size);
 }
 
-// How long the service says its reply is.
+// The length that the service announces for its reply.
 uint32_t announced(uint8_t lie, std::size_t size) {
     const auto length = static_cast<uint32_t>(size);
     switch (lie % 8) {
@@ -75,41 +74,39 @@ void deliver(sim::Switch &sw, uint32_t handle, std::vector<Answer> answers, uint
     }
 }
 
-void add_interfaces(sim::Switch &sw) {
-    for (uint32_t index = 1; index <= 4; ++index) {
-        sim::Interface &interface = sw.interfaces.emplace_back();
-        interface.index = index;
-        interface.name = "e" + std::to_string(index);
-        interface.block = index < 3 ? 1 : 20;
-    }
+void add_interfaces(fuzz::CurrentSwitch &sw) {
+    for (uint32_t index = 1; index <= 4; ++index)
+        sw.add_interface(index, "e" + std::to_string(index), index < 3 ? 1 : 20);
     sw.interfaces.back().members = {1, 2};
     sw.interfaces.front().port_profile = "p";
     sw.port_profiles["p"] = "  inherited\n";
     sw.switch_profile = {0, "head\n", "  body\n"};
 }
 
+// The view, the shell's options and the request's fields.
+qarn_req read_request(fuzz::Input &input, fuzz::CurrentSwitch &sw) {
+    const uint8_t display = input.byte(), options = input.byte(), traces = input.byte();
+    cfg_display = display % 18;
+    sim::set_shell_options(
+        {.filter_mode = (options & 1) != 0 ? 0x48u : 0, .generic_option = (options & 8) != 0 ? 0x10u : 0});
+    if ((options & 16) != 0) cmd_token_id = QARN_TOKEN_MEMBERSHIP;
+    qarn_req req = sw.accepted_request();
+    if ((options & 32) != 0)
+        req.dbg_mask = traces & ~uint32_t{QARN_DEBUG_NO_TIMEOUT}; // with it a command may never end
+    if ((options & 64) != 0) req.sap = kFirstSap;
+    fuzz::select_every_vsan(req);
+    return req;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     fuzz::Input input(data, size);
-    test::reset_globals();
-    sim::Switch sw;
+    fuzz::CurrentSwitch sw;
     sw.version = "1";
-    sw.transport.unit = std::chrono::nanoseconds(0);
     add_interfaces(sw);
-    sim::make_current(&sw);
-
-    const uint8_t display = input.byte(), options = input.byte(), traces = input.byte();
+    qarn_req req = read_request(input, sw);
     const uint32_t order = input.word();
-    cfg_display = display % 18;
-    sim::set_shell_options({.filter_mode = options & 1 ? 0x48u : 0, .generic_option = options & 8u ? 0x10u : 0u});
-    if ((options & 16) != 0) cmd_token_id = QARN_TOKEN_MEMBERSHIP;
-    qarn_req req = {};
-    req.valid = 1;
-    req.mts_handle = sw.transport.open(4000);
-    if ((options & 32) != 0) req.dbg_mask = traces & ~uint32_t{QARN_DEBUG_NO_TIMEOUT}; // which waits for ever
-    if ((options & 64) != 0) req.sap = kFirstSap;
-    std::memset(req.vsan_mask.bits, 0xff, sizeof req.vsan_mask.bits);
 
     std::vector<Answer> answers;
     while (!input.empty() && answers.size() < kMostServices) {
@@ -119,6 +116,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     }
     deliver(sw, req.mts_handle, std::move(answers), order);
     qarn_generate(&req, QARN_SOURCE_RUNNING);
-    sim::make_current(nullptr);
     return 0;
 }

@@ -1,6 +1,6 @@
-// What a shell may ask: bytes choose an entry point and become the request's tokens, with the kind of value that the
-// entry point reads, range lists with any bounds among them; then the command runs on a small switch. At the end the
-// remaining bytes are a set of ids, printed as ranges.
+// What a shell may ask: bytes choose an entry point and become the request's tokens, each with the kind of value that
+// the entry point reads, such as range lists with any bounds. Then the command runs on a small switch. The remaining
+// bytes are a set of ids, which is printed as ranges.
 #include <qarncli/qarncli.h>
 
 #include <cstdlib>
@@ -11,8 +11,6 @@
 #include <vector>
 
 #include "fuzz/input.h"
-#include "sim/switch.h"
-#include "support/globals.h"
 
 namespace {
 
@@ -110,31 +108,18 @@ void add_service(sim::Switch &sw, uint32_t uuid, uint32_t elem_id) {
     element.key_strings = {{"vlan 1\n", "  a\n"}, {"vlan 3\n", "  a\n"}};
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
-    fuzz::Input input(data, size);
-    test::reset_globals();
-    sim::Switch sw;
+void set_up(fuzz::CurrentSwitch &sw) {
     sw.version = "1";
-    sw.transport.unit = std::chrono::nanoseconds(0);
-    for (const uint32_t index : {1u, 2u, 3u}) {
-        sim::Interface &interface = sw.interfaces.emplace_back();
-        interface.index = index;
-        interface.name = "e";
-        interface.block = index;
-    }
+    for (const uint32_t index : {1u, 2u, 3u})
+        sw.add_interface(index, "e", index);
     add_service(sw, QARN_UUID_INTERFACE, 1);
     add_service(sw, QARN_UUID_VLAN, 2);
     sw.ascii_startup_dir = startup_folder();
     sw.bin_startup_dir = startup_folder() + "/bin";
-    sim::make_current(&sw);
+}
 
-    const Command &command = kCommands[input.byte() % std::size(kCommands)];
-    qarn_req req = {};
-    req.valid = input.byte() != 0xff;
-    req.mts_handle = sw.transport.open(4000);
-    req.cmd_code = input.byte();
+// The services that the request asks: by default those of its command.
+void select_services(fuzz::Input &input, qarn_req &req) {
     const uint8_t selection = input.byte();
     if (selection % 8 == 1) req.sap = input.word();
     if (selection % 8 == 2) req.sap = 1; // every consumer
@@ -144,15 +129,29 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
         sim::set_sap_row(req.index, {QARN_UUID_VLAN, QARN_UUID_INTERFACE}, 0);
         sim::set_feature_row(req.index, {{QARN_UUID_VLAN, 0}});
     }
+}
+
+void print_mask(const std::string &bits) {
+    qarn_id_mask mask = {};
+    mask.len = sizeof mask.bits;
+    std::memcpy(mask.bits, bits.data(), bits.size());
+    qarn_vlan_mask_print(&mask);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
+    fuzz::Input input(data, size);
+    fuzz::CurrentSwitch sw;
+    set_up(sw);
+    const Command &command = kCommands[input.byte() % std::size(kCommands)];
+    qarn_req req = sw.accepted_request();
+    req.valid = input.byte() != 0xff ? 1 : 0;
+    req.cmd_code = input.byte();
+    select_services(input, req);
     Tokens tokens;
     tokens.read(input, command.value, req);
     command.entry_point(&req);
-
-    qarn_id_mask mask = {};
-    mask.len = sizeof mask.bits;
-    const std::string bits = input.bytes(sizeof mask.bits);
-    std::memcpy(mask.bits, bits.data(), bits.size());
-    qarn_vlan_mask_print(&mask);
-    sim::make_current(nullptr);
+    print_mask(input.bytes(sizeof qarn_id_mask::bits));
     return 0;
 }
