@@ -5,6 +5,8 @@
 #include <random>
 #include <vector>
 
+#include "sim/reply.h"
+
 namespace bench {
 namespace {
 

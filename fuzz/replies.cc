@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "fuzz/input.h"
+#include "sim/cmdshell.h"
+#include "sim/reply.h"
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "fuzz/input.h"
+#include "sim/cmdshell.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/cmdshell.h"
 #include "sim/switch.h"
 
 namespace shell {

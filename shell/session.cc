@@ -19,8 +19,6 @@ namespace shell {
 
 namespace {
 
-constexpr std::uint32_t kDefaultVdc = 1;
-
 std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file) {
     auto sw = std::make_unique<sim::Switch>();
     if (file) {
@@ -43,7 +41,7 @@ const sim::Vdc &active_vdc(const sim::Switch &sw, Value sim::Vdc::*member, const
 }
 
 std::string folder_of_vdc(const std::string &store, std::uint32_t vdc) {
-    return store.empty() || vdc == kDefaultVdc ? store : store + "/vdc-" + std::to_string(vdc);
+    return store.empty() || vdc == sim::kDefaultVdc ? store : store + "/vdc-" + std::to_string(vdc);
 }
 
 } // namespace

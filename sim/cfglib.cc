@@ -1,22 +1,16 @@
-// Companion configuration library: makes the element records that the library fills, knows the services that answer
-// through a function of a shared library, and is told when a generation is done.
-#include "platform/cfglib.h"
+// Companion configuration library: creates the element records that the library fills, holds the table of services that
+// answer through a function of a shared library, and takes the final callback of a generation.
+#include "sim/cfglib.h"
 
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/cmdshell.h"
+#include "platform/cfglib.h"
 #include "sim/switch.h"
-
-namespace {
-
-constexpr std::size_t kCallbackRows = 64;
-
-} // namespace
 
 namespace sim {
 
-bool add_callback_row(std::uint32_t sap, const std::string &function, const std::string &library, std::uint32_t flags) {
+bool add_callback_row(uint32_t sap, const std::string &function, const std::string &library, uint32_t flags) {
     if (static_cast<std::size_t>(qarn_cfg_cb_table_size) >= kCallbackRows) return false;
     qarn_cfg_cb_entry row = {};
     if (function.size() >= sizeof row.func_name || library.size() >= sizeof row.lib_name) return false;
@@ -28,15 +22,9 @@ bool add_callback_row(std::uint32_t sap, const std::string &function, const std:
     return true;
 }
 
-void clear_tables() {
+void clear_callback_table() {
     qarn_cfg_cb_table_size = 0;
-    for (std::uint32_t row = 0; row < SHOW_TABLE_ROWS; ++row) {
-        set_sap_row(row, {}, 0);
-        set_feature_row(row, {});
-    }
 }
-
-} // namespace sim
 
 extern "C" {
 
@@ -44,7 +32,7 @@ struct qarn_cfg_cb_entry qarn_cfg_cb_table[kCallbackRows];
 int32_t qarn_cfg_cb_table_size = 0;
 
 struct qarn_elem *qarn_elem_info_create(uint32_t uuid, uint32_t elem_id, uint32_t level, uint32_t property) {
-    if (sim::current().take_outcome("qarn_elem_info_create")) return nullptr;
+    if (current().take_outcome("qarn_elem_info_create")) return nullptr;
     auto *elem = static_cast<qarn_elem *>(std::calloc(1, sizeof(qarn_elem)));
     if (elem == nullptr) return nullptr;
     elem->uuid = uuid;
@@ -60,28 +48,30 @@ struct qarn_elem *qarn_elem_info_create(uint32_t uuid, uint32_t elem_id, uint32_
 
 struct qarn_elem_dependency *qarn_elem_dependency_create(uint32_t uuid, uint32_t elem_id, uint32_t dep_type,
                                                          struct qarn_elem_dependency *next) {
-    if (sim::current().take_outcome("qarn_elem_dependency_create")) return nullptr;
+    if (current().take_outcome("qarn_elem_dependency_create")) return nullptr;
     auto *dependency = static_cast<qarn_elem_dependency *>(std::malloc(sizeof(qarn_elem_dependency)));
     if (dependency != nullptr) *dependency = {uuid, elem_id, dep_type, next};
     return dependency;
 }
 
 uint32_t qarn_cfg_type_get(struct mts_msg *msg) {
-    if (auto outcome = sim::current().enter("qarn_cfg_type_get")) return static_cast<uint32_t>(outcome->result);
-    const qarn_cfg_req_msg *request = sim::request_in(msg);
+    if (const auto outcome = current().enter("qarn_cfg_type_get")) return static_cast<uint32_t>(outcome->result);
+    const qarn_cfg_req_msg *request = request_in(msg);
     return request != nullptr ? request->cfg_source : 0;
 }
 
 void qarn_parallel_cfg_cb_invoke_handler(void *func, void *args, uint32_t *result) {
-    if (sim::current().enter("qarn_parallel_cfg_cb_invoke_handler")) return;
+    if (current().enter("qarn_parallel_cfg_cb_invoke_handler")) return;
     reinterpret_cast<void (*)(void *, uint32_t *)>(func)(args, result);
 }
 
 uint32_t qarn_cb_run_cfg_generate(struct qarn_req *req) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("qarn_cb_run_cfg_generate", "0x%x", req->info_flags))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("qarn_cb_run_cfg_generate", "0x%x", req->info_flags))
         return static_cast<uint32_t>(outcome->result);
     return sw.final_callback ? sw.final_callback(req) : 0;
 }
 
 } // extern "C"
+
+} // namespace sim

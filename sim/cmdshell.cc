@@ -1,20 +1,22 @@
-// Command shell: the tables and option words that steer a display, the interface filter, and the renderer that turns
-// command messages into text. A command message is a 64-byte header with either a line of text or a list of
-// attributes behind it; the renderer takes it inside a render handle and believes neither unless both are stamped with
-// their own addresses, so a handle that was copied after it was stamped renders as nothing.
-#include "platform/cmdshell.h"
+// Command shell: the tables and option words that steer a display, the interface filter, command replies, and the
+// renderer that turns command messages into text. A command message is a 64-byte header followed by a line of text or
+// by a list of attributes. The renderer takes it inside a render handle and accepts both only with the stamps of their
+// own addresses, so a handle that was copied after it was stamped renders as an empty text.
+#include "sim/cmdshell.h"
 
 #include <cstring>
 
+#include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "sim/switch.h"
 
+namespace sim {
 namespace {
 
 constexpr uint32_t kNoRoom = 0x40430001;
 
 uint32_t load(const void *base, std::size_t at) {
-    uint32_t word;
+    uint32_t word = 0;
     std::memcpy(&word, static_cast<const unsigned char *>(base) + at, sizeof word);
     return word;
 }
@@ -32,8 +34,6 @@ std::string_view text_within(const unsigned char *text, std::size_t size) {
     return {chars, strnlen(chars, size)};
 }
 
-// ---- Command replies ------------------------------------------------------------------------------------------------
-
 // cmd_req_init's buffer: a handle (its first word the size of the buffer, the pointer at 36), then the reply buffer.
 constexpr std::size_t kHandleSize = 48;
 constexpr std::size_t kAttributeHeaderSize = 8; // attribute id and length; the value is padded to 4 bytes
@@ -46,8 +46,6 @@ unsigned char *reply_of(void *handle) {
 std::size_t padded(std::size_t size) {
     return (size + 3) & ~std::size_t{3};
 }
-
-// ---- Rendering ------------------------------------------------------------------------------------------------------
 
 GString *rendered_text; // of the last rendering
 cmd_clistr rendered;    // g_clistr once something was rendered
@@ -80,13 +78,11 @@ std::string render(const void *handle) {
     if (message == nullptr) return {};
     const unsigned char *body = message + QARN_CMD_HEADER_SIZE;
     const std::size_t size = load(message, QARN_CMD_LENGTH_AT) - QARN_CMD_HEADER_SIZE;
-    if (load(message, QARN_CMD_TYPE_AT) == sim::kCommandAttributes) return render_attributes(body, size);
+    if (load(message, QARN_CMD_TYPE_AT) == kCommandAttributes) return render_attributes(body, size);
     return std::string(text_within(body, size));
 }
 
 } // namespace
-
-namespace sim {
 
 void set_shell_options(const ShellOptions &options) {
     g_cli_execution_filter_mode = options.filter_mode;
@@ -94,7 +90,7 @@ void set_shell_options(const ShellOptions &options) {
     g_cli_generic_option = options.generic_option;
 }
 
-void set_sap_row(std::uint32_t row, const std::vector<std::uint32_t> &row_saps, std::uint32_t key_word) {
+void set_sap_row(uint32_t row, const std::vector<uint32_t> &row_saps, uint32_t key_word) {
     if (row >= SHOW_TABLE_ROWS) return;
     auto &words = show_sap_table[row];
     std::memset(words, 0, sizeof words);
@@ -103,7 +99,7 @@ void set_sap_row(std::uint32_t row, const std::vector<std::uint32_t> &row_saps, 
     words[SHOW_SAP_KEY_WORD] = key_word;
 }
 
-void set_feature_row(std::uint32_t row, const std::vector<std::pair<std::uint32_t, std::uint32_t>> &pairs) {
+void set_feature_row(uint32_t row, const std::vector<std::pair<uint32_t, uint32_t>> &pairs) {
     if (row >= SHOW_TABLE_ROWS) return;
     auto &words = show_feature_table[row];
     std::memset(words, 0, sizeof words);
@@ -113,7 +109,12 @@ void set_feature_row(std::uint32_t row, const std::vector<std::pair<std::uint32_
     }
 }
 
-} // namespace sim
+void clear_show_tables() {
+    for (uint32_t row = 0; row < SHOW_TABLE_ROWS; ++row) {
+        set_sap_row(row, {}, 0);
+        set_feature_row(row, {});
+    }
+}
 
 extern "C" {
 
@@ -127,23 +128,23 @@ void *g_user_data;
 struct cmd_clistr *g_clistr;
 
 uint32_t vsh_is_interface_display_allowed(uint32_t handle, const struct qarn_id_mask *vsan_mask, uint32_t if_index) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("vsh_is_interface_display_allowed", "%u, 0x%x", handle, if_index))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("vsh_is_interface_display_allowed", "%u, 0x%x", handle, if_index))
         return static_cast<uint32_t>(outcome->result);
-    const sim::Interface *interface = sw.find_interface(if_index);
+    const Interface *interface = sw.find_interface(if_index);
     if (interface == nullptr || interface->vsan >= 8 * sizeof vsan_mask->bits) return 0;
     return (vsan_mask->bits[interface->vsan >> 3] & (0x80u >> (interface->vsan & 7))) != 0;
 }
 
 uint32_t cmd_show_run_opt(void *buffer) {
-    if (auto outcome = sim::current().enter("cmd_show_run_opt")) return static_cast<uint32_t>(outcome->result);
+    if (const auto outcome = current().enter("cmd_show_run_opt")) return static_cast<uint32_t>(outcome->result);
     csm_qarn_sp_print("%s\n", render(buffer).c_str());
     return 0;
 }
 
 uint32_t cmd_show_run_opt_cr(void *buffer, uint32_t option) {
     g_clistr = nullptr;
-    if (auto outcome = sim::current().enter("cmd_show_run_opt_cr", "%u", option))
+    if (const auto outcome = current().enter("cmd_show_run_opt_cr", "%u", option))
         return static_cast<uint32_t>(outcome->result);
     if (rendered_text == nullptr) rendered_text = g_string_new("");
     g_string_assign(rendered_text, render(buffer).c_str());
@@ -154,23 +155,23 @@ uint32_t cmd_show_run_opt_cr(void *buffer, uint32_t option) {
 
 // The text stays: it is read after the cleanup.
 void sr_cmds_cleanup(void) {
-    sim::current().enter("sr_cmds_cleanup");
+    current().enter("sr_cmds_cleanup");
 }
 
 void init_global_tlv_vars(void) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     sw.enter("init_global_tlv_vars");
     ++sw.tlv_vars_depth;
 }
 
 void reset_global_tlv_vars(void) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     sw.enter("reset_global_tlv_vars");
     --sw.tlv_vars_depth;
 }
 
 void *cmd_req_init(void *buffer, uint32_t size) {
-    if (sim::current().enter("cmd_req_init", "%u", size)) return nullptr;
+    if (current().enter("cmd_req_init", "%u", size)) return nullptr;
     if (buffer == nullptr || size < kHandleSize + kEmptyReplyEnd) return nullptr;
     std::memset(buffer, 0, kHandleSize + kEmptyReplyEnd);
     store(buffer, 0, size);
@@ -180,7 +181,7 @@ void *cmd_req_init(void *buffer, uint32_t size) {
 }
 
 uint32_t cmd_rep_attr_add(void *handle, uint32_t attribute, const void *value, uint32_t length) {
-    if (auto outcome = sim::current().enter("cmd_rep_attr_add", "0x%x, %u", attribute, length))
+    if (const auto outcome = current().enter("cmd_rep_attr_add", "0x%x, %u", attribute, length))
         return static_cast<uint32_t>(outcome->result);
     unsigned char *reply = reply_of(handle);
     const std::size_t capacity = load(handle, 0) - kHandleSize, at = load(reply, CMD_REP_END_AT);
@@ -195,10 +196,12 @@ uint32_t cmd_rep_attr_add(void *handle, uint32_t attribute, const void *value, u
 }
 
 uint32_t cmd_rep_flush(void *handle) {
-    if (auto outcome = sim::current().enter("cmd_rep_flush")) return static_cast<uint32_t>(outcome->result);
+    if (const auto outcome = current().enter("cmd_rep_flush")) return static_cast<uint32_t>(outcome->result);
     const unsigned char *reply = reply_of(handle);
     std::memcpy(static_cast<unsigned char *>(handle) + CMD_REP_BUFFER_AT, &reply, sizeof reply);
     return 0;
 }
 
 } // extern "C"
+
+} // namespace sim

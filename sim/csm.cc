@@ -1,5 +1,5 @@
-// Configuration-sync manager: the output routine, through which everything that a command shows leaves the library,
-// and the switch profile that follows the configuration.
+// Configuration-sync manager: the output routine, which writes everything that a command shows, and the switch profile
+// that follows the configuration.
 #include "platform/csm.h"
 
 #include <cstdarg>
@@ -8,13 +8,14 @@
 
 #include "sim/switch.h"
 
+namespace sim {
 namespace {
 
 bool is_plain_text(const char *format) {
     return format[0] == '%' && format[1] == 's' && format[2] == '\0';
 }
 
-int32_t write_text(sim::Switch &sw, const char *text) {
+int32_t write_text(Switch &sw, const char *text) {
     const std::size_t length = std::strlen(text);
     if (sw.output != nullptr) {
         std::fwrite(text, 1, length, sw.output);
@@ -45,7 +46,7 @@ GString *new_string(const std::optional<std::string> &text) {
 extern "C" {
 
 int32_t csm_qarn_sp_print(const char *format, ...) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     va_list args;
     va_start(args, format);
     const int32_t length = is_plain_text(format)  ? write_text(sw, va_arg(args, const char *))
@@ -56,11 +57,11 @@ int32_t csm_qarn_sp_print(const char *format, ...) {
 }
 
 void csm_qarn_sp_init(uint32_t token) {
-    sim::current().enter("csm_qarn_sp_init", "%u", token);
+    current().enter("csm_qarn_sp_init", "%u", token);
 }
 
 struct qarn_sp_result *csm_get_switch_profile_qarn(uint32_t handle, struct ppm_merge_input input) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     if (sw.enter("csm_get_switch_profile_qarn", "%u, {%u, %u, %u, %u, %u, %u}", handle, input.cmd_code, input.reserved,
                  input.script_mode, input.cfg_source, input.bypass, input.token_mode))
         return nullptr;
@@ -74,3 +75,5 @@ struct qarn_sp_result *csm_get_switch_profile_qarn(uint32_t handle, struct ppm_m
 }
 
 } // extern "C"
+
+} // namespace sim

@@ -1,8 +1,7 @@
-// Switch descriptions: a YAML file that says which services, interfaces, VLANs, port profiles and features a switch
-// has, and what its services answer. The form of the file is told at the top of switches/leaf.yaml.
+// Switch descriptions: a YAML file that lists the services, interfaces, port profiles and features of a switch and the
+// answers of its services. The format is documented at the top of switches/leaf.yaml.
 #pragma once
 
-#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -16,7 +15,7 @@ class DescriptionError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Fill a fresh switch, and in place of what they held, the shell's tables and the callback table. After an error the
+// Fill a fresh switch, and replace the contents of the shell's tables and of the callback table. After an error the
 // switch is half filled.
 void load_description(Switch &sw, const std::string &path);
 void load_description_text(Switch &sw, const std::string &text, const std::string &name);

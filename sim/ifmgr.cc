@@ -1,5 +1,5 @@
 // Interface manager: the interfaces of the switch, grouped by the interface block element that prints them, and their
-// names. The sublists it hands out stay its own until the switch ends, so nobody frees them.
+// names. It owns the sublists that it hands out until the switch ends, so nobody frees them.
 #include "platform/ifmgr.h"
 
 #include <algorithm>
@@ -8,10 +8,12 @@
 #include "sim/switch.h"
 
 // The sublists of one request, and the interface indexes that they point to.
-struct sim::Switch::Chain {
+namespace sim {
+
+struct Switch::Chain {
     struct Block {
         ifindex_sublist sublist{};
-        std::vector<std::uint32_t> ifindexes;
+        std::vector<uint32_t> ifindexes;
     };
     std::vector<Block> blocks;
 };
@@ -20,12 +22,12 @@ namespace {
 
 constexpr uint32_t kNoSuchBlock = 0x40420001;
 
-// Interface indexes are bit patterns: the ranges compare them without a sign.
+// Interface indexes are bit patterns, so the ranges compare them without a sign.
 struct Range {
     uint32_t low, high;
 };
 
-// The ranges of the request's first token, ascending and apart, so that one search per interface is enough.
+// The ranges of the request's first token, ascending and disjoint, so that one search per interface is enough.
 std::vector<Range> named_ranges(const qarn_req &req) {
     std::vector<Range> ranges;
     if (req.num_tokens == 0 || req.tokens[0]->value == nullptr) return ranges;
@@ -35,27 +37,27 @@ std::vector<Range> named_ranges(const qarn_req &req) {
         if (range.low <= range.high) ranges.push_back(range);
     }
     std::ranges::sort(ranges, {}, &Range::low);
-    std::vector<Range> apart;
+    std::vector<Range> disjoint;
     for (const Range &range : ranges) {
-        if (apart.empty() || range.low > apart.back().high) {
-            apart.push_back(range);
+        if (disjoint.empty() || range.low > disjoint.back().high) {
+            disjoint.push_back(range);
         } else {
-            apart.back().high = std::max(apart.back().high, range.high);
+            disjoint.back().high = std::max(disjoint.back().high, range.high);
         }
     }
-    return apart;
+    return disjoint;
 }
 
 bool contain(const std::vector<Range> &ranges, uint32_t if_index) {
-    const auto behind = std::ranges::upper_bound(ranges, if_index, {}, &Range::low);
-    return behind != ranges.begin() && if_index <= std::prev(behind)->high;
+    const auto after = std::ranges::upper_bound(ranges, if_index, {}, &Range::low);
+    return after != ranges.begin() && if_index <= std::prev(after)->high;
 }
 
-std::shared_ptr<sim::Switch::Chain> chain_of(const sim::Switch &sw, const std::vector<Range> &selected) {
-    auto chain = std::make_shared<sim::Switch::Chain>();
+std::shared_ptr<Switch::Chain> chain_of(const Switch &sw, const std::vector<Range> &selected) {
+    auto chain = std::make_shared<Switch::Chain>();
     auto &blocks = chain->blocks;
     std::unordered_map<uint32_t, std::size_t> block_positions;
-    for (const sim::Interface &interface : sw.interfaces) {
+    for (const Interface &interface : sw.interfaces) {
         const auto [entry, is_new] = block_positions.emplace(interface.block, blocks.size());
         if (is_new) blocks.emplace_back().sublist.elem_id = interface.block;
         if (contain(selected, interface.index)) blocks[entry->second].ifindexes.push_back(interface.index);
@@ -75,8 +77,8 @@ std::shared_ptr<sim::Switch::Chain> chain_of(const sim::Switch &sw, const std::v
 extern "C" {
 
 uint32_t if_manager_ifindex_list_get(struct qarn_req *req, struct ifindex_sublist **head, uint32_t flag) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("if_manager_ifindex_list_get", "%u", flag))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("if_manager_ifindex_list_get", "%u", flag))
         return static_cast<uint32_t>(outcome->result);
     const std::vector<Range> every = {{0, std::numeric_limits<uint32_t>::max()}};
     auto chain = chain_of(sw, flag == 0 ? named_ranges(*req) : every);
@@ -87,7 +89,7 @@ uint32_t if_manager_ifindex_list_get(struct qarn_req *req, struct ifindex_sublis
 
 uint32_t if_manager_ifindex_list_find_by_elem(struct ifindex_sublist *head, uint32_t elem_id,
                                               struct ifindex_sublist **found) {
-    if (auto outcome = sim::current().enter("if_manager_ifindex_list_find_by_elem", "%u", elem_id))
+    if (const auto outcome = current().enter("if_manager_ifindex_list_find_by_elem", "%u", elem_id))
         return static_cast<uint32_t>(outcome->result);
     for (ifindex_sublist *sublist = head; sublist != nullptr; sublist = sublist->next) {
         if (sublist->elem_id != elem_id) continue;
@@ -98,17 +100,19 @@ uint32_t if_manager_ifindex_list_find_by_elem(struct ifindex_sublist *head, uint
 }
 
 uint32_t if_index_is_port_channel_sub_interface(uint32_t if_index) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("if_index_is_port_channel_sub_interface", "0x%x", if_index))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("if_index_is_port_channel_sub_interface", "0x%x", if_index))
         return static_cast<uint32_t>(outcome->result);
-    const sim::Interface *interface = sw.find_interface(if_index);
+    const Interface *interface = sw.find_interface(if_index);
     return interface != nullptr && interface->port_channel_sub_interface;
 }
 
 int32_t snprintf_if_index(char *buffer, uint32_t size, uint32_t if_index) {
-    const sim::Interface *interface = sim::current().find_interface(if_index);
+    const Interface *interface = current().find_interface(if_index);
     if (interface == nullptr) return std::snprintf(buffer, size, "if0x%x", if_index);
     return std::snprintf(buffer, size, "%s", interface->name.c_str());
 }
 
 } // extern "C"
+
+} // namespace sim

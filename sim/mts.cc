@@ -1,9 +1,9 @@
-// Message transport. A message goes to an opened handle with the SAP or to the service with it; a service that is
-// asked for its configuration answers at once, in fragments that wait for the asker. What was sent to a handle is
-// received in order and first, then one fragment of each answer in turn, so that the replies of all services arrive
-// interleaved as they do on the switch. Nothing ever arrives later, so a receive that finds nothing waits its whole
+// Message transport. A message goes to the opened handle or to the service that has its SAP. A service that receives a
+// configuration request answers at once, in fragments that wait for the requester. A handle first receives the messages
+// that were sent to it, in order, then one fragment of each answer in turn, so that the replies of all services arrive
+// interleaved as they do on a real switch. Nothing arrives later, so a receive that finds nothing waits for its whole
 // time-out.
-#include "platform/mts.h"
+#include "sim/mts.h"
 
 #include <unistd.h>
 
@@ -14,17 +14,18 @@
 #include <thread>
 #include <utility>
 
+#include "platform/mts.h"
+#include "sim/reply.h"
 #include "sim/switch.h"
 
 namespace sim {
-
 namespace {
 
-constexpr std::uint32_t kReceivedMark = 0x4d545331;
+constexpr uint32_t kReceivedMark = 0x4d545331;
 
-// What the transport keeps in an mts_msg. The payload has exactly its size, so that a read beyond it shows.
+// The transport's record in an mts_msg. The payload is a block of exactly its size, so that a read beyond it is found.
 struct Received {
-    std::uint32_t mark, length;
+    uint32_t mark, length;
     void *payload;
 };
 static_assert(sizeof(Received) <= sizeof(mts_msg::opaque));
@@ -37,7 +38,7 @@ Received received_in(const mts_msg *msg) {
 
 bool hand_over(const Message &message, mts_msg *msg) {
     const std::size_t size = message.payload.size();
-    const Received received{kReceivedMark, static_cast<std::uint32_t>(size), std::malloc(size)};
+    const Received received{kReceivedMark, static_cast<uint32_t>(size), std::malloc(size)};
     if (received.payload == nullptr) return false;
     std::memcpy(received.payload, message.payload.data(), size);
     std::memset(msg->opaque, 0, sizeof msg->opaque);
@@ -45,50 +46,48 @@ bool hand_over(const Message &message, mts_msg *msg) {
     return true;
 }
 
-Transport::Endpoint *endpoint_of_sap(std::uint32_t sap) {
+Transport::Endpoint *endpoint_of_sap(uint32_t sap) {
     for (auto &[handle, endpoint] : current().transport.endpoints)
         if (endpoint.sap == sap) return &endpoint;
     return nullptr;
 }
 
-Transport::Endpoint *endpoint_of_handle(std::uint32_t handle) {
+Transport::Endpoint *endpoint_of_handle(uint32_t handle) {
     auto &endpoints = current().transport.endpoints;
     const auto found = endpoints.find(handle);
     return found != endpoints.end() ? &found->second : nullptr;
 }
 
-bool consumes(const Service &service, std::uint32_t opcode) {
+bool consumes(const Service &service, uint32_t opcode) {
     return service.consumer && opcode == QARN_OPC_REQUEST;
 }
 
-const qarn_cfg_req_msg *as_request(const void *payload, std::uint32_t length) {
+const qarn_cfg_req_msg *as_request(const void *payload, uint32_t length) {
     if (payload == nullptr || length < sizeof(qarn_cfg_req_msg)) return nullptr;
     const auto *request = static_cast<const qarn_cfg_req_msg *>(payload);
     const std::size_t named = (length - sizeof(qarn_cfg_req_msg)) / sizeof request->ifindex_list[0];
     return request->num_ifindex <= named ? request : nullptr;
 }
 
-bool excludes(const qarn_cfg_req_msg &request, std::uint32_t sap) {
+bool excludes(const qarn_cfg_req_msg &request, uint32_t sap) {
     const std::size_t count = std::min<std::size_t>(request.num_excl_saps, std::size(request.excl_saps));
-    const std::uint32_t *end = request.excl_saps + count;
+    const uint32_t *end = request.excl_saps + count;
     return std::find(request.excl_saps, end, sap) != end;
 }
 
 void ask(const Service &service, const qarn_cfg_req_msg &request) {
     Transport::Endpoint *asker = endpoint_of_sap(request.src_sap);
     if (asker == nullptr || service.is_silent || excludes(request, service.sap)) return;
-    const std::size_t size = service.fragment_size != 0 ? service.fragment_size : current().transport.fragment_size;
-    for (int i = 0; i < service.answers; ++i)
-        asker->streams.push_back(fragments(service.sap, reply_of(service, request), size));
+    asker->streams.push_back(answer(service, request));
 }
 
-void send_to_service(const Service &service, std::uint32_t opcode, const void *payload, std::uint32_t length) {
+void send_to_service(const Service &service, uint32_t opcode, const void *payload, uint32_t length) {
     if (opcode != QARN_OPC_REQUEST) return;
     if (const qarn_cfg_req_msg *request = as_request(payload, length)) ask(service, *request);
 }
 
-std::uint32_t sender(const std::deque<Message> &stream) {
-    std::uint32_t sap = 0;
+uint32_t sender(const std::deque<Message> &stream) {
+    uint32_t sap = 0;
     const Bytes &payload = stream.front().payload;
     if (payload.size() >= sizeof(qarn_cfg_frag)) std::memcpy(&sap, payload.data() + offsetof(qarn_cfg_frag, sap), 4);
     return sap;
@@ -96,7 +95,7 @@ std::uint32_t sender(const std::deque<Message> &stream) {
 
 // A service finishes one answer before it begins the next.
 bool may_go_on(const std::vector<std::deque<Message>> &streams, std::size_t at) {
-    const std::uint32_t sap = sender(streams[at]);
+    const uint32_t sap = sender(streams[at]);
     const auto begin = streams.begin();
     return std::none_of(begin, begin + static_cast<std::ptrdiff_t>(at),
                         [&](const auto &earlier) { return sender(earlier) == sap; });
@@ -119,7 +118,7 @@ std::optional<Message> next_fragment(Transport::Endpoint &endpoint) {
     return message;
 }
 
-std::optional<Message> next_message(Transport::Endpoint &endpoint, std::uint32_t opcode) {
+std::optional<Message> next_message(Transport::Endpoint &endpoint, uint32_t opcode) {
     const auto queued = std::ranges::find(endpoint.queue, opcode, &Message::opcode);
     if (queued != endpoint.queue.end()) {
         Message message = std::move(*queued);
@@ -129,10 +128,10 @@ std::optional<Message> next_message(Transport::Endpoint &endpoint, std::uint32_t
     return opcode == QARN_OPC_REPLY ? next_fragment(endpoint) : std::nullopt;
 }
 
-void wait_out(std::uint32_t timeout) {
+void wait_out(uint32_t timeout) {
     if (timeout == 0) {
         for (;;)
-            ::pause(); // a signal that ends the process is the only way out
+            ::pause(); // only a signal that ends the process ends the wait
     }
     std::this_thread::sleep_for(current().transport.unit * timeout);
 }
@@ -144,36 +143,14 @@ int32_t fail(int error) {
 
 } // namespace
 
-std::uint32_t Transport::open(std::uint32_t sap) {
-    const std::uint32_t handle = endpoints.empty() ? 1 : endpoints.rbegin()->first + 1;
+uint32_t Transport::open(uint32_t sap) {
+    const uint32_t handle = endpoints.empty() ? 1 : endpoints.rbegin()->first + 1;
     endpoints[handle].sap = sap;
     return handle;
 }
 
-void Transport::deliver(std::uint32_t handle, std::uint32_t opcode, Bytes payload) {
+void Transport::deliver(uint32_t handle, uint32_t opcode, Bytes payload) {
     endpoints[handle].queue.push_back({opcode, std::move(payload)});
-}
-
-Bytes fragment(std::uint32_t sap, bool last, std::uint32_t total_len, const Bytes &data) {
-    const std::uint32_t header[] = {last, total_len, sap, static_cast<std::uint32_t>(data.size())};
-    static_assert(sizeof header == sizeof(qarn_cfg_frag));
-    Bytes bytes(sizeof header, '\0');
-    std::memcpy(bytes.data(), header, sizeof header);
-    return bytes + data;
-}
-
-std::deque<Message> fragments(std::uint32_t sap, const Bytes &reply, std::size_t size,
-                              std::optional<std::uint32_t> total_len) {
-    const std::uint32_t total = total_len.value_or(static_cast<std::uint32_t>(reply.size()));
-    if (size == 0) size = reply.size();
-    std::deque<Message> messages;
-    std::size_t at = 0;
-    do {
-        const std::size_t end = at + std::min(size, reply.size() - at);
-        messages.push_back({QARN_OPC_REPLY, fragment(sap, end == reply.size(), total, reply.substr(at, end - at))});
-        at = end;
-    } while (at < reply.size());
-    return messages;
 }
 
 const qarn_cfg_req_msg *request_in(const mts_msg *msg) {
@@ -181,79 +158,79 @@ const qarn_cfg_req_msg *request_in(const mts_msg *msg) {
     return as_request(received.payload, received.length);
 }
 
-} // namespace sim
-
 extern "C" {
 
 int32_t mts_opc_consumers_list(uint32_t handle, uint32_t opcode, uint32_t *consumers, uint32_t capacity) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("mts_opc_consumers_list", "%u, %u, %u", handle, opcode, capacity))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("mts_opc_consumers_list", "%u, %u, %u", handle, opcode, capacity))
         return static_cast<int32_t>(outcome->result);
     uint32_t count = 0;
-    for (const sim::Service &service : sw.services)
-        if (count < capacity && sim::consumes(service, opcode)) consumers[count++] = service.sap;
+    for (const Service &service : sw.services)
+        if (count < capacity && consumes(service, opcode)) consumers[count++] = service.sap;
     return static_cast<int32_t>(count);
 }
 
 uint32_t mts_sap_get(uint32_t handle) {
-    const auto *endpoint = sim::endpoint_of_handle(handle);
+    const auto *endpoint = endpoint_of_handle(handle);
     return endpoint != nullptr ? endpoint->sap : 0;
 }
 
 int32_t mts_send(uint32_t handle, uint32_t address, uint32_t sap, uint32_t opcode, const void *payload, uint32_t length,
                  uint32_t, uint32_t, uint32_t) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("mts_send", "%u, 0x%x, %u, %u, %u", handle, address, sap, opcode, length))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("mts_send", "%u, 0x%x, %u, %u, %u", handle, address, sap, opcode, length))
         return static_cast<int32_t>(outcome->result);
-    if (sim::endpoint_of_handle(handle) == nullptr) return sim::fail(EBADF);
+    if (endpoint_of_handle(handle) == nullptr) return fail(EBADF);
 
-    sim::Bytes bytes;
+    Bytes bytes;
     if (length != 0) bytes.assign(static_cast<const char *>(payload), length);
     if (sw.recording) sw.transport.sent.push_back({handle, address, sap, opcode, bytes});
     if (sap == 0) {
-        for (const sim::Service &service : sw.services)
-            if (sim::consumes(service, opcode)) sim::send_to_service(service, opcode, payload, length);
+        for (const Service &service : sw.services)
+            if (consumes(service, opcode)) send_to_service(service, opcode, payload, length);
         return 0;
     }
-    if (auto *endpoint = sim::endpoint_of_sap(sap)) {
+    if (auto *endpoint = endpoint_of_sap(sap)) {
         endpoint->queue.push_back({opcode, std::move(bytes)});
         return 0;
     }
-    const auto service = std::ranges::find(sw.services, sap, &sim::Service::sap);
-    if (service == sw.services.end()) return sim::fail(EPIPE);
-    sim::send_to_service(*service, opcode, payload, length);
+    const auto service = std::ranges::find(sw.services, sap, &Service::sap);
+    if (service == sw.services.end()) return fail(EPIPE);
+    send_to_service(*service, opcode, payload, length);
     return 0;
 }
 
 int32_t mts_recv(uint32_t handle, struct mts_msg *msg, const struct qarn_recv_opts *opts) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     const uint32_t timeout = opts->word[MTS_OPT_TIMEOUT], opcode = opts->word[MTS_OPT_OPCODE];
     if (sw.recording) sw.transport.timeouts.push_back(timeout);
-    if (auto outcome = sw.enter("mts_recv", "%u, %u, %u", handle, timeout, opcode))
+    if (const auto outcome = sw.enter("mts_recv", "%u, %u, %u", handle, timeout, opcode))
         return static_cast<int32_t>(outcome->result);
-    auto *endpoint = sim::endpoint_of_handle(handle);
-    if (endpoint == nullptr) return sim::fail(EBADF);
+    auto *endpoint = endpoint_of_handle(handle);
+    if (endpoint == nullptr) return fail(EBADF);
 
-    const auto message = sim::next_message(*endpoint, opcode);
+    const auto message = next_message(*endpoint, opcode);
     if (!message) {
-        sim::wait_out(timeout);
-        return sim::fail(ETIME);
+        wait_out(timeout);
+        return fail(ETIME);
     }
-    return sim::hand_over(*message, msg) ? 0 : sim::fail(ENOMEM);
+    return hand_over(*message, msg) ? 0 : fail(ENOMEM);
 }
 
 void *mts_payload_get(struct mts_msg *msg) {
-    if (sim::current().enter("mts_payload_get")) return nullptr;
-    return sim::received_in(msg).payload;
+    if (current().enter("mts_payload_get")) return nullptr;
+    return received_in(msg).payload;
 }
 
 int32_t mts_drop(uint32_t handle, struct mts_msg *msg) {
-    if (auto outcome = sim::current().enter("mts_drop", "%u", handle)) return static_cast<int32_t>(outcome->result);
-    const sim::Received received = sim::received_in(msg);
-    if (received.mark == 0) return sim::fail(EINVAL); // dropped before, or never received
+    if (const auto outcome = current().enter("mts_drop", "%u", handle)) return static_cast<int32_t>(outcome->result);
+    const Received received = received_in(msg);
+    if (received.mark == 0) return fail(EINVAL); // dropped before, or never received
     std::free(received.payload);
     std::memset(msg->opaque, 0, sizeof msg->opaque);
     return 0;
 }
 
 } // extern "C"
+
+} // namespace sim

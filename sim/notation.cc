@@ -1,4 +1,4 @@
-// Names and ranges as people write them: shared by switch descriptions and the command shell.
+// Numbers, names and id ranges as people write them, in switch descriptions and in commands.
 #include "sim/notation.h"
 
 #include <algorithm>
@@ -6,10 +6,10 @@
 #include <charconv>
 #include <stdexcept>
 
+#include <qarncli/if_index_list.h>
 #include <qarncli/ifindex.h>
 
 namespace sim {
-
 namespace {
 
 constexpr std::size_t kLongestQuote = 60; // bytes of a word repeated in a message
@@ -18,7 +18,7 @@ constexpr std::size_t kLongestQuote = 60; // bytes of a word repeated in a messa
 std::vector<std::string_view> split_at_commas(std::string_view text) {
     std::vector<std::string_view> parts;
     for (;;) {
-        std::size_t comma = text.find(',');
+        const std::size_t comma = text.find(',');
         std::string_view part = text.substr(0, comma);
         while (part.starts_with(' '))
             part.remove_prefix(1);
@@ -30,21 +30,21 @@ std::vector<std::string_view> split_at_commas(std::string_view text) {
     }
 }
 
-// A name up to its last number, and that number's range.
+// The part of a name before its last number, and the range of that number.
 struct NameRange {
     std::string stem;
-    std::uint32_t low, high;
+    uint32_t low, high;
 };
 
 NameRange parse_name_range(std::string_view name) {
-    std::size_t last = start_of_number(name, name.size());
+    const std::size_t last = start_of_number(name, name.size());
     std::size_t first = last, first_end = name.size();
     if (last > 0 && last < name.size() && name[last - 1] == '-' && start_of_number(name, last - 1) < last - 1) {
         first_end = last - 1;
         first = start_of_number(name, first_end);
     }
-    std::optional<std::uint32_t> low = to_number(name.substr(first, first_end - first));
-    std::optional<std::uint32_t> high = to_number(name.substr(last));
+    const std::optional<uint32_t> low = to_number(name.substr(first, first_end - first));
+    const std::optional<uint32_t> high = to_number(name.substr(last));
     if (!low || !high) throw std::invalid_argument(quoted(name) + " does not end in a number");
     if (*low > *high) throw std::invalid_argument("the range in " + quoted(name) + " is reversed");
     return {std::string(name.substr(0, first)), *low, *high};
@@ -56,15 +56,15 @@ bool is_number(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-std::optional<std::uint32_t> to_number(std::string_view text) {
+std::optional<uint32_t> to_number(std::string_view text) {
     int base = 10;
     if (text.starts_with("0x")) {
         text.remove_prefix(2);
         base = 16;
     }
-    std::uint32_t number = 0;
+    uint32_t number = 0;
     const char *end = text.data() + text.size();
-    auto [stop, error] = std::from_chars(text.data(), end, number, base);
+    const auto [stop, error] = std::from_chars(text.data(), end, number, base);
     if (error != std::errc{} || stop != end) return std::nullopt;
     return number;
 }
@@ -86,31 +86,30 @@ std::string quoted(std::string_view word) {
 std::vector<std::string> expand_names(std::string_view names) {
     std::vector<std::string> expanded;
     std::string stem;
-    for (std::string_view part : split_at_commas(names)) {
+    for (const std::string_view part : split_at_commas(names)) {
         if (part.empty()) throw std::invalid_argument("empty name in " + quoted(names));
         NameRange range = parse_name_range(part);
         if (range.stem.empty()) range.stem = stem;
         if (range.stem.empty()) throw std::invalid_argument(quoted(part) + " has no name before its number");
         if (range.high - range.low >= QARN_MAX_IFINDEXES || expanded.size() >= QARN_MAX_IFINDEXES)
             throw std::invalid_argument("the range in " + quoted(part) + " is too long");
-        for (std::uint32_t offset = 0; offset <= range.high - range.low; ++offset)
+        for (uint32_t offset = 0; offset <= range.high - range.low; ++offset)
             expanded.push_back(range.stem + std::to_string(range.low + offset));
         stem = range.stem;
     }
     return expanded;
 }
 
-std::vector<IdRange> parse_id_ranges(std::string_view text, std::string_view what, std::uint32_t lowest,
-                                     std::uint32_t highest) {
+std::vector<IdRange> parse_id_ranges(std::string_view text, std::string_view what, uint32_t lowest, uint32_t highest) {
     std::vector<IdRange> ranges;
-    for (std::string_view part : split_at_commas(text)) {
+    for (const std::string_view part : split_at_commas(text)) {
         if (part.empty()) throw std::invalid_argument("empty range in " + quoted(text));
-        std::size_t dash = part.find('-');
-        std::string_view words[2] = {part.substr(0, dash),
-                                     dash == std::string_view::npos ? part : part.substr(dash + 1)};
-        std::uint32_t bounds[2] = {};
+        const std::size_t dash = part.find('-');
+        const std::string_view words[2] = {part.substr(0, dash),
+                                           dash == std::string_view::npos ? part : part.substr(dash + 1)};
+        uint32_t bounds[2] = {};
         for (int i = 0; i < 2; ++i) {
-            std::optional<std::uint32_t> id = is_number(words[i]) ? to_number(words[i]) : std::nullopt;
+            const std::optional<uint32_t> id = is_number(words[i]) ? to_number(words[i]) : std::nullopt;
             if (!id || *id < lowest || *id > highest) {
                 throw std::invalid_argument(quoted(words[i].empty() ? part : words[i]) + " is not a " +
                                             std::string(what) + " from " + std::to_string(lowest) + " to " +

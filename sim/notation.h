@@ -9,14 +9,14 @@
 
 namespace sim {
 
-// A word as messages repeat it: in quotes, printable, and cut when it is long.
+// A word for a message: in quotes, unprintable characters replaced, cut when it is long.
 std::string quoted(std::string_view word);
 
 bool is_number(std::string_view text); // decimal digits only
-// Where the digits that end at `end` begin; `end` when there are none.
+// The position of the first of the digits that end at `end`; `end` when there are none.
 std::size_t start_of_number(std::string_view text, std::size_t end);
 // Decimal, or hexadecimal after 0x.
-std::optional<std::uint32_t> to_number(std::string_view text);
+std::optional<uint32_t> to_number(std::string_view text);
 
 // The functions below throw std::invalid_argument, whose what() names the offending word.
 
@@ -25,10 +25,9 @@ std::optional<std::uint32_t> to_number(std::string_view text);
 std::vector<std::string> expand_names(std::string_view names);
 
 struct IdRange {
-    std::uint32_t low, high; // both inclusive
+    uint32_t low, high; // both inclusive
 };
 // "1-5,7": ranges of `what` (a word for the message) within lowest..highest.
-std::vector<IdRange> parse_id_ranges(std::string_view text, std::string_view what, std::uint32_t lowest,
-                                     std::uint32_t highest);
+std::vector<IdRange> parse_id_ranges(std::string_view text, std::string_view what, uint32_t lowest, uint32_t highest);
 
 } // namespace sim

@@ -1,23 +1,23 @@
-// Port-channel, port-profile and platform managers: which interfaces a port channel bundles, what an interface
-// inherits from its port profile, and the card that this module is.
+// Port-channel, port-profile and platform managers: the members of a port channel, the lines that an interface inherits
+// from its port profile, and the card id of this module.
 #include "platform/port_managers.h"
 
 #include <algorithm>
 
 #include "sim/switch.h"
 
+namespace sim {
 namespace {
 
 constexpr uint32_t kNotAPortChannel = 0x40600001;
-constexpr uint32_t kPortChannelBlock = 20; // interface block element of the port channels
 
-bool is_port_channel(const sim::Interface &interface) {
-    return interface.block == kPortChannelBlock || !interface.members.empty();
+bool is_port_channel(const Interface &interface) {
+    return interface.block == PCM_BLOCK_ELEM_ID || !interface.members.empty();
 }
 
 // The lines that the interface inherits, or null.
-const std::string *inherited_lines(const sim::Switch &sw, uint32_t if_index) {
-    const sim::Interface *interface = sw.find_interface(if_index);
+const std::string *inherited_lines(const Switch &sw, uint32_t if_index) {
+    const Interface *interface = sw.find_interface(if_index);
     if (interface == nullptr || interface->port_profile.empty()) return nullptr;
     const auto profile = sw.port_profiles.find(interface->port_profile);
     return profile != sw.port_profiles.end() ? &profile->second : nullptr;
@@ -28,11 +28,11 @@ const std::string *inherited_lines(const sim::Switch &sw, uint32_t if_index) {
 extern "C" {
 
 uint32_t pcm_get_pc_info(struct pc_info *info) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     const uint32_t if_index = info->pc_if_index;
-    if (auto outcome = sw.enter("pcm_get_pc_info", "%u, 0x%x", uint32_t{info->vdc_id}, if_index))
+    if (const auto outcome = sw.enter("pcm_get_pc_info", "%u, 0x%x", uint32_t{info->vdc_id}, if_index))
         return static_cast<uint32_t>(outcome->result);
-    const sim::Interface *port_channel = sw.find_interface(if_index);
+    const Interface *port_channel = sw.find_interface(if_index);
     if (port_channel == nullptr || !is_port_channel(*port_channel)) return kNotAPortChannel;
     const auto &members = port_channel->members;
     info->num_members = static_cast<uint32_t>(members.size());
@@ -42,7 +42,7 @@ uint32_t pcm_get_pc_info(struct pc_info *info) {
 }
 
 GString *ppm_intf_shrun_merge(uint32_t handle, uint32_t if_index, GString *text, struct ppm_merge_input input) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     if (sw.enter("ppm_intf_shrun_merge", "%u, 0x%x, {%u, %u, %u, %u, %u, %u}", handle, if_index, input.cmd_code,
                  input.reserved, input.script_mode, input.cfg_source, input.bypass, input.token_mode))
         return nullptr;
@@ -55,9 +55,11 @@ GString *ppm_intf_shrun_merge(uint32_t handle, uint32_t if_index, GString *text,
 }
 
 uint32_t pfm_get_sw_card_id_from_module(void) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("pfm_get_sw_card_id_from_module")) return static_cast<uint32_t>(outcome->result);
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("pfm_get_sw_card_id_from_module")) return static_cast<uint32_t>(outcome->result);
     return sw.card;
 }
 
 } // extern "C"
+
+} // namespace sim

@@ -1,6 +1,7 @@
-// Running programs and functions of shared libraries, unless a test has put its own in their place. A program writes
-// to this process's standard output, so what is buffered goes out first. Where the platform's shell is not installed,
-// the switch's stand-in for it runs; a library named without a path is also looked for near the running program.
+// Runs programs and functions of shared libraries, or what a test has put in their place. A program writes to the
+// standard output of this process, so buffered output is flushed first. Where the platform's shell is not installed,
+// Switch::shell_program runs in its place. A library named without a path is also searched for near the running
+// program.
 #include "platform/programs.h"
 
 #include <dlfcn.h>
@@ -14,6 +15,7 @@
 #include "platform/cfglib.h"
 #include "sim/switch.h"
 
+namespace sim {
 namespace {
 
 std::string joined(const std::vector<std::string> &words) {
@@ -29,6 +31,7 @@ int32_t exit_status(int status) {
 
 int32_t start_and_wait(std::vector<std::string> words) {
     std::vector<char *> argv;
+    argv.reserve(words.size() + 1);
     for (std::string &word : words)
         argv.push_back(word.data());
     argv.push_back(nullptr);
@@ -47,7 +50,7 @@ int32_t start_and_wait(std::vector<std::string> words) {
 
 constexpr char kPlatformShell[] = "/opux/bin/vsh";
 
-void stand_in_for_missing_shell(const sim::Switch &sw, std::string &program) {
+void replace_missing_shell(const Switch &sw, std::string &program) {
     if (program == kPlatformShell && !sw.shell_program.empty() && ::access(kPlatformShell, X_OK) != 0)
         program = sw.shell_program;
 }
@@ -65,7 +68,7 @@ void *load_library(const std::string &name) {
     return nullptr;
 }
 
-// Functions may serve several rows; which one is being invoked shows in the address of the name that it hands over.
+// A function may serve several rows. The library passes the row's own lib_name, so its address identifies the row.
 uint32_t sap_of_row(const char *lib_name) {
     for (int32_t i = 0; i < qarn_cfg_cb_table_size; ++i)
         if (qarn_cfg_cb_table[i].lib_name == lib_name) return static_cast<uint32_t>(qarn_cfg_cb_table[i].sap);
@@ -84,24 +87,24 @@ int32_t execute_program_and_wait(const char *path, ...) {
         words.emplace_back(word);
     va_end(args);
 
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("execute_program_and_wait", "%s", joined(words).c_str()))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("execute_program_and_wait", "%s", joined(words).c_str()))
         return static_cast<int32_t>(outcome->result);
     if (sw.run_program) return sw.run_program(words);
-    stand_in_for_missing_shell(sw, words[0]);
+    replace_missing_shell(sw, words[0]);
     return start_and_wait(std::move(words));
 }
 
 int32_t dlwrap_invoke_func(const char *lib, const char *func, void *args, uint32_t *result,
                            void (*handler)(void *func, void *args, uint32_t *result)) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("dlwrap_invoke_func", "%s, %s", lib, func))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("dlwrap_invoke_func", "%s, %s", lib, func))
         return static_cast<int32_t>(outcome->result);
     if (const auto hook = sw.library_functions.find(func); hook != sw.library_functions.end()) {
         hook->second(static_cast<qarn_cb_args *>(args));
         return 0;
     }
-    // The library stays in memory: its services keep state from one command to the next.
+    // The library stays in memory because its services keep state from one command to the next.
     void *library = load_library(lib);
     if (library == nullptr) return -1;
     sw.invoked_sap = sap_of_row(lib);
@@ -112,3 +115,5 @@ int32_t dlwrap_invoke_func(const char *lib, const char *func, void *args, uint32
 }
 
 } // extern "C"
+
+} // namespace sim

@@ -1,20 +1,18 @@
-// A service of the switch: what it says when it is asked, from its elements. It leaves to the library what the library
-// filters anyway (views, features) and filters what only a service can: the port profile that an element belongs to,
-// and the interfaces and VLANs that the request names.
+// The reply of a service from its elements. It leaves to the library what the library filters anyway (views, features)
+// and filters what only a service can: the port profile that an element belongs to, and the interfaces and VLANs that
+// the request names.
+#include "sim/service.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "sim/store.h"
-#include "sim/switch.h"
-
 namespace sim {
-
 namespace {
 
 struct ViewBit {
-    std::uint32_t display, property;
+    uint32_t display, property;
 };
-// The VLAN view shows VLANs only, no interfaces: an element of every view stays out of it.
+// The VLAN view shows VLANs only, no interfaces: an element of every view is not part of it.
 constexpr ViewBit kViewBits[] = {
     {QARN_DISPLAY_VSAN, QARN_PROP_VSAN},
     {QARN_DISPLAY_BFD, QARN_PROP_BFD},
@@ -22,21 +20,21 @@ constexpr ViewBit kViewBits[] = {
     {QARN_DISPLAY_FEX, QARN_PROP_FEX},
 };
 
-std::uint32_t view_bit(std::uint32_t display) {
+uint32_t view_bit(uint32_t display) {
     const auto row = std::ranges::find(kViewBits, display, &ViewBit::display);
     return row != std::ranges::end(kViewBits) ? row->property : 0;
 }
 
-bool mask_has(const qarn_id_mask &mask, std::uint32_t id) {
+bool mask_has(const qarn_id_mask &mask, uint32_t id) {
     return id < 8 * sizeof mask.bits && (mask.bits[id >> 3] & (0x80u >> (id & 7))) != 0;
 }
 
-// The interfaces of a request, sorted on first use: most services have nothing to say per interface.
+// The interfaces of a request, sorted on first use: most services have no text per interface.
 class WantedInterfaces {
   public:
     explicit WantedInterfaces(const qarn_cfg_req_msg &request) : request_(request) {}
 
-    bool has(std::uint32_t if_index) {
+    bool has(uint32_t if_index) {
         if (sorted_.size() != request_.num_ifindex) {
             sorted_.assign(request_.ifindex_list, request_.ifindex_list + request_.num_ifindex);
             if (!std::ranges::is_sorted(sorted_)) std::ranges::sort(sorted_);
@@ -46,18 +44,18 @@ class WantedInterfaces {
 
   private:
     const qarn_cfg_req_msg &request_;
-    std::vector<std::uint32_t> sorted_;
+    std::vector<uint32_t> sorted_;
 };
 
-bool is_asked_for(const Element &element, const qarn_cfg_req_msg &request) {
+bool is_requested(const Element &element, const qarn_cfg_req_msg &request) {
     if (request.display != QARN_DISPLAY_PROFILE) return true;
-    constexpr std::size_t kSize = sizeof request.profile_name; // a name of this size or more has lost its NUL
+    constexpr std::size_t kSize = sizeof request.profile_name; // a name that fills the field has no NUL
     const std::string_view name(request.profile_name, strnlen(request.profile_name, kSize));
     return !element.port_profile.empty() && std::string_view(element.port_profile).substr(0, kSize) == name;
 }
 
-void say(const Service &service, const Element &element, const qarn_cfg_req_msg &request, WantedInterfaces &wanted,
-         Tlv &tlv) {
+void append_element(const Service &service, const Element &element, const qarn_cfg_req_msg &request,
+                    WantedInterfaces &wanted, Tlv &tlv) {
     tlv.element({.uuid = service.uuid,
                  .elem_id = element.id,
                  .level = element.level,
@@ -89,27 +87,12 @@ Service &Service::replies(const Tlv &tlv) {
     return *this;
 }
 
-Service &Service::fails(std::uint32_t code) {
-    status = code;
-    return *this;
-}
-
 Service &Service::silent() {
     is_silent = true;
     return *this;
 }
 
-Service &Service::twice() {
-    answers = 2;
-    return *this;
-}
-
-Service &Service::in_fragments_of(std::size_t bytes) {
-    fragment_size = bytes;
-    return *this;
-}
-
-Element &Service::element(std::uint32_t id, std::uint32_t level, std::uint32_t property) {
+Element &Service::element(uint32_t id, uint32_t level, uint32_t property) {
     Element &added = elements.emplace_back();
     added.id = id;
     added.level = level;
@@ -121,18 +104,8 @@ Bytes answer_from_elements(const Service &service, const qarn_cfg_req_msg &reque
     Tlv tlv;
     WantedInterfaces wanted(request);
     for (const Element &element : service.elements)
-        if (is_asked_for(element, request)) say(service, element, request, wanted, tlv);
+        if (is_requested(element, request)) append_element(service, element, request, wanted, tlv);
     return tlv.reply(service.status);
-}
-
-Bytes reply_of(const Service &service, const qarn_cfg_req_msg &request) {
-    const bool is_saved = request.cfg_source == QARN_SOURCE_STARTUP && !current().store.empty();
-    Bytes reply = service.script ? service.script(request)
-                  : is_saved     ? answer_from_store(service, request)
-                                 : answer_from_elements(service, request);
-    if (service.status != 0 && reply.size() >= sizeof service.status)
-        std::memcpy(reply.data(), &service.status, sizeof service.status);
-    return reply;
 }
 
 } // namespace sim

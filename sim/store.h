@@ -16,29 +16,29 @@ class StoreError : public std::runtime_error {
 };
 
 // Failure statuses, whose texts syserr2str knows.
-enum : std::uint32_t {
+enum : uint32_t {
     kStatusStoreLocked = 0x40440001, // by another process
     kStatusStoreUnusable = 0x40440002,
-    kStatusStoreDamaged = 0x40440003 // of a service: its file is not what was saved
+    kStatusStoreDamaged = 0x40440003 // of a service whose file is not what was saved
 };
 
-// Let a switch have its store in `folder`, which need not exist yet; "" takes it away. Throws StoreError when the paths
-// in it would not fit into the platform's records.
+// Give a switch the store in `folder`, which need not exist yet; "" removes it. Throws StoreError when the paths in it
+// would not fit into the platform's records.
 void use_store(Switch &sw, const std::string &folder);
 
-// Lock the store in the name of this process, and release it. A process that ends releases it too; to lock it again, or
-// to release what is not locked, succeeds. Returns 0 or a status.
-std::uint32_t lock_store(const std::string &folder);
+// Lock the store for this process, and release it. The end of the process releases it too. A second lock and the
+// release of an unlocked store succeed. Returns 0 or a status.
+uint32_t lock_store(const std::string &folder);
 void unlock_store();
 
-// What the lock exchange answers.
+// The answer to a lock exchange.
 qarn_lock_response store_response(const Switch &sw);
 
-// Replace what is saved by `text` and the elements of every service, both at once. Throws StoreError.
+// Replace the saved configuration by `text` and the elements of every service, in one step. Throws StoreError.
 void save_startup(const Switch &sw, const std::string &text);
 
-// The reply of a service to a request for the startup configuration: from its file below the request's startup_uri.
-// A service without a file has nothing saved; one whose file is damaged fails.
+// The reply of a service to a request for the startup configuration, from its file below the request's startup_uri. A
+// service without a file has nothing saved; a service with a damaged file fails.
 Bytes answer_from_store(const Service &service, const qarn_cfg_req_msg &request);
 
 } // namespace sim

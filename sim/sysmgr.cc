@@ -1,5 +1,5 @@
-// System manager: where the saved configuration lies, who may read it now, what runs on this module, and the texts of
-// the error codes. A response of an exchange lives until the next exchange.
+// System manager: the folders and the lock of the saved configuration, the line-card modules, the names of the services
+// and the texts of the error codes. A response of an exchange lives until the next exchange.
 #include "platform/sysmgr.h"
 
 #include <cstring>
@@ -8,6 +8,7 @@
 #include "sim/store.h"
 #include "sim/switch.h"
 
+namespace sim {
 namespace {
 
 constexpr uint32_t kUnknownOpcode = 0x40400001, kUnknownService = 0x40400002;
@@ -21,33 +22,33 @@ constexpr ErrorText kErrorTexts[] = {
     {QARN_STATUS_FAILED, "configuration could not be generated completely"},
     {QARN_STATUS_INVALID, "invalid command"},
     {QARN_STATUS_NO_STARTUP, "no startup configuration present"},
-    {sim::kStatusStoreLocked, "startup configuration is locked by another process"},
-    {sim::kStatusStoreUnusable, "startup configuration store cannot be locked"},
-    {sim::kStatusStoreDamaged, "saved configuration of the service is damaged"},
+    {kStatusStoreLocked, "startup configuration is locked by another process"},
+    {kStatusStoreUnusable, "startup configuration store cannot be locked"},
+    {kStatusStoreDamaged, "saved configuration of the service is damaged"},
 };
 
-// A block of its own per response, so that a use after the next exchange shows.
+// One block per response, so that a use after the next exchange is found.
 std::unique_ptr<unsigned char[]> last_response;
 
-// Lock or release the store on disk, when there is one.
-uint32_t move_lock(const sim::Switch &sw, const void *request) {
+// Lock or release the store on disk, if there is one.
+uint32_t move_lock(const Switch &sw, const void *request) {
     if (sw.store.empty()) return 0;
     qarn_lock_request wanted;
     std::memcpy(&wanted, request, sizeof wanted);
-    if (wanted.lock != 0) return sim::lock_store(sw.store);
-    sim::unlock_store();
+    if (wanted.lock != 0) return lock_store(sw.store);
+    unlock_store();
     return 0;
 }
 
-std::unique_ptr<unsigned char[]> lock_response(const sim::Switch &sw) {
+std::unique_ptr<unsigned char[]> lock_response(const Switch &sw) {
     if (sw.store.empty() && !sw.lock_response) return nullptr;
-    const qarn_lock_response answer = sw.store.empty() ? *sw.lock_response : sim::store_response(sw);
+    const qarn_lock_response answer = sw.store.empty() ? *sw.lock_response : store_response(sw);
     auto response = std::make_unique<unsigned char[]>(sizeof answer);
     std::memcpy(response.get(), &answer, sizeof answer);
     return response;
 }
 
-std::unique_ptr<unsigned char[]> module_list(const sim::Switch &sw) {
+std::unique_ptr<unsigned char[]> module_list(const Switch &sw) {
     const auto count = static_cast<uint32_t>(sw.modules.size());
     const std::size_t size = sizeof(uint32_t) * count;
     auto response = std::make_unique<unsigned char[]>(sizeof(qarn_module_list) + size);
@@ -56,10 +57,10 @@ std::unique_ptr<unsigned char[]> module_list(const sim::Switch &sw) {
     return response;
 }
 
-// For the record. The lock request's process id is left out: it differs from run to run.
+// The request as the record of calls shows it, without the process id of a lock request, which differs in every run.
 std::string describe_request(uint32_t opcode, const void *request, uint32_t length) {
     if (opcode == QARN_OPC_STORE_LOCK && length >= sizeof(uint32_t)) {
-        uint32_t lock;
+        uint32_t lock = 0;
         std::memcpy(&lock, request, sizeof lock);
         return lock != 0 ? "lock" : "unlock";
     }
@@ -67,8 +68,8 @@ std::string describe_request(uint32_t opcode, const void *request, uint32_t leng
     return std::string(text, strnlen(text, length));
 }
 
-// The library takes a folder that cannot be read for one that is there, so one that is not must not be named.
-bool is_missing_in_store(const sim::Switch &sw, const std::string &folder) {
+// The library treats a folder that it cannot read as present, so a missing folder must not be returned.
+bool is_missing_in_store(const Switch &sw, const std::string &folder) {
     std::error_code error;
     return !sw.store.empty() && std::filesystem::status(folder, error).type() == std::filesystem::file_type::not_found;
 }
@@ -82,7 +83,7 @@ const char *text_or_null(const std::string &text) {
 extern "C" {
 
 const char *sysmgrcmi_dir_get(uint32_t handle, uint32_t id, uint32_t zero) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     if (sw.enter("sysmgrcmi_dir_get", "%u, %u, %u", handle, id, zero)) return nullptr;
     if (id == SYSMGR_DIR_ASCII_STARTUP) return text_or_null(sw.ascii_startup_dir);
     if (id == SYSMGR_DIR_BIN_STARTUP && !is_missing_in_store(sw, sw.bin_startup_dir))
@@ -92,10 +93,10 @@ const char *sysmgrcmi_dir_get(uint32_t handle, uint32_t id, uint32_t zero) {
 
 uint32_t cmi_req_resp(uint32_t opcode, uint32_t second, const void *request, void **response, uint32_t *length,
                       const char *sixth, const char *seventh, uint32_t eighth, uint32_t handle, uint32_t tenth) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("cmi_req_resp", "%u, %u, %s, %u, \"%s\", \"%s\", %u, %u, %u", opcode, second,
-                                describe_request(opcode, request, *length).c_str(), *length, sixth, seventh, eighth,
-                                handle, tenth))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("cmi_req_resp", "%u, %u, %s, %u, \"%s\", \"%s\", %u, %u, %u", opcode, second,
+                                      describe_request(opcode, request, *length).c_str(), *length, sixth, seventh,
+                                      eighth, handle, tenth))
         return static_cast<uint32_t>(outcome->result);
     if (opcode == QARN_OPC_STORE_LOCK) {
         if (const uint32_t status = move_lock(sw, request); status != 0) return status;
@@ -110,16 +111,16 @@ uint32_t cmi_req_resp(uint32_t opcode, uint32_t second, const void *request, voi
 }
 
 uint32_t sysmgr_vdc_get(void) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("sysmgr_vdc_get")) return static_cast<uint32_t>(outcome->result);
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("sysmgr_vdc_get")) return static_cast<uint32_t>(outcome->result);
     return sw.vdc;
 }
 
 uint32_t sysmgrcmn_srv_uuid_name_get(uint32_t handle, uint32_t second, uint32_t uuid, char *name, uint32_t size) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("sysmgrcmn_srv_uuid_name_get", "%u, %u, %u, %u", handle, second, uuid, size))
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("sysmgrcmn_srv_uuid_name_get", "%u, %u, %u, %u", handle, second, uuid, size))
         return static_cast<uint32_t>(outcome->result);
-    for (const sim::Service &service : sw.services) {
+    for (const Service &service : sw.services) {
         if (service.uuid != uuid) continue;
         std::snprintf(name, size, "%s", service.name.c_str());
         return 0;
@@ -128,13 +129,13 @@ uint32_t sysmgrcmn_srv_uuid_name_get(uint32_t handle, uint32_t second, uint32_t 
 }
 
 const char *srg_sw_ver_get(uint32_t first) {
-    sim::Switch &sw = sim::current();
+    Switch &sw = current();
     if (sw.enter("srg_sw_ver_get", "%u", first)) return nullptr;
     return sw.version ? sw.version->c_str() : nullptr;
 }
 
 const char *syserr2str(uint32_t code) {
-    const auto &error_texts = sim::current().error_texts;
+    const auto &error_texts = current().error_texts;
     if (const auto found = error_texts.find(code); found != error_texts.end()) return found->second.c_str();
     for (const ErrorText &row : kErrorTexts)
         if (row.code == code) return row.text;
@@ -144,3 +145,5 @@ const char *syserr2str(uint32_t code) {
 }
 
 } // extern "C"
+
+} // namespace sim

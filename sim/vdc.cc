@@ -1,10 +1,11 @@
-// VDC manager: the virtual device contexts of the switch, as the fixed map of five entries that its callers expect.
+// VDC manager: the virtual device contexts of the switch, in a map with a fixed number of entries.
 #include "platform/vdc.h"
 
 #include <algorithm>
 
 #include "sim/switch.h"
 
+namespace sim {
 namespace {
 
 constexpr uint32_t kUnknownVdc = 0x40410001;
@@ -14,8 +15,8 @@ constexpr uint32_t kUnknownVdc = 0x40410001;
 extern "C" {
 
 uint32_t vdc_map_get(struct vdc_map_entry **map) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("vdc_map_get")) return static_cast<uint32_t>(outcome->result);
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("vdc_map_get")) return static_cast<uint32_t>(outcome->result);
     static vdc_map_entry entries[VDC_MAP_ENTRIES];
     for (std::size_t i = 0; i < std::size(entries); ++i) {
         entries[i] = {};
@@ -28,18 +29,20 @@ uint32_t vdc_map_get(struct vdc_map_entry **map) {
 }
 
 uint32_t vdc_is_active(uint32_t id, uint32_t *is_active) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("vdc_is_active", "%u", id)) return static_cast<uint32_t>(outcome->result);
-    const auto found = std::ranges::find(sw.vdcs, id, &sim::Vdc::id);
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("vdc_is_active", "%u", id)) return static_cast<uint32_t>(outcome->result);
+    const auto found = std::ranges::find(sw.vdcs, id, &Vdc::id);
     if (found == sw.vdcs.end()) return kUnknownVdc;
     *is_active = found->active;
     return 0;
 }
 
 uint32_t vdc_get_type(void) {
-    sim::Switch &sw = sim::current();
-    if (auto outcome = sw.enter("vdc_get_type")) return static_cast<uint32_t>(outcome->result);
+    Switch &sw = current();
+    if (const auto outcome = sw.enter("vdc_get_type")) return static_cast<uint32_t>(outcome->result);
     return sw.vdc_type;
 }
 
 } // extern "C"
+
+} // namespace sim

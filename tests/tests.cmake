@@ -1,5 +1,5 @@
 add_story_test(entry_test entry/all_vdcs_test.cc entry/entry_points_test.cc entry/generate_test.cc
-               entry/interruption_test.cc entry/output_test.cc)
+               entry/interruption_test.cc entry/output_test.cc entry/turn_test.cc)
 add_story_test(collect_test collect/callbacks_test.cc collect/service_list_test.cc collect/request_message_test.cc collect/reply_table_test.cc)
 add_story_test(model_test model/tlv_decode_test.cc model/ifindex_test.cc model/profile_test.cc)
 add_story_test(order_test order/graph_test.cc order/sweep_test.cc)

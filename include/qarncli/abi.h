@@ -1,5 +1,5 @@
-/* How the installed headers speak to C11 and to C++: linkage, visibility, and the layout assertions that stand under
- * every record. Nothing here is part of the binary interface itself. */
+/* What the installed headers need in C11 and in C++: linkage, visibility, and the layout assertions under every record.
+ * Nothing here is part of the binary interface itself. */
 #ifndef QARNCLI_ABI_H
 #define QARNCLI_ABI_H
 

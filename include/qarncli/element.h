@@ -1,4 +1,4 @@
-/* A configuration element: what one service says about one subject, keyed by (service UUID, element id). */
+/* A configuration element: one service's configuration of one subject, keyed by (service UUID, element id). */
 #ifndef QARNCLI_ELEMENT_H
 #define QARNCLI_ELEMENT_H
 
@@ -51,12 +51,11 @@ struct qarn_elem {
     uint32_t val_type;      /* QARN_VAL_TEXT or QARN_VAL_COMMAND; with any other no interface text is kept */
     uint32_t level;         /* print level; 0..12 are printed */
     uint32_t property;
-    GString *cfg_str; /* the element's own text */
-    GHashTable
-        *ifindex_table;    /* u32 interface index -> GString, or a command message inside its 40-byte-prefixed copy */
-    GHashTable *key_table; /* key name -> qarn_key_val */
-    GHashTable *keystr_table; /* key-string name -> GString */
-    void *dbg_cmd_buf;        /* debug display only */
+    GString *cfg_str;          /* the element's own text */
+    GHashTable *ifindex_table; /* u32 interface index -> GString, or the message in a command message's copy */
+    GHashTable *key_table;     /* key name -> qarn_key_val */
+    GHashTable *keystr_table;  /* key-string name -> GString */
+    void *dbg_cmd_buf;         /* debug display only */
     struct qarn_elem_dependency *dep_list;
 };
 QARN_AT32(struct qarn_elem, cfg_str, 20);

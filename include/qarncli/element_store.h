@@ -7,8 +7,6 @@
 
 QARN_BEGIN_DECLS
 
-struct qarn_req;
-struct qarn_merge_graph_info;
 struct vertex;
 
 /* Key of an entry, hashed and compared as one 32-bit integer. Vertices point to it. */
@@ -25,10 +23,6 @@ struct qarn_merge_val {
 QARN_AT32(struct qarn_merge_val, vertex, 4);
 QARN_SIZE32(struct qarn_merge_val, 8);
 
-/* Set a generation up: fresh element store, reply table and VLAN reverse table (earlier ones are abandoned), and the
- * interface lists of the command. Returns 0 or the interface manager's error, which has been printed. */
-QARN_EXPORT uint32_t qarn_merge_init(struct qarn_req *req);
-
 /* The entry of (low 16 bits of uuid, low 16 bits of elem_id) in merge_elem_table_p, or null. */
 QARN_EXPORT struct qarn_merge_val *qarn_merge_value_get(uint32_t uuid, uint32_t elem_id);
 
@@ -38,10 +32,6 @@ QARN_EXPORT void qarn_merge_hash_insert(uint32_t uuid, struct qarn_elem *elem, G
 
 /* Remove the entry of (uuid, elem->elem_id), if there is one. Frees nothing that the table holds. */
 QARN_EXPORT void qarn_merge_hash_remove(uint32_t uuid, struct qarn_elem *elem, GHashTable *table);
-
-/* 1 when the ordering pass admits the element: its level is the pass's (or the pass's is -1), and it is an interface
- * element where the pass wants only those. */
-QARN_EXPORT int32_t qarn_merge_val_filter_check(struct qarn_merge_val *value, struct qarn_merge_graph_info *pass);
 
 QARN_END_DECLS
 

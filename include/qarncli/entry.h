@@ -1,6 +1,11 @@
 /* The entry points: one per display command of the shell. Each takes the parsed command and returns 0 for success, 1
  * for failure; what went wrong has then been printed through the output routine or, for the transport, on standard
- * error. Not reentrant: one command at a time, on one thread. */
+ * error.
+ *
+ * One command at a time in a process: an entry point (qarn_generate too) that is called while another one runs prints
+ * nothing, writes one line to standard error, changes nothing and returns 1. The platform's final callback is the one
+ * moment at which a second command may run: the first has printed its configuration and needs none of the globals any
+ * more; after the callback it only prints its closing newline. */
 #ifndef QARNCLI_ENTRY_H
 #define QARNCLI_ENTRY_H
 
@@ -46,6 +51,10 @@ QARN_EXPORT uint32_t qarn_cli_start_cfg_gen_sap(struct qarn_req *req);
 
 /* The configuration of every active virtual device context, each through a shell of its own. */
 QARN_EXPORT uint32_t qarn_cli_run_cfg_gen_vdcall(struct qarn_req *req);
+
+/* Set a generation up: fresh element store, reply table and VLAN reverse table (earlier ones are abandoned), and the
+ * interface lists of the command. Returns 0 or the interface manager's error, which has been printed. */
+QARN_EXPORT uint32_t qarn_merge_init(struct qarn_req *req);
 
 /* One generation, from the request to the printed text. cfg_source is QARN_SOURCE_RUNNING or QARN_SOURCE_STARTUP.
  * Returns 0 or a status of the platform's error space. */

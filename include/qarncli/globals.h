@@ -4,14 +4,17 @@
 #define QARNCLI_GLOBALS_H
 
 #include <qarncli/abi.h>
-#include <qarncli/id_range.h>
-#include <qarncli/ifindex.h>
-#include <qarncli/key_table.h>
-#include <qarncli/ordering.h>
-#include <qarncli/profile.h>
-#include <qarncli/vlan_key_table.h>
 
 QARN_BEGIN_DECLS
+
+/* Each record is declared in the header of its subject. */
+struct feature_key_entry; /* key_table.h */
+struct if_index_list;     /* if_index_list.h */
+struct ifindex_sublist;   /* if_index_list.h */
+struct key_str_entry;     /* vlan_key_table.h */
+struct ppm_merge_input;   /* profile.h */
+struct qarn_id_mask;      /* id_mask.h */
+struct queue;             /* ordering.h */
 
 /* entry */
 extern QARN_EXPORT uint32_t debug;                /* the request's debug mask; every generation */
@@ -36,7 +39,7 @@ extern QARN_EXPORT GHashTable *msg_table_p; /* replies under way, u32 SAP -> qar
 
 /* model */
 extern QARN_EXPORT GHashTable *merge_elem_table_p; /* qarn_merge_key -> qarn_merge_val; every generation */
-extern QARN_EXPORT struct if_index_list if_index_list, *if_index_list_p;
+extern QARN_EXPORT struct if_index_list if_index_list, *if_index_list_p; /* of the main chain; the pointer to it */
 extern QARN_EXPORT struct ifindex_sublist *multi_list_head_p;            /* main chain; kept on failure */
 extern QARN_EXPORT struct ifindex_sublist *membership_multi_list_head_p; /* chain of the membership variant */
 extern QARN_EXPORT struct ppm_merge_input ppm_merge_input;

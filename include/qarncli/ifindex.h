@@ -1,4 +1,4 @@
-/* Which interfaces a command covers: the interface manager's chains and the combined list made from them. */
+/* Which interfaces a command covers. */
 #ifndef QARNCLI_IFINDEX_H
 #define QARNCLI_IFINDEX_H
 
@@ -7,30 +7,6 @@
 QARN_BEGIN_DECLS
 
 struct qarn_req;
-
-/* Made and owned by the interface manager: the interfaces of one interface block element. */
-struct ifindex_sublist {
-    uint32_t unused[2];
-    uint32_t elem_id;
-    int32_t count;
-    uint32_t *ifindexes; /* in display order */
-    struct ifindex_sublist *next;
-};
-QARN_AT(struct ifindex_sublist, elem_id, 8);
-QARN_AT(struct ifindex_sublist, count, 12);
-QARN_AT32(struct ifindex_sublist, ifindexes, 16);
-QARN_AT32(struct ifindex_sublist, next, 20);
-QARN_SIZE32(struct ifindex_sublist, 24);
-
-/* All interfaces of the main chain, in chain order. */
-struct if_index_list {
-    uint32_t count;
-    uint32_t *ifindexes; /* `count` indexes; allocated with malloc, abandoned by the next generation */
-};
-QARN_AT32(struct if_index_list, ifindexes, 4);
-QARN_SIZE32(struct if_index_list, 8);
-
-enum { QARN_MAX_IFINDEXES = 20000 };
 
 /* Ask the interface manager for the command's chains and flatten the main one into the global if_index_list. Returns
  * 0, or the interface manager's error after printing its text; the lists then keep what they held. */

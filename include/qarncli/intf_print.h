@@ -1,4 +1,4 @@
-/* What one interface element says about one interface. */
+/* Printing what one interface element has for one interface. */
 #ifndef QARNCLI_INTF_PRINT_H
 #define QARNCLI_INTF_PRINT_H
 

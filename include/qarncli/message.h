@@ -5,7 +5,7 @@
 #define QARNCLI_MESSAGE_H
 
 #include <qarncli/abi.h>
-#include <qarncli/id_range.h>
+#include <qarncli/id_mask.h>
 
 QARN_BEGIN_DECLS
 
@@ -40,24 +40,6 @@ struct qarn_cfg_req_msg {
     char cmd_line[256]; /* at most 255 bytes of text */
     uint32_t ifindex_list[];
 };
-
-/* One message of a service's answer. The data of all fragments of one SAP, in arrival order, is its qarn_cfg_reply.
- * Owned by the transport: copy what you keep before mts_drop. */
-struct qarn_cfg_frag {
-    uint32_t last; /* non-zero on this SAP's last fragment */
-    uint32_t
-        total_len; /* bytes of the whole reply; the first fragment's value bounds it, later ones are not believed */
-    uint32_t sap;  /* who answers */
-    uint32_t len;  /* bytes of data behind this header */
-    unsigned char data[];
-};
-
-struct qarn_cfg_reply {
-    uint32_t status;      /* 0, or the service's error code: then the rest is ignored */
-    unsigned char tlvs[]; /* the platform's TLV array */
-};
-QARN_FLEX_END
-
 QARN_AT(struct qarn_cfg_req_msg, src_sap, 0);
 QARN_AT(struct qarn_cfg_req_msg, vsan_mask, 4);
 QARN_AT(struct qarn_cfg_req_msg, vlan_mask, 520);
@@ -77,12 +59,28 @@ QARN_AT(struct qarn_cfg_req_msg, profile_name, 2356);
 QARN_AT(struct qarn_cfg_req_msg, cmd_line, 2484);
 QARN_AT(struct qarn_cfg_req_msg, ifindex_list, 2740);
 QARN_SIZE(struct qarn_cfg_req_msg, 2740);
+
+/* One message of a service's answer. The data of all fragments of one SAP, in arrival order, is its qarn_cfg_reply.
+ * Owned by the transport: copy what you keep before mts_drop. */
+struct qarn_cfg_frag {
+    uint32_t last;      /* non-zero on this SAP's last fragment */
+    uint32_t total_len; /* bytes of the whole reply; only the first fragment's value counts */
+    uint32_t sap;       /* who answers */
+    uint32_t len;       /* bytes of data after this header */
+    unsigned char data[];
+};
 QARN_AT(struct qarn_cfg_frag, last, 0);
 QARN_AT(struct qarn_cfg_frag, total_len, 4);
 QARN_AT(struct qarn_cfg_frag, sap, 8);
 QARN_AT(struct qarn_cfg_frag, len, 12);
 QARN_AT(struct qarn_cfg_frag, data, 16);
+
+struct qarn_cfg_reply {
+    uint32_t status;      /* 0, or the service's error code: then the rest is ignored */
+    unsigned char tlvs[]; /* the platform's TLV array */
+};
 QARN_AT(struct qarn_cfg_reply, tlvs, 4);
+QARN_FLEX_END
 
 QARN_END_DECLS
 

@@ -1,4 +1,4 @@
-/* Port profiles and switch profiles: what their managers are told, and what they answer. */
+/* Port profiles and switch profiles: what their managers receive, and what they answer. */
 #ifndef QARNCLI_PROFILE_H
 #define QARNCLI_PROFILE_H
 
@@ -30,7 +30,7 @@ struct qarn_sp_result {
 QARN_AT32(struct qarn_sp_result, head_text, 4);
 QARN_SIZE32(struct qarn_sp_result, 12);
 
-/* What the port-channel manager tells of one port channel. */
+/* The port-channel manager's answer about one port channel. */
 struct pc_member {
     uint32_t if_index; /* unaligned */
     uint8_t unused[3];

@@ -4,7 +4,7 @@
 #define QARNCLI_REQUEST_H
 
 #include <qarncli/abi.h>
-#include <qarncli/id_range.h>
+#include <qarncli/id_mask.h>
 
 QARN_BEGIN_DECLS
 

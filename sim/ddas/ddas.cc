@@ -1,10 +1,10 @@
-// A display conversion library, as the simulated switch ships it: it rewrites configuration text by the rules of the
-// specification that it is opened with. A rule is a line
+// The display conversion library of the simulated switch: it rewrites configuration text by the rules of the
+// specification that it is opened with. A rule is the line
 //
 //     display-conversion replace OLD NEW
 //
-// and lets every line of a text print with NEW where it has the word OLD; other lines of the specification say nothing
-// to it. A text without any of the words is left to the caller to print. Words are separated by single blanks.
+// and replaces the word OLD by NEW everywhere in a text; the library ignores the other lines of the specification. The
+// caller prints a text in which no word was replaced. Words are separated by single blanks.
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -13,8 +13,8 @@
 
 namespace {
 
-constexpr std::uint32_t kBadSpecification = 0x40480001;
-constexpr std::uint32_t kUnchanged = 1;
+constexpr uint32_t kBadSpecification = 0x40480001;
+constexpr uint32_t kUnchanged = 1;
 constexpr std::string_view kRule = "display-conversion replace ";
 
 struct Rule {
@@ -30,7 +30,7 @@ bool is_word_start(std::string_view text, std::size_t at) {
     return at == 0 || is_word_end(text, at - 1);
 }
 
-// Replace the word wherever it stands; whether it stood anywhere.
+// Replace every occurrence of the word; true when there was one.
 bool replace_word(std::string &text, const Rule &rule) {
     bool found = false;
     for (std::size_t at = text.find(rule.old_word); at != std::string::npos;) {
@@ -58,12 +58,11 @@ bool add_rule(Conversion &conversion, std::string_view words) {
 
 extern "C" {
 
-std::uint32_t ddas_create_qarn_cnv_handle(const char *specification, void **handle);
-std::uint32_t ddas_qarn_cnv(void *handle, const char *text, std::uint32_t, std::uint32_t,
-                            std::int32_t (*output)(const char *, ...));
-std::uint32_t ddas_destroy_qarn_cnv_handle(void *handle);
+uint32_t ddas_create_qarn_cnv_handle(const char *specification, void **handle);
+uint32_t ddas_qarn_cnv(void *handle, const char *text, uint32_t, uint32_t, int32_t (*output)(const char *, ...));
+uint32_t ddas_destroy_qarn_cnv_handle(void *handle);
 
-std::uint32_t ddas_create_qarn_cnv_handle(const char *specification, void **handle) {
+uint32_t ddas_create_qarn_cnv_handle(const char *specification, void **handle) {
     auto conversion = std::make_unique<Conversion>();
     std::string_view rest = specification;
     while (!rest.empty()) {
@@ -75,8 +74,7 @@ std::uint32_t ddas_create_qarn_cnv_handle(const char *specification, void **hand
     return 0;
 }
 
-std::uint32_t ddas_qarn_cnv(void *handle, const char *text, std::uint32_t, std::uint32_t,
-                            std::int32_t (*output)(const char *, ...)) {
+uint32_t ddas_qarn_cnv(void *handle, const char *text, uint32_t, uint32_t, int32_t (*output)(const char *, ...)) {
     std::string converted = text;
     bool changed = false;
     for (const Rule &rule : *static_cast<const Conversion *>(handle))
@@ -86,7 +84,7 @@ std::uint32_t ddas_qarn_cnv(void *handle, const char *text, std::uint32_t, std::
     return 0;
 }
 
-std::uint32_t ddas_destroy_qarn_cnv_handle(void *handle) {
+uint32_t ddas_destroy_qarn_cnv_handle(void *handle) {
     delete static_cast<Conversion *>(handle);
     return 0;
 }

@@ -22,7 +22,7 @@ inline uint32_t low32(const void *address) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(address));
 }
 
-// Copy a text into a field of `size` bytes: zero-filled behind it, without a NUL when the text fills the field.
+// Copy a text into a field of `size` bytes: zero-padded, without a NUL when the text fills the field.
 inline void copy_text(char *field, std::size_t size, const char *text) {
     const std::size_t length = strnlen(text, size);
     std::memcpy(field, text, length);

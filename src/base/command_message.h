@@ -1,7 +1,7 @@
 // Command messages of the shell's framework and the render handles made from them.
 //
 // A copy of a message is one block: a 40-byte prefix, filled only when the block is handed to the renderer, then the
-// message. Stored messages are such copies, and are handed around by the address of the message inside the block.
+// message. Stored messages are such copies; a pointer to one points to the message inside the block.
 #pragma once
 
 #include <qarncli/element.h>
@@ -21,7 +21,7 @@ inline bool has_valid_stamp(const unsigned char *message) {
     return stamp == QARN_CMD_STAMP || stamp == QARN_CMD_STAMP_SWAPPED;
 }
 
-// A block with a copy of the message (as many bytes as it says it has); null without memory.
+// A block with a copy of the message, as long as its own length word; null without memory.
 inline Malloced<unsigned char> copy_message(const unsigned char *message) {
     const std::size_t length = message_length(message);
     auto block = allocate<unsigned char>(length + QARN_CMD_PREFIX_SIZE);
@@ -29,8 +29,8 @@ inline Malloced<unsigned char> copy_message(const unsigned char *message) {
     return block;
 }
 
-// Make the block a render handle: its first word and the message's stamp carry addresses, the word at 36 says that the
-// message follows.
+// Make the block a render handle: the renderer expects addresses in its first word and in the message's stamp, and 0 in
+// the word at 36 when the message follows the prefix.
 inline void set_up_render_handle(unsigned char *block) {
     unsigned char *message = block + QARN_CMD_PREFIX_SIZE;
     store_u32(block, low32(block) + QARN_CMD_STAMP);

@@ -1,5 +1,9 @@
-// The library's globals and their values at load. Meaning, writers and life of each stand in qarncli/globals.h.
+// The library's globals and their values at load. qarncli/globals.h describes the meaning, writers and life of each.
 #include <qarncli/globals.h>
+#include <qarncli/id_mask.h>
+#include <qarncli/if_index_list.h>
+#include <qarncli/ordering.h>
+#include <qarncli/profile.h>
 
 // entry
 uint32_t debug = 0;

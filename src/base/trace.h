@@ -1,4 +1,4 @@
-// Debug traces on standard output, switched by the bits of the global `debug`. Traces that belong into the generated
+// Debug traces on standard output, switched by the bits of the global `debug`. Traces that are part of the generated
 // output go through csm_qarn_sp_print instead.
 #pragma once
 

@@ -1,20 +1,21 @@
 // Services that answer through a function in a shared library. The functions expect the request as a received message,
-// so it is sent to this generation's own SAP and received back; then the rows of the companion library's table are
-// walked in order. A SAP whose function is invoked counts as answered, whatever the function does.
+// so the library sends it to its own SAP and receives it back; then it walks the rows of the companion library's table
+// in order. A SAP whose function is invoked counts as answered, whatever the function does.
 #include <qarncli/callbacks.h>
 
 #include <qarncli/globals.h>
 #include <qarncli/message.h>
 #include <qarncli/service_list.h>
 
-#include <algorithm>
 #include <cstdio>
 
 #include "base/trace.h"
+#include "collect/service_list.h"
 #include "platform/cfglib.h"
 #include "platform/mts.h"
 #include "platform/programs.h"
 
+namespace qarn {
 namespace {
 
 constexpr uint32_t kSapDns = 1348;
@@ -62,15 +63,18 @@ class OwnRequest {
 };
 
 void mark_answered(uint32_t sap) {
-    if (qarn::debugging(QARN_DEBUG_COLLECT)) qarn::trace("Received config from Sap:%d\n", sap);
+    if (debugging(QARN_DEBUG_COLLECT)) trace("Received config from Sap:%d\n", sap);
     qarn_sap_list_delete(saps, num_saps, sap);
     --sap_ctr;
-    if (qarn::debugging(QARN_DEBUG_STORE)) qarn::trace("Sap ctr = %d\n", sap_ctr);
+}
+
+void trace_awaited() {
+    if (debugging(QARN_DEBUG_STORE)) trace("Sap ctr = %d\n", sap_ctr);
 }
 
 void invoke(const qarn_cfg_cb_entry &row, qarn_cb_args &arguments) {
-    if (qarn::debugging(QARN_DEBUG_COLLECT)) {
-        qarn::trace("Invoking Function:%s from Library:%s\n", row.func_name, row.lib_name);
+    if (debugging(QARN_DEBUG_COLLECT)) {
+        trace("Invoking Function:%s from Library:%s\n", row.func_name, row.lib_name);
     }
     uint32_t result = 0;
     dlwrap_invoke_func(row.lib_name, row.func_name, &arguments, &result, qarn_parallel_cfg_cb_invoke_handler);
@@ -94,32 +98,37 @@ void invoke_selected(uint32_t handle, const void *msg, uint32_t size, const char
 }
 
 } // namespace
+} // namespace qarn
 
 void qarn_invoke_all_lib_funcs(uint32_t mts_handle, const void *msg, uint32_t size) {
     const auto select = [](const qarn_cfg_cb_entry &row, uint32_t cfg_source) {
         if (row.sap <= 0) return true; // belongs to no service: always asked
-        const bool awaited = contains(saps, num_saps, row.sap);
-        if (!serves(row, cfg_source) || (is_fallback(row) && awaited)) return false;
-        if (awaited) mark_answered(static_cast<uint32_t>(row.sap));
+        const bool awaited = qarn::contains(saps, num_saps, row.sap);
+        if (!qarn::serves(row, cfg_source) || (qarn::is_fallback(row) && awaited)) return false;
+        if (awaited) {
+            qarn::mark_answered(static_cast<uint32_t>(row.sap));
+            qarn::trace_awaited();
+        }
         return true;
     };
-    invoke_selected(mts_handle, msg, size, "Ascii cfg send failed", "Ascii cfg recv failed", select);
+    qarn::invoke_selected(mts_handle, msg, size, "Ascii cfg send failed", "Ascii cfg recv failed", select);
 }
 
-// Both searches of `saps`, and the deletion, cover the num_saps positions that the driver filled; a row without a SAP
-// of its own is never selected.
+// The searches of `saps` cover the num_saps positions that the driver filled. A row without a SAP of its own is never
+// selected.
 void qarn_invoke_lib_funcs(uint32_t mts_handle, const void *msg, uint32_t size) {
     uint32_t consumers[MTS_CONSUMER_CAPACITY];
-    const int32_t answered = mts_opc_consumers_list(mts_handle, QARN_OPC_REQUEST, consumers, MTS_CONSUMER_CAPACITY);
-    if (answered < 0) return std::perror("Num Consumers");
-    const int32_t num_consumers = std::min<int32_t>(answered, MTS_CONSUMER_CAPACITY);
+    const int32_t num_consumers = qarn::query_consumers(mts_handle, consumers);
+    if (num_consumers < 0) return;
     const auto select = [&](const qarn_cfg_cb_entry &row, uint32_t cfg_source) {
-        if (row.sap <= 0 || !contains(saps, num_saps, row.sap)) return false;
-        if (!serves(row, cfg_source)) return false;
-        if (is_fallback(row) && contains(consumers, num_consumers, row.sap)) return false;
-        qarn_feature_dns = row.sap == kSapDns && cfg_display_type == 0 ? 1 : 0;
-        mark_answered(static_cast<uint32_t>(row.sap));
+        if (row.sap <= 0 || !qarn::contains(saps, num_saps, row.sap)) return false;
+        if (!qarn::serves(row, cfg_source)) return false;
+        if (qarn::is_fallback(row) && qarn::contains(consumers, num_consumers, row.sap)) return false;
+        qarn::mark_answered(static_cast<uint32_t>(row.sap));
+        qarn_feature_dns = row.sap == qarn::kSapDns && cfg_display_type == 0 ? 1 : 0;
+        qarn::trace_awaited();
         return true;
     };
-    invoke_selected(mts_handle, msg, size, "Ascii cfg feature send failed", "Ascii cfg feature recv failed", select);
+    qarn::invoke_selected(mts_handle, msg, size, "Ascii cfg feature send failed", "Ascii cfg feature recv failed",
+                          select);
 }

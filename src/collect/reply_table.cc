@@ -1,20 +1,32 @@
 // Reassembly of replies in msg_table_p. The first fragment of a service bounds its reply; data beyond that bound, or a
 // bound without room for the status word, breaks the reply: its entry stays, without a buffer, until the last fragment
-// collects nothing. Behind every buffer lies a zeroed guard, so that the platform's readers find an empty array and
-// ended texts where a reply stops short.
+// finds nothing to hand over. A zeroed guard follows every buffer, so that the platform's readers find an empty array
+// and ended texts where a reply stops short.
 #include <qarncli/reply_table.h>
 
 #include <qarncli/globals.h>
 
-#include "base/bytes.h"
-#include "collect/joined_reply.h"
+#include <limits>
 
+#include "base/bytes.h"
+#include "collect/reply_table.h"
+
+namespace qarn {
 namespace {
 
 // Room for the headers that a reader of TLV arrays looks at before it knows the array's size.
 constexpr std::size_t kGuard = 64;
-// A reply that stops further short of what it announced than this is not zeroed byte by byte.
+// Missing tails longer than this come zeroed from calloc.
 constexpr std::size_t kLargeTail = 65536;
+
+// The size of a reply's block, guard included; 0 where that is more than `Size` can hold.
+template <typename Size>
+constexpr Size block_size(uint32_t total_len) {
+    constexpr auto kGuardBytes = static_cast<Size>(kGuard);
+    return total_len <= std::numeric_limits<Size>::max() - kGuardBytes ? static_cast<Size>(total_len) + kGuardBytes : 0;
+}
+static_assert(block_size<uint32_t>(0xffffffffu - kGuard) == 0xffffffffu);
+static_assert(block_size<uint32_t>(0xffffffffu - kGuard + 1) == 0, "a 32-bit size must not wrap to a small block");
 
 qarn_msg_entry *find_entry(uint32_t sap) {
     return static_cast<qarn_msg_entry *>(g_hash_table_lookup(msg_table_p, &sap));
@@ -22,11 +34,13 @@ qarn_msg_entry *find_entry(uint32_t sap) {
 
 // Enter a service with its first fragment's bound; null without memory.
 qarn_msg_entry *add_entry(const qarn_cfg_frag &frag) {
-    auto entry = qarn::allocate<qarn_msg_entry>();
+    auto entry = allocate<qarn_msg_entry>();
     if (!entry) return nullptr;
     *entry = {frag.sap, frag.total_len, 0, nullptr};
     if (frag.total_len >= sizeof(qarn_cfg_reply)) {
-        entry->buf = qarn::allocate<unsigned char>(frag.total_len + kGuard).release();
+        const auto size = block_size<std::size_t>(frag.total_len);
+        if (size == 0) return nullptr; // as much as no machine of this width has
+        entry->buf = allocate<unsigned char>(size).release();
         if (entry->buf == nullptr) return nullptr;
     }
     g_hash_table_insert(msg_table_p, entry.get(), entry.get());
@@ -45,22 +59,19 @@ void append(qarn_msg_entry &entry, const qarn_cfg_frag &frag) {
     entry.filled += frag.len;
 }
 
-// Zero what the service did not send, and the guard. A large missing part is taken from the system as zero pages
-// instead, so that a service which announces gigabytes costs none.
-qarn::Malloced<unsigned char> with_zeroed_tail(qarn::Malloced<unsigned char> bytes, std::size_t filled,
-                                               std::size_t size) {
+// Zero what the service did not send, and the guard. A large missing tail is taken from the system as zero pages, so
+// that a service which announces gigabytes costs none.
+Malloced<unsigned char> with_zeroed_tail(Malloced<unsigned char> bytes, std::size_t filled, std::size_t size) {
     if (size - filled <= kLargeTail) {
         std::memset(bytes.get() + filled, 0, size - filled);
         return bytes;
     }
-    qarn::Malloced<unsigned char> zeroed(static_cast<unsigned char *>(std::calloc(size, 1)));
+    Malloced<unsigned char> zeroed(static_cast<unsigned char *>(std::calloc(size, 1)));
     if (zeroed) std::memcpy(zeroed.get(), bytes.get(), filled);
     return zeroed;
 }
 
 } // namespace
-
-namespace qarn {
 
 JoinedReply take_reply(uint32_t sap) {
     JoinedReply reply;
@@ -78,9 +89,9 @@ JoinedReply take_reply(uint32_t sap) {
 } // namespace qarn
 
 void qarn_msg_table_add(const qarn_cfg_frag *frag) {
-    qarn_msg_entry *entry = find_entry(frag->sap);
-    if (entry == nullptr) entry = add_entry(*frag);
-    if (entry != nullptr) append(*entry, *frag);
+    qarn_msg_entry *entry = qarn::find_entry(frag->sap);
+    if (entry == nullptr) entry = qarn::add_entry(*frag);
+    if (entry != nullptr) qarn::append(*entry, *frag);
 }
 
 void qarn_msg_table_get(uint32_t sap, void **reply) {

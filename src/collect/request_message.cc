@@ -1,8 +1,10 @@
-// The request message that every service of a generation receives. It is built in two stages, because an interface
-// display without interfaces stops between them.
+// The request message that every service of a generation receives. It is built in two steps, because an interface
+// display without interfaces ends between them.
 #include "collect/request_message.h"
 
 #include <qarncli/globals.h>
+#include <qarncli/id_filter.h>
+#include <qarncli/if_index_list.h>
 #include <qarncli/request.h>
 
 #include <algorithm>

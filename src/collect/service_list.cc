@@ -1,14 +1,80 @@
-// The list of SAPs that a generation asks and awaits, and of those that the command excludes. A SAP leaves the list by
-// its slot becoming 0, never by shifting, so num_saps stays what it was filled with.
+// The list of SAPs that a generation asks and awaits, and the list of those that the command excludes. A SAP leaves a
+// list when its slot becomes 0; slots never shift, so num_saps keeps the number that was listed.
 #include <qarncli/service_list.h>
 
 #include <qarncli/globals.h>
+#include <qarncli/message.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
 
+#include "base/trace.h"
+#include "collect/service_list.h"
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
+#include "platform/mts.h"
+
+namespace qarn {
+namespace {
+
+constexpr uint32_t kAllConsumers = 1;      // req.sap: every consumer, in feature mode
+constexpr uint32_t kTableRow = 0xffffffff; // req.sap: the SAPs of row req.index
+
+void list_one(uint32_t sap) {
+    num_saps = 1;
+    saps[0] = sap;
+}
+
+} // namespace
+
+int32_t query_consumers(uint32_t handle, uint32_t *list) {
+    const int32_t answered = mts_opc_consumers_list(handle, QARN_OPC_REQUEST, list, MTS_CONSUMER_CAPACITY);
+    if (answered < 0) {
+        std::perror("Num Consumers");
+        return -1;
+    }
+    return std::min<int32_t>(answered, MTS_CONSUMER_CAPACITY);
+}
+
+bool list_consumers(uint32_t handle) {
+    const int32_t count = query_consumers(handle, saps);
+    if (count < 0) return false;
+    num_saps = count;
+    return true;
+}
+
+std::optional<uint32_t> select_services(const qarn_req &req) {
+    if (req.sap == 0 && req.index == 0) return 0;
+    qarn_feature = 1;
+    add_nl = 0;
+    if (debugging(QARN_DEBUG_COLLECT)) {
+        trace("Sap:%d\n", req.sap);
+        trace("Index:%d\n", req.index);
+    }
+    switch (req.sap) {
+        case kAllConsumers:
+            if (!list_consumers(req.mts_handle)) return {};
+            qarn_feature_send_all = 1;
+            return 1;
+        case kTableRow:
+            qarn_get_saps_from_sap_table(req.index);
+            return req.index;
+        default:
+            list_one(req.sap);
+            return req.sap;
+    }
+}
+
+void trace_service_lists() {
+    if (!debugging(QARN_DEBUG_COLLECT)) return;
+    trace("Num Saps:%d\n", num_saps);
+    qarn_sap_list_pending_print(saps, num_saps);
+    trace("Num Saps Excluded:%d\n", num_saps_exclude);
+    qarn_sap_list_pending_print(saps_exclude, num_saps_exclude);
+}
+
+} // namespace qarn
 
 void qarn_get_saps_from_sap_table(uint32_t index) {
     if (index >= SHOW_TABLE_ROWS) return;

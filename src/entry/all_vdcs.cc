@@ -1,6 +1,6 @@
-// The configuration of every virtual device context in turn. Each active VDC's is shown by a shell of its own, which
-// comes back into this library; around it stand the headers and the commands that switch into the VDC and back, so
-// that the whole reads as one script.
+// The configuration of every virtual device context in turn. A shell of its own, which loads this library again, shows
+// each active VDC; headers and the commands that switch into the VDC and back surround its output, so that the whole
+// reads as one script.
 #include <qarncli/entry.h>
 
 #include <qarncli/globals.h>
@@ -10,11 +10,12 @@
 #include <iterator>
 
 #include "base/tokens.h"
-#include "entry/validity.h"
+#include "entry/turn.h"
 #include "platform/csm.h"
 #include "platform/programs.h"
 #include "platform/vdc.h"
 
+namespace qarn {
 namespace {
 
 constexpr char kShell[] = "/opux/bin/vsh";
@@ -69,9 +70,11 @@ int32_t show_vdc(const Command *command, const vdc_map_entry &vdc, bool among_ot
 }
 
 } // namespace
+} // namespace qarn
 
 uint32_t qarn_cli_run_cfg_gen_vdcall(qarn_req *req) {
-    if (!qarn::is_valid(*req)) return 1;
+    const qarn::Turn turn;
+    if (!turn.is_mine() || !qarn::is_valid(*req)) return 1;
     for (uint32_t i = 0; i < qarn::token_count(*req); ++i) {
         if (req->tokens[i] != nullptr) cmd_token_id = req->tokens[i]->id;
     }
@@ -90,7 +93,7 @@ uint32_t qarn_cli_run_cfg_gen_vdcall(qarn_req *req) {
             return 0;
         }
         if (active == 0) continue;
-        const int32_t result = show_vdc(find_command(req->cmd_code), *vdc, count > 1);
+        const int32_t result = qarn::show_vdc(qarn::find_command(req->cmd_code), *vdc, count > 1);
         if (result != 0) rc = result;
     }
     return rc != 0 ? 1 : 0;

@@ -6,8 +6,8 @@
 
 #include <optional>
 
-#include "base/owner.h"
 #include "collect/request_message.h"
+#include "startup/startup_store.h"
 
 namespace qarn {
 
@@ -15,13 +15,12 @@ struct Generation {
     Generation(qarn_req *request, uint32_t source) : req(request), cfg_source(source), handle(request->mts_handle) {}
 
     qarn_req *req;
-    uint32_t cfg_source;         // QARN_SOURCE_RUNNING or QARN_SOURCE_STARTUP
-    uint32_t handle;             // the shell's transport handle
-    char startup_path[256] = {}; // of the ASCII startup file; empty in running displays
-    uint32_t target = 0;         // what the command selected, for the request message
-    Malloced<char> uri;          // base URI of the startup store, when the store named one
+    uint32_t cfg_source; // QARN_SOURCE_RUNNING or QARN_SOURCE_STARTUP
+    uint32_t handle;     // the shell's transport handle
+    StartupStore store;
+    uint32_t target = 0; // what the command selected, for the request message
     RequestMessage message;
-    uint32_t recv_err = 0; // a service failed, could not be extracted or kept silent
+    uint32_t recv_err = 0; // QARN_STATUS_FAILED when a service failed, could not be extracted or kept silent
 };
 
 // How a generation ends before its last step: at once with a status, or through the common exit, which prints the
@@ -37,14 +36,21 @@ constexpr Ending common_exit(uint32_t result) {
     return {false, result};
 }
 
-// What a step says: go on with the next one, or end.
+// The result of a step: none to go on with the next step, or how to end.
 using Step = std::optional<Ending>;
 inline constexpr Step kGoOn = std::nullopt;
 
-// Release the startup store if it is held.
-void release_startup_store(const Generation &generation);
+// Run a whole generation; returns 0 or a status of the platform's error space.
+uint32_t generate(qarn_req *req, uint32_t cfg_source);
 
-// The output phase: everything after the replies are in.
-Ending print_configuration(Generation &generation);
+// Fresh tables and lists, and the services to ask.
+Step set_up(Generation &generation);
+
+// The output phase: everything after the replies are in, up to the final callback.
+Step print_configuration(Generation &generation);
+
+// The platform's final callback, for the displays that end in it; 0, or its status. The generation's globals are no
+// longer needed: another command may run in here.
+uint32_t run_final_callback(const Generation &generation);
 
 } // namespace qarn

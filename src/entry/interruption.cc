@@ -1,6 +1,7 @@
-// What happens when a generation cannot run to its end: the handler of SIGINT, SIGHUP and SIGPIPE, which never leaves
-// the startup store locked, and the explanation of a send that failed. The handler runs at any point of the driver;
-// gl_q is set before it is installed, start_cfg_locked by the lock itself.
+// The handler of SIGINT, SIGHUP and SIGPIPE, which never leaves the startup store locked. It runs at any point of the
+// driver: gl_q is set before the handler is installed, start_cfg_locked by the lock itself. The handler
+// prints, makes an exchange and calls exit, none of which is async-signal-safe: the contract with the shell asks for
+// it.
 #include <qarncli/interruption.h>
 
 #include <qarncli/globals.h>
@@ -15,6 +16,7 @@
 #include "base/trace.h"
 #include "platform/csm.h"
 
+namespace qarn {
 namespace {
 
 constexpr char kExceptionLog[] = "/tmp/qarn_dbg";
@@ -25,7 +27,7 @@ uint32_t logged_interruptions = 0;
 bool log_interruption(int signo) {
     char line[256];
     const int length = std::snprintf(line, sizeof line, "Cleaning up:%d %d\n", signo, logged_interruptions);
-    qarn::File log(std::fopen(kExceptionLog, "a"));
+    File log(std::fopen(kExceptionLog, "a"));
     if (!log) return false;
     std::fwrite(line, 1, std::min(static_cast<std::size_t>(length), sizeof line - 1) + 1, log.get());
     ++logged_interruptions;
@@ -33,26 +35,15 @@ bool log_interruption(int signo) {
 }
 
 } // namespace
+} // namespace qarn
 
 void qarn_sig_handler(int signo) {
-    if (qarn::debugging(QARN_DEBUG_STORE) && !log_interruption(signo)) {
+    const int err = errno;
+    if (qarn::debugging(QARN_DEBUG_STORE) && !qarn::log_interruption(signo)) {
         csm_qarn_sp_print("Unable to open Exception log file\n");
+        errno = err; // the interrupted code may be about to read it
         return;
     }
     if (start_cfg_locked != 0) qarn_startup_cfg_lock(gl_q, 0);
     std::exit(0);
-}
-
-void handle_error(int32_t ret) {
-    switch (errno) {
-        case EPIPE:
-            csm_qarn_sp_print("Service not enabled\n");
-            break;
-        case ENOTCONN:
-            csm_qarn_sp_print("Module not available\n");
-            break;
-        default:
-            csm_qarn_sp_print("ERROR: send failed ret=%d errno %d\n", ret, errno);
-            break;
-    }
 }

@@ -1,27 +1,25 @@
 // The output phase of a generation: the startup store released, the header, two ordering passes whose queues the
 // printers read, then each of the 13 levels ordered and printed at once, the switch-profile block, and the platform's
-// final callback. A loop, or a switch profile that cannot be had, ends the generation where it stands; what was
+// final callback. A loop, or a switch profile that the manager does not return, ends the generation at once; what was
 // printed before stays printed. The display conversion is closed on every way out.
 #include <qarncli/display.h>
 #include <qarncli/element_print.h>
-#include <qarncli/element_store.h>
-#include <qarncli/entry.h>
 #include <qarncli/globals.h>
 #include <qarncli/graph.h>
+#include <qarncli/ordering.h>
 #include <qarncli/status.h>
 
 #include <cstring>
 
 #include "base/trace.h"
 #include "entry/generation.h"
+#include "entry/turn.h"
 #include "order/store_entries.h"
 #include "platform/cfglib.h"
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
-#include "print/contributions.h"
-#include "print/interface_index.h"
-#include "print/printed_keys.h"
+#include "print/lookup.h"
 
 namespace qarn {
 namespace {
@@ -37,19 +35,12 @@ struct DisplayConversion {
 
 void print_header(const Generation &gen) {
     if (cfg_display == QARN_DISPLAY_TEMPLATE) return;
-    qarn_time_print(gen.req, gen.cfg_source, gen.startup_path);
+    qarn_time_print(gen.req, gen.cfg_source, gen.store.ascii_path);
     qarn_version_print();
 }
 
-// One ordering pass over the element store; false for a loop, after its message.
-bool order_elements(const StoreEntries &entries, int32_t level, int32_t intf_only, queue *ordered,
-                    const char *loop_text) {
-    qarn_merge_graph_info pass;
-    qarn_merge_graph_info_init(&pass, level, intf_only);
-    entries.for_each(level, qarn_graph_vertex_add, &pass);
-    entries.for_each(level, qarn_graph_edge_add, &pass);
-    if (visit2(&pass.graph, ordered) == 0) return true;
-    csm_qarn_sp_print("%s", loop_text);
+bool report_loop() {
+    csm_qarn_sp_print("Loop in the graph\n");
     return false;
 }
 
@@ -58,19 +49,20 @@ bool print_level(const StoreEntries &entries, int32_t level, qarn_cfg_req_msg *m
     if (add_nl != 0) csm_qarn_sp_print("\n");
     add_nl = 0;
     queue ordered;
-    if (!order_elements(entries, level, 0, &ordered, "Loop in the graph\n")) return false;
+    if (!entries.order(level, Admit::kEveryElement, &ordered)) return report_loop();
     traverse(&ordered, qarn_element_cfg_print, msg);
     return true;
 }
 
 bool print_levels(qarn_cfg_req_msg *msg) {
     const StoreEntries entries(merge_elem_table_p);
-    if (!order_elements(entries, QARN_EVERY_LEVEL, 1, &intf_element_q, "Loop in the graph\n")) return false;
+    if (!entries.order(QARN_EVERY_LEVEL, Admit::kInterfaceElements, &intf_element_q)) return report_loop();
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
-    if (!order_elements(entries, QARN_EVERY_LEVEL, 0, &keystr_element_q, "KEYSTR Loop in the graph\n")) return false;
-    ContributionIndex contribution_index; // of what the two queues now hold
-    InterfaceIndex interface_index;
-    PrintedKeys printed_keys;
+    if (!entries.order(QARN_EVERY_LEVEL, Admit::kEveryElement, &keystr_element_q)) {
+        csm_qarn_sp_print("KEYSTR Loop in the graph\n");
+        return false;
+    }
+    const Lookup lookup; // of what the two queues now hold
     for (int32_t level = 0; level < kPrintLevels; ++level) {
         if (!print_level(entries, level, msg)) return false;
     }
@@ -101,46 +93,51 @@ Step print_switch_profile() {
     return kGoOn;
 }
 
-// Which displays end in the platform's final callback, and what they tell it first.
-uint32_t run_final_callback(const Generation &gen) {
+// Whether the display ends in the platform's final callback. A VSAN or VLAN display first leaves in the request what it
+// has shown.
+bool prepare_final_callback(const Generation &gen) {
     qarn_req *req = gen.req;
     const qarn_cfg_req_msg *msg = gen.message.bytes.get();
-    if ((req->info_flags & QARN_INFO_PLAIN) != 0) return 0;
+    if ((req->info_flags & QARN_INFO_PLAIN) != 0) return false;
     switch (cfg_display) {
         case QARN_DISPLAY_ALL:
-            if (qarn_feature != 0 && !(qarn_feature == 1 && qarn_feature_send_all == 1)) return 0;
-            break;
+            return qarn_feature == 0 || (qarn_feature == 1 && qarn_feature_send_all == 1);
         case QARN_DISPLAY_VSAN:
             req->info_flags |= QARN_INFO_VSANS_SHOWN;
             std::memcpy(req->vsan_mask.bits, msg->vsan_mask.bits, sizeof req->vsan_mask.bits);
-            break;
+            return true;
         case QARN_DISPLAY_VLAN:
             req->info_flags |= QARN_INFO_VLANS_SHOWN;
             std::memcpy(req->vlan_mask.bits, msg->vlan_mask.bits, sizeof req->vlan_mask.bits);
-            break;
+            return true;
         case QARN_DISPLAY_BFD:
         case QARN_DISPLAY_L2MP:
         case QARN_DISPLAY_NO_L2MP:
         case QARN_DISPLAY_FEX:
         case QARN_DISPLAY_NO_FEX:
-            break;
+            return true;
         default:
-            return 0;
+            return false;
     }
-    return qarn_cb_run_cfg_generate(req);
 }
 
 } // namespace
 
-Ending print_configuration(Generation &gen) {
-    release_startup_store(gen);
+Step print_configuration(Generation &gen) {
+    release_startup_store(gen.handle);
     print_header(gen);
     DisplayConversion conversion(gen.req);
     if (!print_levels(gen.message.bytes.get())) return end_at_once(QARN_STATUS_FAILED);
-    if (const Step end = print_switch_profile()) return *end;
+    if (const Step end = print_switch_profile()) return end;
     conversion.close();
     if (debugging(QARN_DEBUG_STORE)) trace("Info flag = 0x%0x\n", gen.req->info_flags);
-    return common_exit(run_final_callback(gen));
+    return kGoOn;
+}
+
+uint32_t run_final_callback(const Generation &gen) {
+    if (!prepare_final_callback(gen)) return 0;
+    const TurnGivenAway meanwhile;
+    return qarn_cb_run_cfg_generate(gen.req);
 }
 
 } // namespace qarn

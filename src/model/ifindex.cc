@@ -2,8 +2,8 @@
 // interface block; the main chain is flattened into if_index_list, which travels to every service. The membership
 // variant has a second chain, read by the element printer.
 //
-// The combined list holds at most 20000 indexes: the first ones, and a line on standard error says how many were left
-// out. A sublist with a negative count holds none.
+// The combined list holds the first 20000 indexes; a line on standard error reports how many were left out. A sublist
+// with a negative count holds none.
 #include <qarncli/ifindex.h>
 
 #include <qarncli/globals.h>
@@ -19,10 +19,11 @@
 #include "platform/ifmgr.h"
 #include "platform/sysmgr.h"
 
+namespace qarn {
 namespace {
 
 bool names_interfaces(const qarn_req &req) {
-    return cfg_display == QARN_DISPLAY_INTERFACE && qarn::token_count(req) != 0 && req.tokens[0] != nullptr &&
+    return cfg_display == QARN_DISPLAY_INTERFACE && token_count(req) != 0 && req.tokens[0] != nullptr &&
            req.tokens[0]->type == IF_TOKEN_TYPE_INTERFACE;
 }
 
@@ -41,8 +42,8 @@ std::size_t count_indexes(const ifindex_sublist *chain) {
     std::size_t total = 0;
     for (; chain != nullptr; chain = chain->next) {
         total += length_of(*chain);
-        if (qarn::debugging(QARN_DEBUG_INTERFACE)) {
-            qarn::trace("Copying ifindex sublist for %d of length %d\n", chain->elem_id, chain->count);
+        if (debugging(QARN_DEBUG_INTERFACE)) {
+            trace("Copying ifindex sublist for %d of length %d\n", chain->elem_id, chain->count);
         }
     }
     return total;
@@ -54,7 +55,7 @@ void combine(const ifindex_sublist *chain) {
     if (total > room) {
         std::fprintf(stderr, "%zu interfaces beyond the first %zu are left out\n", total - room, room);
     }
-    uint32_t *indexes = qarn::allocate<uint32_t>(room * sizeof(uint32_t)).release();
+    uint32_t *indexes = allocate<uint32_t>(room * sizeof(uint32_t)).release();
     if_index_list = {indexes != nullptr ? static_cast<uint32_t>(room) : 0, indexes};
     if (indexes == nullptr) return;
     std::size_t filled = 0;
@@ -66,16 +67,17 @@ void combine(const ifindex_sublist *chain) {
 }
 
 } // namespace
+} // namespace qarn
 
 uint32_t qarn_ifindex_lists_init(qarn_req *req) {
-    uint32_t flag = names_interfaces(*req) ? 0 : 1;
+    uint32_t flag = qarn::names_interfaces(*req) ? 0 : 1;
     if (cmd_token_id == QARN_TOKEN_MEMBERSHIP) {
-        const uint32_t status = get_chain(req, &membership_multi_list_head_p, flag);
+        const uint32_t status = qarn::get_chain(req, &membership_multi_list_head_p, flag);
         if (status != 0) return status;
         flag = 1;
     }
-    const uint32_t status = get_chain(req, &multi_list_head_p, flag);
+    const uint32_t status = qarn::get_chain(req, &multi_list_head_p, flag);
     if (status != 0) return status;
-    combine(multi_list_head_p);
+    qarn::combine(multi_list_head_p);
     return 0;
 }

@@ -1,4 +1,4 @@
-// The index of the element store.
+// The index is a GLib table of its own, whose keys are the store's keys with the service's part spread over 16 bits.
 #include "model/store_index.h"
 
 namespace qarn {
@@ -12,18 +12,13 @@ void *spread(qarn_merge_key key) {
 
 } // namespace
 
-StoreIndex::StoreIndex(GHashTable *store) : store_(store), entries_(g_hash_table_new(g_direct_hash, nullptr)) {}
-
-StoreIndex::~StoreIndex() {
-    g_hash_table_destroy(entries_);
+StoreIndex::StoreIndex() : entries_(g_hash_table_new(g_direct_hash, nullptr)) {
+    current_ = this;
 }
 
-StoreIndex *StoreIndex::of(GHashTable *store) {
-    StoreIndex *index = innermost();
-    if (index == nullptr || index->store_ != store) return nullptr;
-    if (g_hash_table_size(index->entries_) == g_hash_table_size(store)) return index;
-    index->store_ = nullptr;
-    return nullptr;
+StoreIndex::~StoreIndex() {
+    current_ = nullptr;
+    g_hash_table_destroy(entries_);
 }
 
 qarn_merge_val *StoreIndex::find(qarn_merge_key key) const {

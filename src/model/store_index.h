@@ -1,5 +1,5 @@
-// The element store's entries by key once more. The store hashes a key as one integer, and GLib's table sizes let the
-// keys of a large switch, few services with many elements each, fall on few places; here they are spread first.
+// A second index of the element store. The store hashes a key as one integer, and GLib's table sizes let the keys of a
+// large switch (few services with many elements each) fall on few places; this index spreads them first.
 #pragma once
 
 #include <glib.h>
@@ -8,27 +8,27 @@
 
 #include <qarncli/element_store.h>
 
-#include "base/innermost.h"
-
 namespace qarn {
 
-// Lives as long as one generation uses its store. qarn_merge_hash_insert and qarn_merge_hash_remove keep it up to date,
-// and nobody else changes the store.
-class StoreIndex : public Innermost<StoreIndex> {
+// Lives while a generation decodes, orders and prints. qarn_merge_hash_insert and qarn_merge_hash_remove keep it up to
+// date.
+class StoreIndex {
   public:
-    explicit StoreIndex(GHashTable *store);
+    StoreIndex();
     ~StoreIndex();
+    StoreIndex(const StoreIndex &) = delete;
+    StoreIndex &operator=(const StoreIndex &) = delete;
 
-    // The index of a store; null when it has none. One that entries came into or left without its knowledge serves no
-    // longer.
-    static StoreIndex *of(GHashTable *store);
+    // The index of the generation under way; null when none is.
+    static StoreIndex *current() { return current_; }
 
     qarn_merge_val *find(qarn_merge_key key) const;
     void insert(qarn_merge_key key, qarn_merge_val *value);
     void remove(qarn_merge_key key);
 
   private:
-    GHashTable *store_; // null when the index serves no longer
+    static inline StoreIndex *current_ = nullptr;
+
     GHashTable *entries_;
 };
 

@@ -1,102 +1,31 @@
-// The decoder: one reply's TLV stream becomes configuration elements, merged into the element store. A reply comes
-// from outside, so every TLV is held against the reply's extent here, in TlvReader, and nowhere else; what is kept is
-// copied, because the reply is freed right after the call.
+// The decoder: one reply's TLV stream becomes configuration elements, merged into the element store. TlvReader checks
+// every TLV against the reply's extent; what is kept is copied, because the reply is freed right after the call.
 //
 // Where a stream breaks the format without leaving the reply: a value too short for its tag's words is consumed with
-// its follow-ups and changes nothing; a TLV without a value counts as an empty text; a follow-up that is missing ends
+// its follow-ups and changes nothing, except that a tag 0 too short for its words opens no element, so that what
+// follows belongs to none until the next tag 0; a TLV without a value counts as an empty text; a missing follow-up ends
 // the decoding without its entry; a text's length only sizes its copy's first buffer, and never beyond the text.
 #include <qarncli/tlv_decode.h>
 
 #include <qarncli/element_store.h>
 #include <qarncli/globals.h>
-#include <qarncli/request.h>
 #include <qarncli/status.h>
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 
 #include "base/command_message.h"
 #include "base/trace.h"
-#include "model/decode.h"
+#include "model/element_filter.h"
+#include "model/tlv_decode.h"
+#include "model/tlv_reader.h"
 #include "platform/cfglib.h"
 #include "platform/csm.h"
-#include "platform/tlv_array.h"
 
 namespace qarn {
 namespace {
 
-struct Tlv {
-    uint32_t tag = 0;
-    uint32_t length = 0;
-    const unsigned char *value = nullptr; // null when there is none; length is then 0
-
-    bool has_words(uint32_t count) const { return length >= count * sizeof(uint32_t); }
-    uint32_t word(uint32_t position) const { return load_u32(value + position * sizeof(uint32_t)); }
-};
-
-// A NUL-terminated text inside the reply.
-struct Text {
-    const char *chars;
-    std::size_t length;
-};
-
-// A tag and a length, 32 bits each, in every layout of the array; values begin on 4-byte boundaries.
-constexpr std::size_t kTlvHeader = 8;
-
-// Walks the array and vouches that what it hands out lies inside the reply.
-class TlvReader {
-  public:
-    TlvReader(const unsigned char *array, const unsigned char *end) : array_(array), end_(end) {}
-
-    int32_t announced() const { return tlv32_aligned_array_get_num_tlvs(array_, 0); }
-
-    // The next TLV; none at the end of the array, or when it does not lie inside. What was read so far bounds where the
-    // next tag can be, so that TLVs without a value lead no further than the reply either.
-    std::optional<Tlv> next() {
-        if (end_ != nullptr && used_ + kTlvHeader > static_cast<std::size_t>(end_ - array_)) return {};
-        Tlv tlv;
-        void *value = nullptr;
-        if (tlv32_aligned_array_get_next_tlv(array_, &tlv.tag, &tlv.length, &value, 0, &cursor_) != 0) return {};
-        used_ += kTlvHeader + (std::size_t{tlv.length} + 3) / 4 * 4;
-        if (value == nullptr || tlv.length == 0) {
-            tlv.length = 0;
-        } else {
-            tlv.value = static_cast<const unsigned char *>(value);
-            if (!holds(tlv.value, tlv.length)) return {};
-        }
-        ++taken_;
-        return tlv;
-    }
-
-    // TLVs handed out so far.
-    int64_t taken() const { return taken_; }
-
-    // The text that begins at the TLV's value and runs to its NUL, wherever that is inside the reply.
-    std::optional<Text> text(const Tlv &tlv) const {
-        if (tlv.value == nullptr) return Text{"", 0};
-        const auto *chars = reinterpret_cast<const char *>(tlv.value);
-        if (end_ == nullptr) return Text{chars, std::strlen(chars)};
-        const auto room = static_cast<std::size_t>(end_ - tlv.value);
-        const std::size_t length = strnlen(chars, room);
-        if (length == room) return {};
-        return Text{chars, length};
-    }
-
-  private:
-    bool holds(const unsigned char *value, uint32_t length) const {
-        if (end_ == nullptr) return true;
-        return value >= array_ && value <= end_ && length <= static_cast<std::size_t>(end_ - value);
-    }
-
-    const unsigned char *array_;
-    const unsigned char *end_;
-    uint32_t cursor_ = 0;
-    std::size_t used_ = 0; // bytes that the TLVs read so far take at least
-    int64_t taken_ = 0;
-};
-
-GString *new_string(const Tlv &tlv, const Text &text) {
+GString *new_string(const Tlv &tlv, const TextValue &text) {
     GString *string = g_string_sized_new(std::min<std::size_t>(tlv.length, text.length + 1));
     return g_string_append_len(string, text.chars, static_cast<gssize>(text.length));
 }
@@ -108,40 +37,9 @@ bool has_valid_length(const Tlv &message) {
     return length >= QARN_CMD_HEADER_SIZE && length <= message.length;
 }
 
-// In a single feature's display the feature's row of the shell's table says which elements belong to it. A row that
-// the table does not have is empty.
-bool passes_feature_filter(const qarn_elem &elem) {
-    if (qarn_feature != 1 || ftbl_index == 0) return true;
-    static constexpr uint32_t kEmptyRow[std::size(show_feature_table[0])] = {};
-    const uint32_t *pair = (ftbl_index < SHOW_TABLE_ROWS ? show_feature_table[ftbl_index] : kEmptyRow) + 1;
-    for (int i = 0; i < SHOW_FEATURE_PAIRS; ++i, pair += 2) {
-        if (pair[0] == elem.uuid && (pair[1] == 0 || pair[1] == elem.elem_id)) return true;
-    }
-    return false;
-}
-
-struct View {
-    uint32_t display;
-    uint32_t property;
-    bool kept_when_set; // else kept when the bit is clear
-};
-constexpr View kViews[] = {
-    {QARN_DISPLAY_VSAN, QARN_PROP_VSAN, true},     {QARN_DISPLAY_VLAN, QARN_PROP_VLAN, true},
-    {QARN_DISPLAY_BFD, QARN_PROP_BFD, true},       {QARN_DISPLAY_L2MP, QARN_PROP_L2MP, true},
-    {QARN_DISPLAY_NO_L2MP, QARN_PROP_L2MP, false}, {QARN_DISPLAY_FEX, QARN_PROP_FEX, true},
-    {QARN_DISPLAY_NO_FEX, QARN_PROP_FEX, false},
-};
-
-bool passes_view_filter(const qarn_elem &elem) {
-    for (const View &view : kViews) {
-        if (view.display == cfg_display) return ((elem.property & view.property) != 0) == view.kept_when_set;
-    }
-    return true;
-}
-
-// What acting on a TLV says: go on, or return this status.
+// After a TLV: go on with the next one, or end with this status.
 using Verdict = std::optional<uint32_t>;
-constexpr Verdict kGoOn = std::nullopt;
+constexpr Verdict kNextTlv = std::nullopt;
 constexpr Verdict kEnd = 0;
 
 class Decoder {
@@ -157,7 +55,7 @@ class Decoder {
             if (count_ > announced) return {0, false};
             if (const Verdict verdict = act_on(*tlv)) return {*verdict, false};
         }
-        return {0, reader_.taken() == announced};
+        return {0, reader_.taken() == announced && !lost_element_};
     }
 
   private:
@@ -178,14 +76,14 @@ class Decoder {
             case QARN_TLV_TAG_KEY:
                 return add_key(tlv);
             default:
-                return kGoOn;
+                return kNextTlv;
         }
     }
 
     void store(qarn_elem *elem) { qarn_merge_hash_insert(elem->uuid, elem, table_); }
 
     Verdict open_element(const Tlv &tlv) {
-        if (!tlv.has_words(5)) return kGoOn;
+        if (!tlv.has_words(5)) return open_nothing();
         qarn_elem *fresh = qarn_elem_info_create(0, 0, 0, 0);
         if (fresh == nullptr) return QARN_STATUS_NO_MEMORY;
         if (debugging(QARN_DEBUG_PRINT)) debug_element_ = qarn_elem_info_create(0, 0, 0, 0);
@@ -195,17 +93,24 @@ class Decoder {
                               fresh->property);
         }
         current_ = merge(fresh);
-        if (!passes_feature_filter(*current_)) return kGoOn;
+        if (!passes_feature_filter(*current_)) return kNextTlv;
         if (passes_view_filter(*current_)) {
             store(current_);
         } else if (merged_) {
             qarn_merge_hash_remove(current_->uuid, current_, table_);
         }
-        return kGoOn;
+        return kNextTlv;
     }
 
-    // The element that the group describes: `fresh`, or the one that the store already has under its key. A
-    // placeholder makes room for the real element.
+    // It is not known which element was meant, so what follows belongs to none rather than to the element before.
+    Verdict open_nothing() {
+        current_ = debug_element_ = nullptr;
+        lost_element_ = true;
+        return kNextTlv;
+    }
+
+    // The element that the group describes: `fresh`, or the one that the store already has under its key. A placeholder
+    // gives way to the real element.
     qarn_elem *merge(qarn_elem *fresh) {
         merged_ = false;
         const qarn_merge_val *entry = qarn_merge_value_get(fresh->uuid, fresh->elem_id);
@@ -229,25 +134,26 @@ class Decoder {
     }
 
     Verdict add_dependency(const Tlv &tlv) {
-        if (!tlv.has_words(3) || current_ == nullptr) return kGoOn;
+        if (!tlv.has_words(3) || current_ == nullptr) return kNextTlv;
         qarn_elem_dependency *dep = qarn_elem_dependency_create(0, 0, 0, current_->dep_list);
         if (dep == nullptr) return QARN_STATUS_NO_MEMORY;
         current_->dep_list = dep;
         qarn_elem_dependency_info_tlv_parse(tlv.value, dep);
         if (debugging(QARN_DEBUG_DECODE)) csm_qarn_sp_print("Dependency UUID:%d Elem:%d\n", dep->uuid, dep->elem_id);
-        if (!passes_feature_filter(*current_) || !passes_view_filter(*current_)) return kGoOn;
+        if (!passes_feature_filter(*current_) || !passes_view_filter(*current_)) return kNextTlv;
 
-        const bool spreads = (current_->property & QARN_PROP_INTF) != 0 && (current_->property & QARN_PROP_DUMMY) == 0;
+        const bool orders_interfaces =
+            (current_->property & QARN_PROP_INTF) != 0 && (current_->property & QARN_PROP_DUMMY) == 0;
         if (const qarn_merge_val *entry = qarn_merge_value_get(dep->uuid, dep->elem_id)) {
-            reach_dependency(entry->elem, spreads);
-            return kGoOn;
+            store_again(entry->elem, orders_interfaces);
+            return kNextTlv;
         }
-        return spreads ? add_placeholder(*dep) : kGoOn;
+        return orders_interfaces ? add_placeholder(*dep) : kNextTlv;
     }
 
     // What an interface element depends on is ordered among the interface elements.
-    void reach_dependency(qarn_elem *target, bool spreads) {
-        if (spreads) target->property |= QARN_PROP_INTF;
+    void store_again(qarn_elem *target, bool orders_interfaces) {
+        if (orders_interfaces) target->property |= QARN_PROP_INTF;
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("Dependent UUID:%d Elem:%d present. setting property %d\n", target->uuid, target->elem_id,
                               target->property);
@@ -266,7 +172,7 @@ class Decoder {
             print_current_element();
         }
         qarn_merge_hash_insert(dep.uuid, placeholder, table_);
-        return kGoOn;
+        return kNextTlv;
     }
 
     void print_current_element() const {
@@ -275,13 +181,13 @@ class Decoder {
     }
 
     Verdict append_text(const Tlv &tlv) {
-        const std::optional<Text> text = reader_.text(tlv);
+        const std::optional<TextValue> text = reader_.text(tlv);
         if (!text) return kEnd;
         if (debugging(QARN_DEBUG_DECODE)) csm_qarn_sp_print("Str:%s\n", text->chars);
         if (current_ != nullptr) {
             g_string_append_len(current_->cfg_str, text->chars, static_cast<gssize>(text->length));
         }
-        return kGoOn;
+        return kNextTlv;
     }
 
     Verdict add_interface_value(const Tlv &tlv) {
@@ -293,14 +199,14 @@ class Decoder {
         }
         const std::optional<Tlv> operand = reader_.next();
         if (!operand) return kEnd;
-        if (!if_index || current_ == nullptr) return kGoOn;
+        if (!if_index || current_ == nullptr) return kNextTlv;
         switch (current_->val_type) {
             case QARN_VAL_COMMAND:
                 return add_interface_command(std::move(if_index), *operand);
             case QARN_VAL_TEXT:
                 return add_interface_text(std::move(if_index), *operand);
             default:
-                return kGoOn;
+                return kNextTlv;
         }
     }
 
@@ -311,12 +217,12 @@ class Decoder {
     }
 
     Verdict add_interface_text(Malloced<uint32_t> if_index, const Tlv &operand) {
-        const std::optional<Text> text = reader_.text(operand);
+        const std::optional<TextValue> text = reader_.text(operand);
         if (!text) return kEnd;
         GString *value = new_string(operand, *text);
         if (debugging(QARN_DEBUG_INTERFACE)) csm_qarn_sp_print("Ifindex:%x Str:%s\n", *if_index, value->str);
         insert_interface_value(std::move(if_index), value);
-        return kGoOn;
+        return kNextTlv;
     }
 
     static Verdict report_no_payload() {
@@ -334,9 +240,9 @@ class Decoder {
         if (!has_valid_length(operand) || !has_valid_stamp(operand.value)) return report_bad_message();
         Malloced<unsigned char> copy = copy_message(operand.value);
         if (!copy) return QARN_STATUS_NO_MEMORY;
-        if (debugging(QARN_DEBUG_PRINT) && !display_interface_command(operand.value)) return kGoOn;
+        if (debugging(QARN_DEBUG_PRINT) && !display_interface_command(operand.value)) return kNextTlv;
         insert_interface_value(std::move(if_index), copy.release() + QARN_CMD_PREFIX_SIZE);
-        return kGoOn;
+        return kNextTlv;
     }
 
     // Debug display of an interface's command message; false when it could not be shown, and is then not stored.
@@ -361,7 +267,7 @@ class Decoder {
 
     Verdict show_command(const Tlv &tlv) {
         if (tlv.value == nullptr) return report_no_payload();
-        if (!debugging(QARN_DEBUG_PRINT) || debug_element_ == nullptr) return kGoOn;
+        if (!debugging(QARN_DEBUG_PRINT) || debug_element_ == nullptr) return kNextTlv;
         if (!has_valid_length(tlv)) return report_bad_message();
         unsigned char *copy = copy_message(tlv.value).release();
         if (copy == nullptr) return QARN_STATUS_NO_MEMORY;
@@ -371,36 +277,36 @@ class Decoder {
         csm_qarn_sp_print("(qarn_parse_tlv) QARN_TLV_TAG_TLV\n");
         cmd_show_run_opt_cr(copy, 4);
         sr_cmds_cleanup();
-        return kGoOn;
+        return kNextTlv;
     }
 
     // A key that is there already keeps its copy of the name and takes the new value.
-    static void insert_by_name(GHashTable *table, const Text &name, void *value) {
+    static void insert_by_name(GHashTable *table, const TextValue &name, void *value) {
         char *copy = g_strndup(name.chars, name.length);
         if (!g_hash_table_insert(table, copy, value)) g_free(copy);
     }
 
     Verdict add_key_string(const Tlv &tlv) {
-        const std::optional<Text> name = reader_.text(tlv);
+        const std::optional<TextValue> name = reader_.text(tlv);
         if (!name) return kEnd;
         const std::optional<Tlv> operand = reader_.next();
         if (!operand) return kEnd;
-        const std::optional<Text> text = reader_.text(*operand);
+        const std::optional<TextValue> text = reader_.text(*operand);
         if (!text) return kEnd;
         String value(new_string(*operand, *text));
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("(QARN_TLV_TAG_KEY_STR) Str:%s Len:%d\n", value->str, static_cast<int>(value->len));
         }
-        if (current_ == nullptr) return kGoOn;
+        if (current_ == nullptr) return kNextTlv;
         ++count_;
         insert_by_name(current_->keystr_table, *name, value.release());
-        return kGoOn;
+        return kNextTlv;
     }
 
     Verdict add_key(const Tlv &tlv) {
         const std::optional<Tlv> map_operand = reader_.next();
         if (!map_operand) return kEnd;
-        const std::optional<Text> map = reader_.text(*map_operand);
+        const std::optional<TextValue> map = reader_.text(*map_operand);
         if (!map) return kEnd;
         String key_map(new_string(*map_operand, *map));
         if (debugging(QARN_DEBUG_DECODE)) {
@@ -409,18 +315,18 @@ class Decoder {
         const std::optional<Tlv> name_operand = reader_.next();
         if (!name_operand) return kEnd;
         count_ += 2;
-        const std::optional<Text> name = reader_.text(*name_operand);
+        const std::optional<TextValue> name = reader_.text(*name_operand);
         if (!name) return kEnd;
-        if (!tlv.has_words(1) || current_ == nullptr) return kGoOn;
+        if (!tlv.has_words(1) || current_ == nullptr) return kNextTlv;
         auto key = allocate<qarn_key_val>();
         if (!key) return QARN_STATUS_NO_MEMORY;
         if (merged_ && current_->uuid == QARN_UUID_KEYS_ONCE) {
             if (debugging(QARN_DEBUG_DECODE)) csm_qarn_sp_print("skipping key from uuid %d\n", current_->uuid);
-            return kGoOn;
+            return kNextTlv;
         }
         *key = {tlv.word(0), key_map.release()};
         insert_by_name(current_->key_table, *name, key.release());
-        return kGoOn;
+        return kNextTlv;
     }
 
     TlvReader reader_;
@@ -428,6 +334,7 @@ class Decoder {
     qarn_elem *current_ = nullptr;
     qarn_elem *debug_element_ = nullptr; // never stored; made for the debug display only
     bool merged_ = false;                // the current element was in the store before
+    bool lost_element_ = false;          // a tag 0 was too short to name its element
     int64_t count_ = 0;                  // TLVs seen, and follow-ups as far as the announced number includes them
 };
 

@@ -20,6 +20,13 @@ void qarn_merge_graph_info_init(qarn_merge_graph_info *info, int32_t level, int3
     info->intf_only = intf_only;
 }
 
+int32_t qarn_merge_val_filter_check(qarn_merge_val *value, qarn_merge_graph_info *pass) {
+    const qarn_elem &elem = *value->elem;
+    const bool level_fits = pass->level == QARN_EVERY_LEVEL || static_cast<uint32_t>(pass->level) == elem.level;
+    const bool kind_fits = pass->intf_only != 1 || (elem.property & QARN_PROP_INTF) != 0;
+    return level_fits && kind_fits ? 1 : 0;
+}
+
 vertex *add_vertex(graph *graph, void *data) {
     vertex *added = qarn::allocate<vertex>().release();
     if (added == nullptr) return nullptr;

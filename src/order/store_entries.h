@@ -5,14 +5,18 @@
 
 #include <cstdint>
 
+struct queue;
+
 namespace qarn {
 
-constexpr int32_t kPrintLevels = 13; // 0..12; elements of any other level are never printed
+inline constexpr int32_t kPrintLevels = 13; // 0..12; elements of any other level are never printed
 
-// Lives during the output phase of one generation, while the store stands still. The entries stand in ascending key
-// order, in which one service's elements follow each other as they mostly do in memory. The order decides the graph's
-// traces, and which vertex is missing when there is no memory for one more; while the traces are wanted, it is the
-// table's own.
+enum class Admit { kEveryElement, kInterfaceElements };
+
+// Lives during the output phase of a generation; the element store is only read then. The entries are in ascending key
+// order, in which one service's elements follow each other as they mostly do in memory. The order decides which vertex
+// is missing when there is no memory for one more, and the sequence of the graph's traces: under QARN_DEBUG_GRAPH the
+// entries keep the store's own order.
 class StoreEntries {
   public:
     explicit StoreEntries(GHashTable *store);
@@ -20,12 +24,13 @@ class StoreEntries {
     StoreEntries(const StoreEntries &) = delete;
     StoreEntries &operator=(const StoreEntries &) = delete;
 
-    // Call `function` with the key and value of every entry of a level; QARN_EVERY_LEVEL for all. When another
-    // generation, run by the platform while this one prints, has left its store behind, that one's entries all come.
-    void for_each(int32_t level, GHFunc function, void *argument) const;
+    // One ordering pass: the admitted elements of a level (QARN_EVERY_LEVEL for all) into `ordered`, each after those
+    // that it depends on. False for a loop, or without memory.
+    bool order(int32_t level, Admit admit, queue *ordered) const;
 
   private:
-    GHashTable *store_;
+    void for_each(int32_t level, GHFunc function, void *argument) const;
+
     GArray *all_;
     GArray *levels_[kPrintLevels];
 };

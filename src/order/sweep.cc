@@ -1,8 +1,8 @@
-// From a graph to a queue in print order. visit2 orders by sweeps: the vertices stand in ascending (uuid, elem_id), a
-// sweep walks them once and places every vertex that waits for nothing unplaced, and sweeps repeat until one places
-// nothing. The sweeps are not walked one by one, because a chain against the key order would take as many as it has
-// vertices: the sweep of every vertex is computed, and the vertices are placed sweep by sweep. visit is the plain
-// first-in-first-out ordering, for callers outside the library.
+// From a graph to a queue in print order. visit2 orders by sweeps: a sweep walks the vertices in ascending
+// (uuid, elem_id) and places every vertex that waits for nothing unplaced; sweeps repeat until one places nothing. A
+// chain against the key order would need as many sweeps as it has vertices, so the sweeps are not walked: the sweep of
+// every vertex is computed, and the vertices are placed sweep by sweep. visit is the plain first-in-first-out ordering,
+// for callers outside the library.
 #include <qarncli/element_store.h>
 #include <qarncli/ordering.h>
 #include <qarncli/status.h>
@@ -14,6 +14,7 @@
 #include "base/owner.h"
 #include "base/trace.h"
 
+namespace qarn {
 namespace {
 
 const qarn_merge_key &key_of(const vertex &vertex) {
@@ -32,16 +33,17 @@ void count_in_degrees(const graph &graph) {
 // The working memory of one ordering: the vertices in ascending key order, and for each of them, by its position, the
 // sweep that places it.
 //
-// A sweep walks the vertices once, so a vertex is placed in the same sweep as what it waits for when that stands before
-// it, else in the next one: its sweep is the greatest over its predecessors of theirs, plus 1 where the predecessor
-// stands behind. One topological pass finds all sweeps; a vertex that waits for a loop gets none.
+// A vertex is placed in the same sweep as its predecessor when the predecessor comes first in key order, else in the
+// next sweep. So a vertex's sweep is the greatest, over its predecessors, of the predecessor's sweep, plus 1 where the
+// predecessor comes later in key order. One topological pass finds all sweeps; a vertex that waits for a loop gets
+// none.
 class Sweeps {
   public:
     // False without memory.
-    bool allocate(int32_t count) {
+    bool make_room(int32_t count) {
         const auto size = static_cast<std::size_t>(count);
-        sorted_ = qarn::allocate<vertex *>(size * sizeof(vertex *));
-        numbers_ = qarn::allocate<int32_t>(size * 3 * sizeof(int32_t));
+        sorted_ = allocate<vertex *>(size * sizeof(vertex *));
+        numbers_ = allocate<int32_t>(size * 3 * sizeof(int32_t));
         if (!sorted_ || !numbers_) return false;
         count_ = count;
         vertices_ = sorted_.get();
@@ -51,7 +53,7 @@ class Sweeps {
         return true;
     }
 
-    // The newest vertex heads the list; vertices that were added in key order need no sorting.
+    // The newest vertex is the list's first; vertices that were added in key order need no sorting.
     void sort(const graph &graph) {
         vertex **begin = vertices_ + count_;
         for (vertex *v = graph.vertices; v != nullptr; v = v->next)
@@ -61,7 +63,7 @@ class Sweeps {
     }
     vertex **vertices() { return vertices_; }
 
-    // Find every vertex's sweep; `visited` says in the end whether it has one. Returns the number of sweeps that place
+    // Find every vertex's sweep; `visited` is 1 in the end where there is one. Returns the number of sweeps that place
     // something.
     int32_t number() {
         number_topologically();
@@ -94,7 +96,7 @@ class Sweeps {
                               [](vertex *const &a, vertex *const &b) { return uuid_elem_cmp_fn(&a, &b) < 0; });
     }
 
-    // What is left with an in_degree afterwards waits for a loop. `visited` holds a vertex's position meanwhile.
+    // A vertex whose in_degree is not 0 afterwards waits for a loop. `visited` holds a vertex's position meanwhile.
     void number_topologically() {
         int32_t *free_vertices = next_; // not needed for its own purpose yet
         int32_t known = 0;
@@ -108,18 +110,18 @@ class Sweeps {
             for (const edge *e = vertices_[from]->edges; e != nullptr; e = e->next) {
                 const bool is_free = --e->to->in_degree == 0;
                 const int32_t to = e->to->visited;
-                if (!stands_at(e->to, to)) continue; // a vertex of another graph
+                if (!is_at(e->to, to)) continue; // a vertex of another graph
                 sweep_of_[to] = std::max(sweep_of_[to], sweep_of_[from] + (from > to ? 1 : 0));
                 if (is_free) free_vertices[known++] = to;
             }
         }
     }
 
-    bool stands_at(const vertex *v, int32_t at) const { return at >= 0 && at < count_ && vertices_[at] == v; }
+    bool is_at(const vertex *v, int32_t at) const { return at >= 0 && at < count_ && vertices_[at] == v; }
 
     int32_t count_ = 0;
-    qarn::Malloced<vertex *> sorted_;
-    qarn::Malloced<int32_t> numbers_;
+    Malloced<vertex *> sorted_;
+    Malloced<int32_t> numbers_;
     vertex **vertices_ = nullptr;
     int32_t *sweep_of_ = nullptr;
     int32_t *first_ = nullptr; // first position of each sweep
@@ -137,10 +139,11 @@ void enqueue_or_abort(queue *queue, vertex *v, const char *complaint) {
 }
 
 } // namespace
+} // namespace qarn
 
 int uuid_elem_cmp_fn(const void *a, const void *b) {
-    const qarn_merge_key &left = key_of(**static_cast<vertex *const *>(a));
-    const qarn_merge_key &right = key_of(**static_cast<vertex *const *>(b));
+    const qarn_merge_key &left = qarn::key_of(**static_cast<vertex *const *>(a));
+    const qarn_merge_key &right = qarn::key_of(**static_cast<vertex *const *>(b));
     if (left.uuid != right.uuid) return left.uuid < right.uuid ? -1 : 1;
     if (left.elem_id != right.elem_id) return left.elem_id < right.elem_id ? -1 : 1;
     return 0;
@@ -149,7 +152,7 @@ int uuid_elem_cmp_fn(const void *a, const void *b) {
 void print_list(vertex **array, int32_t n) {
     std::printf("Sorted list:\n");
     for (int32_t i = 0; i < n; ++i)
-        print_key(*array[i]);
+        qarn::print_key(*array[i]);
     std::printf("\n");
     std::fflush(stdout);
 }
@@ -157,7 +160,7 @@ void print_list(vertex **array, int32_t n) {
 void print_queue(const queue *queue) {
     std::printf("Element Queue:\n");
     for (const queue_node *node = queue->head; node != nullptr; node = node->next) {
-        print_key(*static_cast<const vertex *>(node->data));
+        qarn::print_key(*static_cast<const vertex *>(node->data));
     }
     std::printf("\n");
     std::fflush(stdout);
@@ -166,11 +169,11 @@ void print_queue(const queue *queue) {
 int32_t visit2(graph *graph, queue *queue) {
     init_queue(queue);
     if (graph->vertices == nullptr) return 0;
-    count_in_degrees(*graph);
+    qarn::count_in_degrees(*graph);
 
     const int32_t count = graph->num_vertices;
-    Sweeps sweeps;
-    if (!sweeps.allocate(count)) return -1;
+    qarn::Sweeps sweeps;
+    if (!sweeps.make_room(count)) return -1;
     sweeps.sort(*graph);
     if (qarn::debugging(QARN_DEBUG_DECODE)) print_list(sweeps.vertices(), count);
 
@@ -189,16 +192,16 @@ int32_t visit(graph *graph, queue *queue) {
     struct queue free_vertices;
     init_queue(&free_vertices);
     init_queue(queue);
-    count_in_degrees(*graph);
+    qarn::count_in_degrees(*graph);
     for (vertex *v = graph->vertices; v != nullptr; v = v->next) {
-        if (v->in_degree == 0) enqueue_or_abort(&free_vertices, v, "%s: not enough memory.\n");
+        if (v->in_degree == 0) qarn::enqueue_or_abort(&free_vertices, v, "%s: not enough memory.\n");
     }
     int32_t processed = 0;
     while (auto *v = static_cast<vertex *>(dequeue(&free_vertices))) {
         if (v->visited != 1) enqueue(queue, v);
         v->visited = 1;
         for (const edge *e = v->edges; e != nullptr; e = e->next) {
-            if (--e->to->in_degree == 0) enqueue_or_abort(&free_vertices, e->to, "%s: not enough memory (2).\n");
+            if (--e->to->in_degree == 0) qarn::enqueue_or_abort(&free_vertices, e->to, "%s: not enough memory (2).\n");
         }
         ++processed;
     }

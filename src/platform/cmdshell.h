@@ -3,7 +3,7 @@
 #define QARN_PLATFORM_CMDSHELL_H
 
 #include <qarncli/abi.h>
-#include <qarncli/id_range.h>
+#include <qarncli/id_mask.h>
 
 QARN_BEGIN_DECLS
 

@@ -3,7 +3,7 @@
 #define QARN_PLATFORM_IFMGR_H
 
 #include <qarncli/abi.h>
-#include <qarncli/ifindex.h>
+#include <qarncli/if_index_list.h>
 
 QARN_BEGIN_DECLS
 

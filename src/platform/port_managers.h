@@ -7,6 +7,9 @@
 
 QARN_BEGIN_DECLS
 
+/* Element id of the interface block of the port channels. */
+enum { PCM_BLOCK_ELEM_ID = 20 };
+
 /* Fill the member entries of info->pc_if_index; 0 or an error code. */
 uint32_t pcm_get_pc_info(struct pc_info *info);
 /* A new string with the interface body merged with its port profile, which the caller frees; or null. */

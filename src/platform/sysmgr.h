@@ -11,7 +11,8 @@ enum { SYSMGR_DIR_ASCII_STARTUP = 2, SYSMGR_DIR_BIN_STARTUP = 8 };
 
 /* Path of a directory, or null. */
 const char *sysmgrcmi_dir_get(uint32_t handle, uint32_t id, uint32_t zero);
-/* One exchange; 0 and the response (valid until the next exchange), or an error code. */
+/* One exchange; 0 and the response (valid until the next exchange), or an error code. The unnamed arguments belong to
+ * the request service: callers pass the numbers of their exchange and two empty texts. */
 uint32_t cmi_req_resp(uint32_t opcode, uint32_t, const void *request, void **response, uint32_t *length, const char *,
                       const char *, uint32_t, uint32_t handle, uint32_t);
 uint32_t sysmgr_vdc_get(void); /* low 16 bits: the VDC number */

@@ -1,12 +1,13 @@
-// Around the configuration text: the command, time and version lines, the display conversion library that may rewrite
-// every ordinary element's text, and the listing of placeholders. ddas_qarn_cnv_handle_p is non-null only while a
-// conversion is open; the functions may stay resolved after a failed opening, lib_handle keeps its last value.
+// The command, time and version lines, the display conversion library that may rewrite every ordinary element's text,
+// and the listing of placeholders. ddas_qarn_cnv_handle_p is non-null only while a conversion is open; the functions
+// may stay resolved after a failed opening, and lib_handle keeps its last value.
 #include <qarncli/display.h>
 
 #include <qarncli/element.h>
 #include <qarncli/element_store.h>
 #include <qarncli/globals.h>
 #include <qarncli/message.h>
+#include <qarncli/ordering.h>
 #include <qarncli/request.h>
 
 #include <dlfcn.h>
@@ -19,8 +20,9 @@
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
-#include "print/queued_element.h"
+#include "print/lookup.h"
 
+namespace qarn {
 namespace {
 
 constexpr char kConversionLibrary[] = "/opux/lib/libddas.so";
@@ -28,15 +30,15 @@ constexpr uint32_t kConversionSpecification = 1; // element id of UUID 222
 constexpr char kSavedAt[] = "Startup config saved at";
 constexpr int kLineSize = 4098;
 
-// The time as text that ends its line.
+// ctime's text, newline included.
 const char *text_of(std::time_t time) {
     const char *text = std::ctime(&time);
     return text != nullptr ? text : "\n";
 }
 
-// The first line of the ASCII startup file that says when it was saved.
+// Print the first line of the ASCII startup file with the time of its saving.
 void print_saved_at(const char *path) {
-    const qarn::File file(std::fopen(path, "r"));
+    const File file(std::fopen(path, "r"));
     if (!file) {
         std::printf("Error: opening file: %s", path);
         std::fflush(stdout);
@@ -82,13 +84,14 @@ bool load_conversion_library() {
 }
 
 } // namespace
+} // namespace qarn
 
 void qarn_time_print(qarn_req *req, uint32_t cfg_source, const char *path) {
     if (cfg_source == QARN_SOURCE_RUNNING && (g_cli_generic_option & CLI_OPTION_SAVED_NOW) != 0) {
         csm_qarn_sp_print("\n!Command: show startup-config\n");
         const std::time_t now = std::time(nullptr);
-        csm_qarn_sp_print("!Time: %s", text_of(now));
-        csm_qarn_sp_print("!Startup config saved at: %s\n", text_of(now));
+        csm_qarn_sp_print("!Time: %s", qarn::text_of(now));
+        csm_qarn_sp_print("!Startup config saved at: %s\n", qarn::text_of(now));
         return;
     }
     if ((g_cli_generic_option & CLI_OPTION_CHECKPOINT) != 0) {
@@ -96,8 +99,8 @@ void qarn_time_print(qarn_req *req, uint32_t cfg_source, const char *path) {
     } else {
         csm_qarn_sp_print("\n!Command: %s\n", req->cmd_line);
     }
-    csm_qarn_sp_print("!Time: %s", text_of(std::time(nullptr)));
-    if (cfg_source == QARN_SOURCE_STARTUP) print_saved_at(path);
+    csm_qarn_sp_print("!Time: %s", qarn::text_of(std::time(nullptr)));
+    if (cfg_source == QARN_SOURCE_STARTUP) qarn::print_saved_at(path);
 }
 
 void qarn_version_print() {
@@ -106,8 +109,8 @@ void qarn_version_print() {
 
 void qarn_pre_display_op(qarn_req *req) {
     if ((req->info_flags & QARN_INFO_PLAIN) != 0) return;
-    const qarn_merge_val *specification = qarn_merge_value_get(QARN_UUID_CONVERSION, kConversionSpecification);
-    if (specification == nullptr || !load_conversion_library() || ddas_create_func_ptr == nullptr) return;
+    const qarn_merge_val *specification = qarn_merge_value_get(QARN_UUID_CONVERSION, qarn::kConversionSpecification);
+    if (specification == nullptr || !qarn::load_conversion_library() || ddas_create_func_ptr == nullptr) return;
     const uint32_t status = ddas_create_func_ptr(specification->elem->cfg_str->str, &ddas_qarn_cnv_handle_p);
     if (status != 0) {
         csm_qarn_sp_print("Error in pre display operation:%s\n", syserr2str(status));
@@ -123,7 +126,7 @@ void qarn_post_display_op() {
     }
     dlclose(lib_handle);
     ddas_qarn_cnv_handle_p = nullptr;
-    forget_conversion_functions();
+    qarn::forget_conversion_functions();
 }
 
 void print_dummy_elems(const queue *queue) {

@@ -1,22 +1,23 @@
-// What one interface element says about one interface: its text joins the interface's collected text, a command
-// message is rendered by the command shell and printed at once, ahead of the collected text. Every rendering is
-// bracketed by init_global_tlv_vars and reset_global_tlv_vars, on error paths too.
+// What one interface element has for one interface: its text joins the interface's collected text; the command shell
+// renders a command message, which is printed at once, ahead of the collected text. init_global_tlv_vars and
+// reset_global_tlv_vars surround every rendering, on error paths too.
 #include <qarncli/intf_print.h>
 
 #include <qarncli/element_store.h>
 #include <qarncli/globals.h>
-#include <qarncli/graph.h>
+#include <qarncli/ordering.h>
 
 #include <cctype>
 
 #include "base/command_message.h"
 #include "base/trace.h"
+#include "model/element_store.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
-#include "print/interface_index.h"
-#include "print/interface_text.h"
-#include "print/queued_element.h"
+#include "print/intf_print.h"
+#include "print/lookup.h"
 
+namespace qarn {
 namespace {
 
 constexpr uint32_t kXmlOutput = 1;
@@ -36,11 +37,11 @@ struct RenderingState {
 };
 
 // A render handle made from a message, with the shell's debug flags taken from it; null without memory.
-qarn::Malloced<unsigned char> make_render_handle(const unsigned char *message) {
-    auto handle = qarn::copy_message(message);
+Malloced<unsigned char> make_render_handle(const unsigned char *message) {
+    auto handle = copy_message(message);
     if (!handle) return handle;
-    qarn::set_up_render_handle(handle.get());
-    qarn::take_debug_flags(handle.get() + QARN_CMD_PREFIX_SIZE);
+    set_up_render_handle(handle.get());
+    take_debug_flags(handle.get() + QARN_CMD_PREFIX_SIZE);
     return handle;
 }
 
@@ -56,23 +57,24 @@ bool render(unsigned char *handle) {
 }
 
 void trace_text(const qarn_elem &elem, const GString &text) {
-    if (!qarn::debugging(QARN_DEBUG_PRINT)) return;
-    csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", elem.uuid, elem.elem_id);
+    if (!debugging(QARN_DEBUG_PRINT)) return;
+    const qarn_merge_key key = store_key(elem);
+    csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", key.uuid, key.elem_id);
     if (text.len > 0) csm_qarn_sp_print("%s", text.str);
     if (qarn_print_isspace_check(text.str, static_cast<int32_t>(text.len)) == 1) {
-        csm_qarn_sp_print("UUID:%d Elem:%d is an empty string\n", elem.uuid, elem.elem_id);
+        csm_qarn_sp_print("UUID:%d Elem:%d is an empty string\n", key.uuid, key.elem_id);
     }
 }
 
-// In a single feature's display nobody else prints the header: the first text found for the interface does, even an
-// empty one.
+// In a single feature's display the header is printed here, for the first text found for the interface, even an empty
+// one.
 void print_header_once() {
     if (qarn_feature != 1 || qarn_feature_send_all != 0 || g_intf_config_printed != 0) return;
     csm_qarn_sp_print("\ninterface %s\n", gif_index_buf);
     g_intf_config_printed = 1;
 }
 
-// The newline goes into the element's own text, so a later interface sees it ended.
+// The newline is added to the element's own text, so that the text is complete for the next interface too.
 void collect_text(const qarn_elem &elem, GString *text) {
     print_header_once();
     trace_text(elem, *text);
@@ -83,7 +85,7 @@ void collect_text(const qarn_elem &elem, GString *text) {
 void print_command(const unsigned char *message) {
     if (qarn_feature == 1) qarn_send_intf_info(gif_index_buf);
     const RenderingState state;
-    if (!qarn::has_valid_stamp(message)) {
+    if (!has_valid_stamp(message)) {
         csm_qarn_sp_print("ERROR: qarn_intf_prnt: bad message\n");
         return;
     }
@@ -102,19 +104,21 @@ unsigned char *reply_buffer_of(const void *reply) {
 // Complete the message in a reply buffer; null when the length between the buffer's positions does not cover the
 // header that is written here, or leaves the buffer.
 unsigned char *complete_message(unsigned char *buffer) {
-    const uint32_t length = qarn::load_u32(buffer + CMD_REP_END_AT) - qarn::load_u32(buffer + CMD_REP_START_AT);
+    const uint32_t length = load_u32(buffer + CMD_REP_END_AT) - load_u32(buffer + CMD_REP_START_AT);
     if (length < QARN_CMD_HEADER_SIZE || length > kLongestMessage) return nullptr;
     unsigned char *message = buffer + CMD_REP_MESSAGE_AT;
-    qarn::store_u32(message + QARN_CMD_TYPE_AT, kMessageType);
+    store_u32(message + QARN_CMD_TYPE_AT, kMessageType);
     for (const int offset : kZeroedWordsAt)
-        qarn::store_u32(message + offset, 0);
-    qarn::store_u32(message + QARN_CMD_STAMP_AT, QARN_CMD_STAMP);
-    qarn::store_u32(message + QARN_CMD_LENGTH_AT, length);
+        store_u32(message + offset, 0);
+    store_u32(message + QARN_CMD_STAMP_AT, QARN_CMD_STAMP);
+    store_u32(message + QARN_CMD_LENGTH_AT, length);
     return message;
 }
 
-// Whether the line was rendered; if not, a message says why, unless there was no memory.
+// True when the line was rendered; otherwise a message has been printed, unless there was no memory. The render handle
+// outlives the rendering state.
 bool render_interface_line(unsigned char *buffer, const char *name) {
+    Malloced<unsigned char> handle;
     const RenderingState state;
     void *reply = cmd_req_init(buffer, CMD_REPLY_BUFFER_SIZE);
     if (reply == nullptr) {
@@ -129,14 +133,14 @@ bool render_interface_line(unsigned char *buffer, const char *name) {
         csm_qarn_sp_print("ERROR: qarn_send_intf_info :Bad message\n");
         return false;
     }
-    const auto handle = make_render_handle(message);
+    handle = make_render_handle(message);
     if (!handle) return false;
     if (render(handle.get())) csm_qarn_sp_print("%s", g_clistr->str);
     return true;
 }
 
-// An element's value for the interface under way.
-void take_up(const qarn_elem &elem, void *value) {
+// Add an element's value for the interface under way.
+void append_value(const qarn_elem &elem, void *value) {
     if (elem.val_type == QARN_VAL_TEXT) {
         collect_text(elem, static_cast<GString *>(value));
     } else if (elem.val_type == QARN_VAL_COMMAND) {
@@ -146,16 +150,14 @@ void take_up(const qarn_elem &elem, void *value) {
 
 } // namespace
 
-namespace qarn {
-
 void collect_interface(void *if_index) {
-    InterfaceIndex *index = InterfaceIndex::current();
-    if (index == nullptr) return traverse(&intf_element_q, qarn_intf_cfg_print, if_index);
-    if (index->has_elements()) g_all_intf_config_printed = 1;
-    const InterfaceIndex::Values *values = index->find(load_u32(if_index));
+    Lookup *lookup = Lookup::for_interfaces();
+    if (lookup == nullptr) return traverse(&intf_element_q, qarn_intf_cfg_print, if_index);
+    if (lookup->has_interface_elements()) g_all_intf_config_printed = 1;
+    const InterfaceValues *values = lookup->interface_values(load_u32(if_index));
     if (values == nullptr) return;
     for (const InterfaceValue &found : *values)
-        take_up(*found.elem, found.value);
+        append_value(*found.elem, found.value);
 }
 
 } // namespace qarn
@@ -164,8 +166,9 @@ void qarn_intf_cfg_print(void *vertex, void *if_index) {
     const qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value == nullptr) return;
     const qarn_elem &elem = *value->elem;
+    const qarn_merge_key key = qarn::store_key(elem);
     if (qarn::debugging(QARN_DEBUG_LOOKUP)) {
-        qarn::trace("String for (%d,%d) was %x\n", elem.uuid, elem.elem_id, 0u);
+        qarn::trace("String for (%d,%d) was %x\n", key.uuid, key.elem_id, 0u);
     }
     g_all_intf_config_printed = 1;
     if ((elem.property & QARN_PROP_INTF) == 0) return;
@@ -174,9 +177,9 @@ void qarn_intf_cfg_print(void *vertex, void *if_index) {
     void *found = g_hash_table_lookup(elem.ifindex_table, &index);
     if (qarn::debugging(QARN_DEBUG_LOOKUP)) {
         const void *text = elem.val_type == QARN_VAL_TEXT ? found : nullptr;
-        qarn::trace("String lookup for (%d,%d) was %x\n", elem.uuid, elem.elem_id, qarn::low32(text));
+        qarn::trace("String lookup for (%d,%d) was %x\n", key.uuid, key.elem_id, qarn::low32(text));
     }
-    if (found != nullptr) take_up(elem, found);
+    if (found != nullptr) qarn::append_value(elem, found);
 }
 
 void qarn_send_intf_info(const char *name) {
@@ -189,13 +192,13 @@ void qarn_send_intf_info(const char *name) {
         csm_qarn_sp_print("qarn_send_intf_info NULL returning\n");
         return;
     }
-    if (render_interface_line(buffer.get(), name)) g_intf_config = 1;
+    if (qarn::render_interface_line(buffer.get(), name)) g_intf_config = 1;
 }
 
 int32_t qarn_print_isspace_check(const char *text, int32_t length) {
     for (int32_t i = 0; i < length; ++i) {
         if (text[i] == '\n') return 1;
-        // As a signed char: the C library's class tables cover those.
+        // As a signed char: the C library's tables cover negative values too.
         if (std::isspace(static_cast<signed char>(text[i])) == 0) return 0;
     }
     return 1;
@@ -203,7 +206,7 @@ int32_t qarn_print_isspace_check(const char *text, int32_t length) {
 
 void qarn_isspace_err_print(uint32_t uuid, uint32_t elem_id) {
     char name[256] = {};
-    if (sysmgrcmn_srv_uuid_name_get(gl_q, kNameOfService, uuid, name, sizeof name) == 0) {
+    if (sysmgrcmn_srv_uuid_name_get(gl_q, qarn::kNameOfService, uuid, name, sizeof name) == 0) {
         csm_qarn_sp_print("*** Warning ***: Service %s with UUID:%d(Elem:%d) is printing unnecessary spaces\n", name,
                           uuid, elem_id);
     } else {

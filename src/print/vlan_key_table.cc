@@ -2,35 +2,32 @@
 // aggregate text (vlan_reverse_table_p); then neighbours with the same aggregate print as one group, a range line and
 // the shared text. A checkpoint prints each VLAN alone instead.
 //
-// A VLAN id outside 0..4095 has no place in the set that a range line is made from: it forms a group of its own,
-// headed by its own line.
+// A VLAN id outside 0..4095 does not fit the set that a range line is made from: such a VLAN forms a group of its own
+// under its own line.
 #include <qarncli/vlan_key_table.h>
 
 #include <qarncli/element_store.h>
 #include <qarncli/globals.h>
 #include <qarncli/id_range.h>
+#include <qarncli/ordering.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 
+#include "base/id_mask.h"
 #include "base/owner.h"
 #include "base/trace.h"
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
-#include "print/contributions.h"
-#include "print/id_set.h"
-#include "print/key_list.h"
-#include "print/queued_element.h"
-#include "print/vlan_pass.h"
+#include "print/header_slots.h"
+#include "print/lookup.h"
+#include "print/vlan_key_table.h"
 
+namespace qarn {
 namespace {
 
-using qarn::debugging;
-using qarn::String;
-using qarn::trace;
-
-// What the elements of the VLAN service that hold VLANs differ in.
+// The two elements of the VLAN service that list VLANs, and how each prints.
 struct VlanKind {
     uint32_t elem_id;
     const char *line; // format of one VLAN's header, which is also the name of the key strings that belong to it
@@ -62,21 +59,21 @@ class VlanLine {
 };
 
 bool fits_the_set(int32_t vlan) {
-    return vlan >= 0 && vlan < qarn::kIds;
+    return vlan >= 0 && vlan < kIds;
 }
 
 void mark(int32_t vlan) {
-    if (fits_the_set(vlan)) qarn::set_id(&vlan_all_bitset, vlan);
+    if (fits_the_set(vlan)) set_id(&vlan_all_bitset, vlan);
 }
 
-// The VLAN of a slot of the key list; null when the slot's text is no key of the table.
+// The VLAN of a header slot; null when the slot's text is no key of the table.
 const qarn_key_val *find_vlan(const qarn_elem &elem, int32_t slot) {
     return static_cast<const qarn_key_val *>(g_hash_table_lookup(elem.key_table, keylist[slot]));
 }
 
 // Put a text at the head of key_str_list; null without memory.
 key_str_entry *add_entry(GString *text) {
-    key_str_entry *entry = qarn::allocate<key_str_entry>().release();
+    key_str_entry *entry = allocate<key_str_entry>().release();
     if (entry == nullptr) return nullptr;
     *entry = {text, 0, key_str_list};
     key_str_list = entry;
@@ -88,69 +85,68 @@ key_str_entry *add_entry(GString *text) {
 // elements' own texts where the index knows them.
 class Contributions {
   public:
-    explicit Contributions(const char *line) : behind_(key_str_list) {
-        if (qarn::ContributionIndex *index = qarn::ContributionIndex::current()) {
-            if (const qarn::Texts *texts = index->find(line)) lend(*texts);
+    explicit Contributions(const char *line) {
+        if (Lookup *lookup = Lookup::for_key_strings()) {
+            if (const Texts *texts = lookup->key_strings(line)) borrow(*texts);
         } else {
             const String name(g_string_new(line));
             traverse(&keystr_element_q, qarn_vlan_keystr_elem_q_cfg_print, name.get());
         }
     }
     ~Contributions() {
-        for (key_str_entry *entry = key_str_list; lent_ && entry != behind_; entry = entry->next)
-            entry->str = nullptr;
+        for (key_str_entry *entry = key_str_list; borrowed_ && entry != nullptr; entry = entry->next)
+            entry->str = nullptr; // the elements keep their texts
         delete_key_str_list();
     }
     Contributions(const Contributions &) = delete;
     Contributions &operator=(const Contributions &) = delete;
 
   private:
-    void lend(const qarn::Texts &texts) {
-        lent_ = true;
+    void borrow(const Texts &texts) {
+        borrowed_ = true;
         for (GString *text : texts)
             add_entry(text);
     }
 
-    const key_str_entry *behind_; // what stood on the list before
-    bool lent_ = false;
+    bool borrowed_ = false;
 };
 
-void join_contributions_of(const char *line) {
-    const Contributions contributions(line);
-    qarn_vlan_add_aggr_keystr();
-}
-
-// An aggregate for whose VLAN there was no memory belongs to nobody.
+// Free the aggregate if it could not be filed for want of memory.
 void discard_unless_filed() {
     if (g_hash_table_lookup(vlan_reverse_table_p, &g_vlan_id) == g_vlan_aggr_str) return;
     g_string_free(g_vlan_aggr_str, TRUE);
     g_vlan_aggr_str = nullptr;
 }
 
-// Every VLAN of the key list gets its aggregate; in a checkpoint it is printed at once.
+// Join what the elements file under a VLAN's line. A checkpoint prints line and aggregate while the contributions are
+// still on key_str_list.
+void aggregate_vlan(const char *line, bool checkpoint) {
+    g_vlan_aggr_str = g_string_new("");
+    const Contributions contributions(line);
+    qarn_vlan_add_aggr_keystr();
+    if (!checkpoint) return;
+    csm_qarn_sp_print("%s", line);
+    csm_qarn_sp_print("%s", g_vlan_aggr_str->str);
+}
+
+// Every VLAN of the header slots gets its aggregate.
 void aggregate(const qarn_elem &elem, const VlanKind &kind, bool checkpoint) {
-    qarn::clear_ids(&vlan_all_bitset);
+    clear_ids(&vlan_all_bitset);
     for (int32_t i = 0; i < totalkeys; ++i) {
         const qarn_key_val *key = find_vlan(elem, i);
         if (key == nullptr) continue;
-        g_vlan_aggr_str = g_string_new("");
         g_vlan_id = static_cast<int32_t>(key->ifindex);
         mark(g_vlan_id);
-        const VlanLine line(kind, g_vlan_id);
-        join_contributions_of(line.text());
-        if (checkpoint) {
-            csm_qarn_sp_print("%s", line.text());
-            csm_qarn_sp_print("%s", g_vlan_aggr_str->str);
-        }
+        aggregate_vlan(VlanLine(kind, g_vlan_id).text(), checkpoint);
         discard_unless_filed();
         g_traverse = 1;
     }
 }
 
-// VLANs with the same aggregate, neighbours in VLAN key order, on their way to the output.
-class Group {
+// VLANs with the same aggregate, neighbours in VLAN key order, collected until another aggregate comes.
+class VlanGroup {
   public:
-    explicit Group(const VlanKind &kind) : kind_(kind) {}
+    explicit VlanGroup(const VlanKind &kind) : kind_(kind) {}
 
     void add(int32_t vlan, const GString *aggregate) {
         if (text_ == nullptr) start(vlan, aggregate);
@@ -170,7 +166,7 @@ class Group {
 
   private:
     void start(int32_t vlan, const GString *aggregate) {
-        qarn::clear_ids(&vlan_all_bitset);
+        clear_ids(&vlan_all_bitset);
         first_ = vlan;
         text_ = aggregate;
     }
@@ -197,8 +193,8 @@ class Group {
 };
 
 void print_groups(const qarn_elem &elem, const VlanKind &kind) {
-    qarn::clear_ids(&vlan_all_bitset);
-    Group group(kind);
+    clear_ids(&vlan_all_bitset);
+    VlanGroup group(kind);
     for (int32_t i = 0; i < totalkeys; ++i) {
         const qarn_key_val *key = find_vlan(elem, i);
         if (key == nullptr) continue;
@@ -209,42 +205,40 @@ void print_groups(const qarn_elem &elem, const VlanKind &kind) {
     group.finish();
 }
 
-// File the aggregate under its VLAN. One that is there already, from another key of the same VLAN, makes room.
-void file_aggregate(qarn::Malloced<int32_t> vlan, GString *aggregate) {
+// File the aggregate under its VLAN. It replaces the aggregate of another key of the same VLAN.
+void file_aggregate(Malloced<int32_t> vlan, GString *aggregate) {
     void *old_aggregate = g_hash_table_lookup(vlan_reverse_table_p, vlan.get());
     if (old_aggregate != nullptr && old_aggregate != aggregate)
         g_string_free(static_cast<GString *>(old_aggregate), TRUE);
     if (g_hash_table_insert(vlan_reverse_table_p, vlan.get(), aggregate)) static_cast<void>(vlan.release());
 }
 
-// A contribution that waits to be joined, with its text at hand for sorting.
-struct Waiting {
+// A contribution that is not joined yet, with its text at hand for sorting.
+struct Unjoined {
     const GString *text;
     key_str_entry *entry;
 
-    bool operator<(const Waiting &other) const { return std::strcmp(text->str, other.text->str) < 0; }
+    bool operator<(const Unjoined &other) const { return std::strcmp(text->str, other.text->str) < 0; }
 };
 
 // Append the contributions that are not joined yet, smallest text first.
 void join_contributions() {
-    GArray *waiting = g_array_new(FALSE, FALSE, sizeof(Waiting));
+    GArray *unjoined = g_array_new(FALSE, FALSE, sizeof(Unjoined));
     for (key_str_entry *entry = key_str_list; entry != nullptr; entry = entry->next) {
-        const Waiting next = {entry->str, entry};
-        if (entry->used == 0) g_array_append_val(waiting, next);
+        const Unjoined next = {entry->str, entry};
+        if (entry->used == 0) g_array_append_val(unjoined, next);
     }
-    auto *begin = reinterpret_cast<Waiting *>(waiting->data);
-    auto *end = begin + waiting->len;
+    auto *begin = reinterpret_cast<Unjoined *>(unjoined->data);
+    auto *end = begin + unjoined->len;
     std::stable_sort(begin, end);
-    for (Waiting *next = begin; next != end && keycount != 0; ++next, --keycount) {
+    for (Unjoined *next = begin; next != end && keycount != 0; ++next, --keycount) {
         g_string_append_len(g_vlan_aggr_str, next->text->str, static_cast<gssize>(next->text->len));
         next->entry->used = 1;
     }
-    g_array_unref(waiting);
+    g_array_unref(unjoined);
 }
 
 } // namespace
-
-namespace qarn {
 
 void run_vlan_pass(const qarn_elem &elem) {
     qarn_sort_traverse_vlan_keys();
@@ -261,7 +255,7 @@ void run_vlan_pass(const qarn_elem &elem) {
 } // namespace qarn
 
 int32_t qarn_sort_traverse_vlan_keys() {
-    qarn::trace_key_list();
+    qarn::trace_headers();
     sort_vlan_array(keylist, totalkeys);
     return 0;
 }
@@ -283,19 +277,19 @@ void qarn_vlan_keystr_elem_q_cfg_print(void *vertex, void *line) {
     const qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value == nullptr) return;
     const auto *name = static_cast<const GString *>(line);
-    if (debugging(QARN_DEBUG_STORE)) {
-        trace("get vlankeystr for len %d key::%s\n", static_cast<int>(name->len), name->str);
+    if (qarn::debugging(QARN_DEBUG_STORE)) {
+        qarn::trace("get vlankeystr for len %d key::%s\n", static_cast<int>(name->len), name->str);
     }
     const auto *text = static_cast<const GString *>(g_hash_table_lookup(value->elem->keystr_table, name->str));
     if (text == nullptr || text->len < 1) return;
-    if (debugging(QARN_DEBUG_STORE)) {
-        trace("FOUND, Addingtokeystrlist keystr len::%d str::%s\n", static_cast<int>(text->len), text->str);
+    if (qarn::debugging(QARN_DEBUG_STORE)) {
+        qarn::trace("FOUND, Addingtokeystrlist keystr len::%d str::%s\n", static_cast<int>(text->len), text->str);
     }
     add_key_str_list(text->str);
 }
 
 key_str_entry *add_key_str_list(const char *text) {
-    key_str_entry *entry = add_entry(nullptr);
+    key_str_entry *entry = qarn::add_entry(nullptr);
     if (entry != nullptr) entry->str = g_string_new(text);
     return entry;
 }
@@ -304,12 +298,12 @@ void qarn_vlan_add_aggr_keystr() {
     auto vlan = qarn::allocate<int32_t>();
     if (!vlan) return;
     *vlan = g_vlan_id;
-    join_contributions();
-    if (debugging(QARN_DEBUG_STORE)) {
-        trace("qarn_vlan_add_aggr_keystr Adding vlan %d to reverse hash table str is %s\n", g_vlan_id,
-              g_vlan_aggr_str->str);
+    qarn::join_contributions();
+    if (qarn::debugging(QARN_DEBUG_STORE)) {
+        qarn::trace("qarn_vlan_add_aggr_keystr Adding vlan %d to reverse hash table str is %s\n", g_vlan_id,
+                    g_vlan_aggr_str->str);
     }
-    file_aggregate(std::move(vlan), g_vlan_aggr_str);
+    qarn::file_aggregate(std::move(vlan), g_vlan_aggr_str);
 }
 
 void delete_key_str_list() {
@@ -336,20 +330,20 @@ void qarn_vlan_reversetable_print(void *key, void *value, void *) {
     csm_qarn_sp_print(" reverse value len is %d\n", static_cast<int>(text->len));
 }
 
-// With the latch set nothing is compared and the answer is 0; nothing clears it then.
+// After the first match the answer is 0 without a comparison, for as long as the library is loaded.
 gboolean qarn_vlan_get_bitmask(void *key, void *value, void *wanted) {
     static bool latch = false;
     if (latch) {
-        if (debugging(QARN_DEBUG_STORE)) trace("qarn_vlan_get_bitmask found matching vlan bitmask\n");
+        if (qarn::debugging(QARN_DEBUG_STORE)) qarn::trace("qarn_vlan_get_bitmask found matching vlan bitmask\n");
         return FALSE;
     }
     const char *text = static_cast<const GString *>(key)->str;
     latch = std::strcmp(static_cast<const GString *>(wanted)->str, text) == 0;
     if (!latch) {
-        if (debugging(QARN_DEBUG_STORE)) trace("qarn_vlan_get_bitmask strcmp failed\n");
+        if (qarn::debugging(QARN_DEBUG_STORE)) qarn::trace("qarn_vlan_get_bitmask strcmp failed\n");
         return FALSE;
     }
     g_vlan_bitset = value;
-    if (debugging(QARN_DEBUG_STORE)) trace("qarn_vlan_get_bitmask found matching keystr %s\n", text);
+    if (qarn::debugging(QARN_DEBUG_STORE)) qarn::trace("qarn_vlan_get_bitmask found matching keystr %s\n", text);
     return TRUE;
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "sim/cfglib.h"
 #include "support/story.h"
 
 namespace {
@@ -16,7 +17,7 @@ constexpr auto kOfAll = qarn_invoke_all_lib_funcs, kOfFeature = qarn_invoke_lib_
 
 class Callbacks : public test::Story {
   protected:
-    Callbacks() { sim::clear_tables(); }
+    Callbacks() { sim::clear_callback_table(); }
     // One more row, whose function is there.
     void row(std::uint32_t sap, const std::string &function, std::uint32_t flags) {
         sim::add_callback_row(sap, function, "lib.so", flags);
@@ -62,7 +63,7 @@ TEST_F(Callbacks, AreSelectedByServiceSourceAndTransport) {
     };
     for (const auto &c : cases) {
         for (const auto &[function, others] : {std::pair(kOfAll, 9u), {kOfFeature, 0u}, {kOfFeature, 9u}}) {
-            sim::clear_tables();
+            sim::clear_callback_table();
             sw.services.clear();
             for (std::uint32_t i = 0; i < others; ++i) // as if fewer or more consumers than awaited answered
                 sw.service("", 99, 99);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "sim/reply.h"
 #include "support/story.h"
 
 namespace {

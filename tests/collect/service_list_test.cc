@@ -2,6 +2,7 @@
 #include <qarncli/service_list.h>
 
 #include "platform/cmdshell.h"
+#include "sim/cmdshell.h"
 #include "support/story.h"
 
 namespace {

@@ -4,6 +4,8 @@
 #include <optional>
 
 #include "platform/sysmgr.h"
+#include "sim/cmdshell.h"
+#include "sim/reply.h"
 #include "support/story.h"
 
 namespace {

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "sim/reply.h"
 #include "sim/store.h"
 #include "support/story.h"
 

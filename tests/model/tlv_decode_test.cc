@@ -8,6 +8,7 @@
 
 #include "platform/cfglib.h"
 #include "platform/cmdshell.h"
+#include "sim/cmdshell.h"
 #include "support/story.h"
 
 namespace {
@@ -139,14 +140,14 @@ TEST_F(Decoding, StopsBehindTheAnnouncedNumber) {
     };
     for (const auto &[what, said_text, announced, in_store] : cases) {
         test::start_generation(&req);
-        EXPECT_EQ(decode(said(said_text).announce(announced)), 0u) << what;
+        EXPECT_EQ(decode(announce(said(said_text), announced)), 0u) << what;
         EXPECT_EQ(stored(), in_store) << what;
     }
 }
 
 TEST_F(Decoding, PassesOverWhatHasNoElementOrTooFewWords) {
     Tlv tlv = said("after 1.1; text x; if 1 x; string k v; key 1 m k; own x; 5.0; text a");
-    tlv.words(0, {6, 6, 6, 6}).words(1, {1, 1}).raw(1, "").raw(2, "").raw(3, "abc").text("x").raw(7, "abc");
+    tlv.words(1, {1, 1}).raw(1, "").raw(2, "").raw(3, "abc").text("x").raw(7, "abc");
     tlv.text("x").text("x").text("b").words(3, {7}).raw(2, "");
     EXPECT_EQ(decode(tlv), 0u);
     for (const std::uint32_t tag : {3u, 6u, 7u})
@@ -252,14 +253,14 @@ TEST_F(BrokenReply, GivesWhatCameBeforeTheBreach) {
     const Bytes huge_command = command_message("x").replace(QARN_CMD_LENGTH_AT, 4, "\xff\xff\xff\x7f");
     const std::pair<const char *, Tlv> cases[] = {
         {"whole", kept},
-        {"fewer announced than there are", Tlv(kept).text("lost\n").announce(2)},
+        {"fewer announced than there are", announce(Tlv(kept).text("lost\n"), 2)},
         {"text without an end", Tlv(kept).raw(2, "noend...")},
-        {"value behind the reply", Tlv(kept).lie(2, 400, "x").announce_size(500)},
-        {"length that wraps around", Tlv(kept).lie(2, 0xfffffffc, "x").announce_size(~0u)},
-        {"text of half the memory", Tlv(kept).words(3, {1}).lie(2, 0x7ffffff0, "x").announce_size(~0u)},
+        {"value behind the reply", announce_size(lie(kept, 2, 400, "x"), 500)},
+        {"length that wraps around", announce_size(lie(kept, 2, 0xfffffffc, "x"), ~0u)},
+        {"text of half the memory", announce_size(lie(Tlv(kept).words(3, {1}), 2, 0x7ffffff0, "x"), ~0u)},
         {"key string name without an end", Tlv(kept).raw(6, "noend...")},
         {"key name without an end", Tlv(kept).words(7, {1}).text("map").raw(2, "noend...")},
-        {"follow-up behind the reply", Tlv(kept).words(3, {1}).announce_size(500)},
+        {"follow-up behind the reply", announce_size(Tlv(kept).words(3, {1}), 500)},
         {"command behind the reply", Tlv(kept).words(0, {500, 2, 0, 4, 1}).intf_command(1, huge_command)},
     };
     for (const auto &[what, tlv] : cases) {

@@ -45,7 +45,7 @@ class ElementPrinter : public test::Story {
     std::string print(std::uint32_t uuid, std::uint32_t elem_id) {
         qarn_cfg_req_msg request;
         std::memset(&request, 0, sizeof request);
-        request.vsan_mask.bits[0] = 0x40; // VSAN 1
+        request.vsan_mask.bits[0] = 0x40;  // VSAN 1
         qarn_cfg_req_msg *sent = &request; // clang captures no record with a flexible array
         watch([&] { qarn_element_cfg_print(vertex_of(uuid, elem_id), sent); });
         EXPECT_EQ(g_intf_config_str, nullptr) << "released after every interface";
@@ -127,7 +127,7 @@ TEST_F(ElementPrinter, AsksForMembersInTheVdcOfTheShell) {
     add_interface(0x16000001, "port-channel1", 20);
     cmd_token_id = 167;
     take_up_interfaces();
-    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "1"}, {"", "1"}, {"absent", "1"}}) {
+    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "0"}, {"", "0"}, {"absent", "1"}}) {
         setenv("SYSMGR_VDC_ID", value, 1);
         if (std::string_view(value) == "absent") unsetenv("SYSMGR_VDC_ID");
         print(223, 20);

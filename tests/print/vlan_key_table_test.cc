@@ -1,5 +1,6 @@
 // The VLAN service's key tables: each VLAN's contributions joined into one text, neighbours with the same text printed
 // as one range, every VLAN for itself in a checkpoint.
+#include "sim/cmdshell.h"
 #include "support/story.h"
 
 namespace {

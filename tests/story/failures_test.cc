@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include "sim/cmdshell.h"
 #include "sim/store.h"
 #include "support/globals.h"
 #include "support/story.h"

@@ -8,6 +8,8 @@
 #include <random>
 #include <set>
 
+#include "sim/cmdshell.h"
+#include "sim/reply.h"
 #include "support/globals.h"
 #include "support/story.h"
 

@@ -6,7 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "sim/switch.h"
+#include "sim/cfglib.h"
+#include "sim/cmdshell.h"
 
 namespace test {
 namespace {
@@ -63,7 +64,8 @@ void reset_globals() {
     startup_resp_data = nullptr;
 
     sim::set_shell_options({});
-    sim::clear_tables();
+    sim::clear_show_tables();
+    sim::clear_callback_table();
 }
 
 } // namespace test

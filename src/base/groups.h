@@ -1,12 +1,12 @@
-// Values grouped by a key, as the indexes of the printers keep them.
+// Values grouped by a key.
 #pragma once
 
 #include <glib.h>
 
 namespace qarn {
 
-// Values come in any order, each with its key, and keep their order within their key's group. Keys are compared by
-// GLib's functions and belong to the caller. The nodes of the groups lie in blocks, because there may be millions.
+// Values are added in any order, each with its key, and keep that order within the key's group. GLib's functions
+// compare the keys, which belong to the caller. The nodes are allocated in blocks, because there may be millions.
 template <typename T>
 class Groups {
     struct Node {

@@ -1,7 +1,7 @@
-// Setting and clearing ids in a mask.
+// Setting ids in a mask and clearing it.
 #pragma once
 
-#include <qarncli/id_range.h>
+#include <qarncli/id_mask.h>
 
 #include <cstring>
 

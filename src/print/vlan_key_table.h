@@ -5,7 +5,7 @@ struct qarn_elem;
 
 namespace qarn {
 
-// Print the VLANs of an element of the VLAN service; the key list holds its keys, if there are any.
+// Print the VLANs of an element of the VLAN service. The header slots hold its keys, if there are any.
 void run_vlan_pass(const qarn_elem &elem);
 
 } // namespace qarn

@@ -1,4 +1,4 @@
-// A complete reply, as the reply table hands it to the driver.
+// A complete reply, as the reply table hands it over.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@ namespace qarn {
 
 struct JoinedReply {
     Malloced<unsigned char> bytes; // a qarn_cfg_reply; null when the SAP has none, or it was broken
-    uint32_t size = 0;             // the bytes that the service announced
+    uint32_t size = 0;             // bytes that the service announced; zeros follow them
     bool is_whole = false;         // all of them came
 };
 

@@ -1,7 +1,7 @@
-// The key list: an array of separately allocated slots, as foreign code may walk it. A slot has 500 bytes and grows
-// when a longer header is copied in, so that the header still equals its own key map; without memory to grow it keeps
-// the first 499 bytes.
-#include "print/key_list.h"
+// The slots are allocated one by one, because other code may walk keylist. A slot has 500 bytes and grows when a longer
+// header is copied in, so that the header still equals its own key map; without memory to grow, the slot keeps the
+// first 499 bytes.
+#include "print/header_slots.h"
 
 #include <qarncli/globals.h>
 
@@ -37,16 +37,16 @@ bool allocate_slots(uint32_t capacity) {
 
 } // namespace
 
-KeyList::KeyList(uint32_t capacity) : capacity_(capacity), ok_(allocate_slots(capacity)) {
+HeaderSlots::HeaderSlots(uint32_t capacity) : capacity_(capacity), ok_(allocate_slots(capacity)) {
     totalkeys = 0;
 }
 
-KeyList::~KeyList() {
+HeaderSlots::~HeaderSlots() {
     if (ok_) free_slots(capacity_);
     totalkeys = 0;
 }
 
-void add_to_key_list(const char *text) {
+void add_header(const char *text) {
     char *&slot = keylist[totalkeys++];
     std::size_t length = std::strlen(text);
     if (length >= kSlotSize) {
@@ -61,7 +61,7 @@ void add_to_key_list(const char *text) {
     slot[length] = '\0';
 }
 
-void trace_key_list() {
+void trace_headers() {
     if (!debugging(QARN_DEBUG_STORE)) return;
     for (int32_t i = 0; i < totalkeys; ++i)
         trace(" %d - %s", i, keylist[i]);

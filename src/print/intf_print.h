@@ -3,7 +3,7 @@
 
 namespace qarn {
 
-// Take up what every interface element has for the interface, in queue order. `if_index` points to a u32 of any
+// Collect what every interface element has for the interface, in queue order. `if_index` points to a u32 of any
 // alignment.
 void collect_interface(void *if_index);
 

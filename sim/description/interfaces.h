@@ -1,0 +1,38 @@
+// The interfaces and port profiles of a switch description.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+
+#include "sim/description/document.h"
+#include "sim/switch.h"
+
+namespace sim {
+
+// A text without indentation as the lines below a header: each indented by two blanks and with its newline.
+std::string as_block(std::string_view lines);
+
+void read_port_profiles(const Document &document, const YAML::Node &node, Switch &sw);
+
+// Reads the interfaces, and then finds them for the elements that refer to them.
+class Interfaces {
+  public:
+    Interfaces(const Document &document, Switch &sw) : document_(document), sw_(sw) {}
+
+    void read(const YAML::Node &node);
+    // The index of the interface with the name, which the node holds.
+    uint32_t index_of(const YAML::Node &node, const std::string &name) const;
+
+  private:
+    void read_entry(const YAML::Node &node);
+    void read_members(const YAML::Node &node);
+    void add(const Mapping &entry, const Interface &interface);
+
+    const Document &document_;
+    Switch &sw_;
+    std::unordered_map<std::string, uint32_t> indexes_;   // by name in lower case
+    std::unordered_map<uint32_t, std::size_t> positions_; // in Switch::interfaces, by index
+};
+
+} // namespace sim

@@ -1,0 +1,15 @@
+// The parts of a switch description that fill the platform's tables: in-process services and features. Both refer to
+// services, which are read before.
+#pragma once
+
+#include "sim/description/document.h"
+#include "sim/switch.h"
+
+namespace sim {
+
+// Rows of the callback table.
+void read_in_process(const Document &document, const YAML::Node &node, Switch &sw);
+// Rows of the shell's SAP table and feature table.
+void read_features(const Document &document, const YAML::Node &node, Switch &sw);
+
+} // namespace sim

@@ -1,0 +1,45 @@
+// The message transport of a switch: its handles, and the messages that wait for them.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <vector>
+
+#include <qarncli/message.h>
+
+#include "sim/script.h"
+#include "sim/tlv.h"
+
+struct mts_msg;
+
+namespace sim {
+
+struct Message {
+    uint32_t opcode;
+    Bytes payload;
+};
+
+struct Transport : TransportRecord {
+    std::chrono::nanoseconds unit = std::chrono::seconds(1); // of the receive time-out
+    std::size_t fragment_size = 4096;                        // bytes of reply per fragment
+
+    // Open a handle with a SAP of its own.
+    uint32_t open(uint32_t sap);
+    // Queue a message for a handle. It is received before everything the services still have to send.
+    void deliver(uint32_t handle, uint32_t opcode, Bytes payload);
+
+    struct Endpoint {
+        uint32_t sap;
+        std::deque<Message> queue;                // messages in order
+        std::vector<std::deque<Message>> streams; // one per replying service, received in turn
+        std::size_t turn = 0;
+    };
+    std::map<uint32_t, Endpoint> endpoints; // by handle
+};
+
+// The request in a received message, for in-process services; null when it is no whole request.
+const qarn_cfg_req_msg *request_in(const mts_msg *msg);
+
+} // namespace sim

@@ -1,0 +1,24 @@
+// The answer of a service to a request for its configuration, and the fragments that carry it.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+
+#include "sim/mts.h"
+#include "sim/service.h"
+
+namespace sim {
+
+// One message of a reply: a qarn_cfg_frag header followed by the data.
+Bytes fragment(uint32_t sap, bool last, uint32_t total_len, const Bytes &data);
+
+// Cut a reply into messages of at most `size` bytes of data each, or one message with size 0. Their total_len is the
+// reply's size unless given.
+std::deque<Message> fragments(uint32_t sap, const Bytes &reply, std::size_t size,
+                              std::optional<uint32_t> total_len = {});
+
+// The whole answer of a service, with its failure status: from its script, from the store or from its elements.
+std::deque<Message> answer(const Service &service, const qarn_cfg_req_msg &request);
+
+} // namespace sim

@@ -1,0 +1,20 @@
+// The decoder as the driver calls it: with the extent of the reply.
+#pragma once
+
+#include <cstdint>
+
+#include <glib.h>
+
+namespace qarn {
+
+struct Decoding {
+    uint32_t status;  // as of qarn_parse_tlv
+    bool is_complete; // exactly the announced TLVs were read, and each belongs to an element or to none by right
+};
+
+// Decode the TLV array at `array` into the element store `table`. Stops, with status 0, at the first value or text that
+// does not end before `end`. The caller guarantees zeros after `end`; one empty TLV may be read from them. A null `end`
+// trusts the array.
+Decoding decode_reply(const unsigned char *array, const unsigned char *end, GHashTable *table);
+
+} // namespace qarn

@@ -1,0 +1,35 @@
+// The headers of the keyed pass under way (globals keylist and totalkeys): one slot per entry of the table that the
+// pass collects from.
+#pragma once
+
+#include <cstdint>
+
+namespace qarn {
+
+// The slots of one pass: allocated here, filled by the collecting callbacks, released with this on every way out of the
+// pass.
+class HeaderSlots {
+  public:
+    // Room for `capacity` headers. Without memory for all of them there are no slots at all, and ok() is false.
+    explicit HeaderSlots(uint32_t capacity);
+    ~HeaderSlots();
+    HeaderSlots(const HeaderSlots &) = delete;
+    HeaderSlots &operator=(const HeaderSlots &) = delete;
+
+    bool ok() const { return ok_; }
+
+  private:
+    uint32_t capacity_;
+    bool ok_;
+};
+
+// Copy a header into the next free slot.
+void add_header(const char *text);
+
+// Trace every slot in use, under QARN_DEBUG_STORE.
+void trace_headers();
+
+// Sort slots by a qsort comparator over char pointers.
+void sort_slots(char **slots, int32_t count, int (*compare)(const void *, const void *));
+
+} // namespace qarn

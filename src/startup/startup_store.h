@@ -1,0 +1,24 @@
+// The startup store of one command: checked, locked, and released again.
+#pragma once
+
+#include <qarncli/request.h>
+
+#include <optional>
+
+#include "base/owner.h"
+
+namespace qarn {
+
+struct StartupStore {
+    char ascii_path[256] = {}; // of the ASCII startup file; empty in running displays
+    Malloced<char> uri;        // base URI, when the lock's response named one
+};
+
+// Check that the display can go on, lock the store and derive its base URI. Returns the status to end with when it
+// cannot go on; what went wrong, or the ASCII file in place of the configuration, has then been printed.
+std::optional<uint32_t> open_startup_store(qarn_req &req, StartupStore &store);
+
+// Release the startup store if it is held.
+void release_startup_store(uint32_t handle);
+
+} // namespace qarn
