@@ -2,6 +2,7 @@
 // service with some elements of its own and a text for every interface.
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <exception>
 
 namespace {
 
@@ -32,20 +33,29 @@ void write_service(const Shape &shape, int service) {
     }
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
-    Shape shape;
-    CLI::App app("Describes a switch of a given size.", "describe_switch");
-    app.add_option("--interfaces", shape.interfaces, "front ports")->check(CLI::Range(1, 20000));
-    app.add_option("--services", shape.services, "services besides the interface service")->check(CLI::Range(1, 1000));
-    app.add_option("--elements", shape.elements, "elements of each service")->check(CLI::Range(1, 900));
-    app.add_option("--lines", shape.lines, "lines per service and interface")->check(CLI::Range(1, 100));
-    CLI11_PARSE(app, argc, argv);
-
+void write_description(const Shape &shape) {
     std::printf("name: generated\nversion: \"1.0\"\n");
     write_interfaces(shape);
     for (int service = 1; service <= shape.services; ++service)
         write_service(shape, service);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    try {
+        Shape shape;
+        CLI::App app("Describes a switch of a given size.", "describe_switch");
+        app.add_option("--interfaces", shape.interfaces, "front ports")->check(CLI::Range(1, 20000));
+        app.add_option("--services", shape.services, "services besides the interface service")
+            ->check(CLI::Range(1, 1000));
+        app.add_option("--elements", shape.elements, "elements of each service")->check(CLI::Range(1, 900));
+        app.add_option("--lines", shape.lines, "lines per service and interface")->check(CLI::Range(1, 100));
+        CLI11_PARSE(app, argc, argv);
+        write_description(shape);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "describe_switch: %s\n", error.what());
+        return 1;
+    }
     return 0;
 }

@@ -1,13 +1,13 @@
 // How the cost of a command grows: every dimension of a switch alone, and those that multiply, doubled up to the
-// largest switch. A row shows the CPU time per doubling against the text per doubling; "limit" is what the same
-// doubling costs a program that only does what the tables demand. Runs of all sizes alternate; medians.
+// largest switch. A row shows how CPU time and text grow with a doubling; "floor" is how the CPU time of the floor
+// program (floor.h) grows with the same one. Runs of all sizes alternate; the report shows medians.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "bench/limit.h"
+#include "bench/floor.h"
 #include "bench/measure.h"
 
 namespace {
@@ -15,55 +15,55 @@ namespace {
 using bench::Chain;
 using bench::Shape;
 
-// What a row owes for twice of what it doubles.
-enum class Owed { kText, kReading };
+// What a doubling adds to a command: text to print, or only something to read.
+enum class Adds { kText, kReading };
 
 struct Row {
     const char *name;
-    Owed owed;
+    Adds adds;
     Shape (*shape)(int size); // at a size of 1, 2 and 4; 4 is the largest switch
-    bool has_limit = true;    // false where a program without an index would multiply tables
+    bool has_floor = true;    // false where a program without an index would multiply tables
 };
 
 const Row kRows[] = {
-    {"interfaces", Owed::kText,
+    {"interfaces", Adds::kText,
      [](int n) { return Shape{.interfaces = 5000 * n, .services = 20, .interface_elements = 1}; }},
-    {"elements", Owed::kText, [](int n) { return Shape{.services = 60, .elements = 271 * n}; }},
-    {"contributions", Owed::kText,
+    {"elements", Adds::kText, [](int n) { return Shape{.services = 60, .elements = 271 * n}; }},
+    {"contributions", Adds::kText,
      [](int n) { return Shape{.interfaces = 20000, .services = 10, .interface_elements = n}; }},
-    {"VLANs", Owed::kText, [](int n) { return Shape{.services = 60, .vlans = n < 4 ? 1024 * n : 4094}; }},
-    {"keys", Owed::kText, [](int n) { return Shape{.services = 40, .keys = 2500 * n}; }},
-    {"key strings", Owed::kText, [](int n) { return Shape{.services = 10, .keys = 5000, .key_elements = 2 * n}; }},
-    {"services", Owed::kText,
+    {"VLANs", Adds::kText, [](int n) { return Shape{.services = 60, .vlans = n < 4 ? 1024 * n : 4094}; }},
+    {"keys", Adds::kText, [](int n) { return Shape{.services = 40, .keys = 2500 * n}; }},
+    {"key strings", Adds::kText, [](int n) { return Shape{.services = 10, .keys = 5000, .key_elements = 2 * n}; }},
+    {"services", Adds::kText,
      [](int n) {
          return Shape{.interfaces = 5000, .services = 15 * n, .interface_elements = 1, .elements = 200, .keys = 500};
      }},
-    {"dependency edges", Owed::kReading, [](int n) { return Shape{.services = 60, .elements = 500, .edges = 8 * n}; }},
-    {"fragments per reply", Owed::kReading,
+    {"dependency edges", Adds::kReading, [](int n) { return Shape{.services = 60, .elements = 500, .edges = 8 * n}; }},
+    {"fragments per reply", Adds::kReading,
      [](int n) {
          return Shape{.interfaces = 20000,
                       .services = 10,
                       .interface_elements = 1,
                       .fragment_size = static_cast<std::size_t>(2048 / n)};
      }},
-    {"TLVs per reply", Owed::kText, [](int n) { return Shape{.services = 60, .elements = 100, .texts = 50 * n}; }},
-    {"chain, ascending", Owed::kText,
+    {"TLVs per reply", Adds::kText, [](int n) { return Shape{.services = 60, .elements = 100, .texts = 50 * n}; }},
+    {"chain, ascending", Adds::kText,
      [](int n) { return Shape{.services = 60, .elements = 271 * n, .chain = Chain::kAscending}; }},
-    {"chain, descending", Owed::kText,
+    {"chain, descending", Adds::kText,
      [](int n) { return Shape{.services = 60, .elements = 271 * n, .chain = Chain::kDescending}; }},
-    {"keys x key strings", Owed::kText,
+    {"keys x key strings", Adds::kText,
      [](int n) { return Shape{.services = 10, .keys = 1250 * n, .key_elements = 2 * n}; }},
-    {"keys of one map", Owed::kText, [](int n) { return Shape{.services = 1, .keys = 1000 * n, .one_map = true}; },
+    {"keys of one map", Adds::kText, [](int n) { return Shape{.services = 1, .keys = 1000 * n, .one_map = true}; },
      false},
-    {"VLANs x elements", Owed::kText,
+    {"VLANs x elements", Adds::kText,
      [](int n) { return Shape{.services = 10, .vlans = n < 4 ? 1024 * n : 4094, .vlan_elements = 2 * n}; }},
-    {"services of one VLAN", Owed::kText,
+    {"services of one VLAN", Adds::kText,
      [](int n) { return Shape{.services = 60 * n, .vlans = 1, .vlan_elements = 250}; }},
-    {"interfaces x sparse elements", Owed::kText,
+    {"interfaces x sparse elements", Adds::kText,
      [](int n) { return Shape{.interfaces = 5000 * n, .services = 10, .interface_elements = 500 * n, .spread = 20}; },
      false},
-    {"feature keys", Owed::kText, [](int n) { return Shape{.services = 0, .feature_keys = 25000 * n}; }, false},
-    {"everything", Owed::kText,
+    {"feature keys", Adds::kText, [](int n) { return Shape{.services = 0, .feature_keys = 25000 * n}; }, false},
+    {"everything", Adds::kText,
      [](int n) {
          return Shape{.interfaces = 5000 * n,
                       .services = 60,
@@ -74,9 +74,9 @@ const Row kRows[] = {
                       .vlans = n < 4 ? 1024 * n : 4094,
                       .keys = 25 * n};
      }},
-    {"unprinted key strings", Owed::kReading,
+    {"unprinted key strings", Adds::kReading,
      [](int n) { return Shape{.services = 60, .keys = 100, .unused_names = 2500 * n}; }},
-    {"interface elements without text", Owed::kReading,
+    {"interface elements without text", Adds::kReading,
      [](int n) {
          return Shape{.interfaces = 5000,
                       .services = 60,
@@ -92,25 +92,25 @@ double ratio(double of, double to) {
 }
 
 // Text and CPU of a size against the size below.
-void print_doubling(const char *name, Owed owed, const bench::Cost &smaller, const bench::Cost &larger) {
+void print_doubling(const char *name, Adds adds, const bench::Cost &smaller, const bench::Cost &larger) {
     const double text = ratio(larger.text, smaller.text);
     const double cpu = ratio(larger.cpu, smaller.cpu);
     std::printf("| %s | %.1f | x%.2f | x%.2f | %.2f |", name, larger.cpu * 1e3, text, cpu,
-                owed == Owed::kText ? cpu / text : cpu / 2);
+                adds == Adds::kText ? cpu / text : cpu / 2);
 }
 
 void report(const Row &row, int runs) {
     std::vector<bench::Job> jobs;
     for (const int size : {1, 2, 4})
         jobs.push_back(bench::job(row.shape(size)));
-    if (row.has_limit) {
+    if (row.has_floor) {
         for (const int size : {1, 2, 4})
-            jobs.push_back(bench::job(row.shape(size), bench::run_limit));
+            jobs.push_back(bench::job(row.shape(size), bench::run_floor));
     }
     const auto costs = bench::run_interleaved(jobs, runs);
     for (std::size_t i = 1; i < 3; ++i) {
-        print_doubling(row.name, row.owed, bench::median_of(costs[i - 1]), bench::median_of(costs[i]));
-        if (row.has_limit) {
+        print_doubling(row.name, row.adds, bench::median_of(costs[i - 1]), bench::median_of(costs[i]));
+        if (row.has_floor) {
             std::printf(" x%.2f |", ratio(bench::median_of(costs[i + 3]).cpu, bench::median_of(costs[i + 2]).cpu));
         } else {
             std::printf(" - |");
@@ -128,25 +128,28 @@ void report_chains(int runs) {
     std::printf("\nchain of 64,980: ascending %.1f ms, descending %.1f ms, x%.2f\n", up * 1e3, down * 1e3, down / up);
 }
 
+void report_rows(const std::string &only, int runs) {
+    std::printf("| doubled | CPU ms | text | CPU | CPU per byte | floor | noise |\n|---|---|---|---|---|---|---|\n");
+    int reported = 0;
+    for (const Row &row : kRows) {
+        if (!only.empty() && only != row.name) continue;
+        report(row, runs);
+        ++reported;
+    }
+    if (reported == 0) throw std::runtime_error("no row \"" + only + '"');
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
-    int runs = 5;
-    std::string only;
-    CLI::App app("How the CPU time of commands grows.", "growth");
-    app.add_option("--runs", runs)->check(CLI::Range(1, 1000));
-    app.add_option("--only", only, "one row");
-    CLI11_PARSE(app, argc, argv);
     try {
-        std::printf(
-            "| doubled | CPU ms | text | CPU | CPU per owed | limit | noise |\n|---|---|---|---|---|---|---|\n");
-        int reported = 0;
-        for (const Row &row : kRows) {
-            if (!only.empty() && only != row.name) continue;
-            report(row, runs);
-            ++reported;
-        }
-        if (reported == 0) throw std::runtime_error("no row \"" + only + '"');
+        int runs = 5;
+        std::string only;
+        CLI::App app("How the CPU time of commands grows.", "growth");
+        app.add_option("--runs", runs)->check(CLI::Range(1, 1000));
+        app.add_option("--only", only, "one row");
+        CLI11_PARSE(app, argc, argv);
+        report_rows(only, runs);
         if (only.empty()) report_chains(runs);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "growth: %s\n", error.what());

@@ -62,7 +62,7 @@ Cost measure(std::FILE *out, Write write) {
 Cost run(const Shape &shape, Program program, std::FILE *out) {
     sim::Switch sw;
     sw.output = out;
-    const std::uint32_t handle = set_up(sw, shape);
+    const uint32_t handle = set_up(sw, shape);
     sim::make_current(&sw);
     return measure(out, [&] { program(shape, handle, out); });
 }
@@ -81,7 +81,7 @@ Cost write_lines(const std::string &text) {
     });
 }
 
-// Run in a process of its own.
+// Runs in a process of its own.
 Cost run_apart(const Job &work) {
     int ends[2];
     if (pipe(ends) != 0) throw std::runtime_error("no pipe");
@@ -107,7 +107,7 @@ Cost run_apart(const Job &work) {
 
 } // namespace
 
-void run_library(const Shape &shape, std::uint32_t handle, std::FILE *) {
+void run_library(const Shape &shape, uint32_t handle, std::FILE *) {
     qarn_req req = {};
     req.valid = 1;
     req.mts_handle = handle;
@@ -154,6 +154,7 @@ double median(std::vector<double> values) {
 Cost median_of(const std::vector<Cost> &costs) {
     const auto middle = [&](double Cost::*field) {
         std::vector<double> values;
+        values.reserve(costs.size());
         for (const Cost &cost : costs)
             values.push_back(cost.*field);
         return median(values);

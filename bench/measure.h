@@ -19,10 +19,10 @@ struct Cost {
 };
 
 // Writes the configuration of the current switch, from the messages that wait for the handle to the last byte in `out`.
-using Program = void (*)(const Shape &shape, std::uint32_t handle, std::FILE *out);
+using Program = void (*)(const Shape &shape, uint32_t handle, std::FILE *out);
 
 // The library: "show running-config", or the feature's configuration when the shape has one.
-void run_library(const Shape &shape, std::uint32_t handle, std::FILE *out);
+void run_library(const Shape &shape, uint32_t handle, std::FILE *out);
 
 // One run, in a process of its own. The text goes to a file on a memory file system.
 using Job = std::function<Cost()>;

@@ -7,17 +7,15 @@
 #include "bench/measure.h"
 
 int main(int argc, char **argv) {
-    std::string size = "M";
-    CLI::App app("Runs one command on a generated switch.", "run_switch");
-    app.add_option("size", size, "S, M or L")->check(CLI::IsMember({"S", "M", "L"}));
-    CLI11_PARSE(app, argc, argv);
-    const bench::Shape shape = size == "S"   ? bench::small_switch()
-                               : size == "M" ? bench::medium_switch()
-                                             : bench::large_switch();
     try {
+        std::string size = "M";
+        CLI::App app("Runs one command on a generated switch.", "run_switch");
+        app.add_option("size", size, "S, M or L")->check(CLI::IsMember({"S", "M", "L"}));
+        CLI11_PARSE(app, argc, argv);
+        const bench::Shape shape = bench::switch_of(size);
         sim::Switch sw;
         sw.output = stdout;
-        const std::uint32_t handle = bench::set_up(sw, shape);
+        const uint32_t handle = bench::set_up(sw, shape);
         sim::make_current(&sw);
         bench::run_library(shape, handle, stdout);
     } catch (const std::exception &error) {

@@ -15,9 +15,11 @@
 
 namespace {
 
-// Run a program with its output going to `output`; its user and system time in milliseconds, children included.
+// Runs a program with its output going to `output`. Returns its user and system time in milliseconds, children
+// included.
 double cpu_of(const std::vector<std::string> &words, const std::string &output) {
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string &word : words)
         arguments.push_back(const_cast<char *>(word.c_str()));
     arguments.push_back(nullptr);
@@ -41,6 +43,7 @@ double cpu_of(const std::vector<std::string> &words, const std::string &output) 
 
 void report(const char *what, const std::vector<std::string> &words, int runs) {
     std::vector<double> times;
+    times.reserve(static_cast<std::size_t>(runs));
     for (int i = 0; i < runs; ++i)
         times.push_back(cpu_of(words, "/dev/null"));
     std::sort(times.begin(), times.end());
@@ -48,33 +51,46 @@ void report(const char *what, const std::vector<std::string> &words, int runs) {
                 times.front(), times.back(), runs);
 }
 
+class TemporaryFile {
+  public:
+    TemporaryFile() {
+        const int file = mkstemp(path_.data());
+        if (file < 0) throw std::runtime_error("no temporary file");
+        close(file);
+    }
+    ~TemporaryFile() { unlink(path_.c_str()); }
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+
+    const std::string &path() const { return path_; }
+
+  private:
+    std::string path_ = "/tmp/switch-XXXXXX";
+};
+
 } // namespace
 
 int main(int argc, char **argv) {
-    std::string folder = "build/release";
-    int runs = 9, interfaces = 2000, services = 20;
-    CLI::App app("CPU time of the shell's show running-config.", "shell_cpu");
-    app.add_option("--build", folder, "build folder with the shell");
-    app.add_option("--runs", runs, "runs of each command")->check(CLI::Range(1, 1000));
-    app.add_option("--interfaces", interfaces, "of the generated switch");
-    app.add_option("--services", services, "of the generated switch");
-    CLI11_PARSE(app, argc, argv);
-
-    char description[] = "/tmp/switch-XXXXXX";
-    close(mkstemp(description));
     try {
+        std::string folder = "build/release", interfaces = "2000", services = "20";
+        int runs = 9;
+        CLI::App app("CPU time of the shell's show running-config.", "shell_cpu");
+        app.add_option("--build", folder, "build folder with the shell");
+        app.add_option("--runs", runs, "runs of each command")->check(CLI::Range(1, 1000));
+        app.add_option("--interfaces", interfaces, "of the generated switch");
+        app.add_option("--services", services, "of the generated switch");
+        CLI11_PARSE(app, argc, argv);
+
         const std::string shell = folder + "/shell/vsh";
-        cpu_of({folder + "/bench/describe_switch", "--interfaces", std::to_string(interfaces), "--services",
-                std::to_string(services)},
-               description);
+        const TemporaryFile description;
+        cpu_of({folder + "/bench/describe_switch", "--interfaces", interfaces, "--services", services},
+               description.path());
         report("built-in switch", {shell, "-c", "show running-config"}, runs);
-        report((std::to_string(interfaces) + " interfaces, " + std::to_string(services) + " services").c_str(),
-               {shell, "-s", description, "-c", "show running-config"}, runs);
+        report((interfaces + " interfaces, " + services + " services").c_str(),
+               {shell, "-s", description.path(), "-c", "show running-config"}, runs);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "shell_cpu: %s\n", error.what());
-        unlink(description);
         return 1;
     }
-    unlink(description);
     return 0;
 }

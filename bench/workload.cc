@@ -10,15 +10,15 @@
 namespace bench {
 namespace {
 
-constexpr std::uint32_t kFirstSap = 1000;
-constexpr std::uint32_t kFirstInterface = 0x1a000000;
-constexpr std::uint32_t kInterfaceLevel = 12, kKeyLevel = 3, kLevels = 11;
+constexpr uint32_t kFirstSap = 1000;
+constexpr uint32_t kFirstInterface = 0x1a000000;
+constexpr uint32_t kInterfaceLevel = 12, kKeyLevel = 3, kLevels = 11;
 
 // Element ids of a service, by purpose.
-constexpr std::uint32_t kPlainIds = 1, kInterfaceIds = 40000, kEmptyIds = 50000, kKeyIds = 60000;
+constexpr uint32_t kPlainIds = 1, kInterfaceIds = 40000, kEmptyIds = 50000, kKeyIds = 60000;
 
 struct Reply {
-    std::uint32_t sap;
+    uint32_t sap;
     sim::Bytes bytes;
 };
 
@@ -37,7 +37,7 @@ class Builder {
     }
 
   private:
-    void reply(std::uint32_t sap, std::uint32_t uuid, const sim::Tlv &tlv) {
+    void reply(uint32_t sap, uint32_t uuid, const sim::Tlv &tlv) {
         sw_.service("service-" + std::to_string(sap), sap, uuid).silent();
         replies_.push_back({sap, tlv.reply()});
     }
@@ -48,7 +48,7 @@ class Builder {
 
     void add_interfaces() {
         for (int i = 0; i < shape_.interfaces; ++i) {
-            const auto index = kFirstInterface + static_cast<std::uint32_t>(i);
+            const auto index = kFirstInterface + static_cast<uint32_t>(i);
             sim::Interface &port = sw_.interfaces.emplace_back();
             port.index = index;
             port.name = "Ethernet1/" + std::to_string(i + 1);
@@ -67,7 +67,7 @@ class Builder {
         sim::Tlv tlv;
         tlv.element({.uuid = QARN_UUID_VLAN, .elem_id = 2, .level = kKeyLevel});
         for (int vlan = 1; vlan <= shape_.vlans; ++vlan)
-            tlv.key(static_cast<std::uint32_t>(vlan), "", vlan_line(vlan));
+            tlv.key(static_cast<uint32_t>(vlan), "", vlan_line(vlan));
         reply(101, QARN_UUID_VLAN, tlv);
     }
 
@@ -88,7 +88,7 @@ class Builder {
     }
 
     void add_service(int service) {
-        uuid_ = kFirstSap + static_cast<std::uint32_t>(service);
+        uuid_ = kFirstSap + static_cast<uint32_t>(service);
         name_ = "service-" + std::to_string(service);
         sim::Tlv tlv;
         add_elements(tlv);
@@ -103,11 +103,11 @@ class Builder {
 
     void add_elements(sim::Tlv &tlv) {
         for (int e = 0; e < shape_.elements; ++e) {
-            const std::uint32_t id = kPlainIds + static_cast<std::uint32_t>(e);
-            const std::uint32_t level = shape_.chain != Chain::kNone ? 1 : id % kLevels;
+            const uint32_t id = kPlainIds + static_cast<uint32_t>(e);
+            const uint32_t level = shape_.chain != Chain::kNone ? 1 : id % kLevels;
             tlv.element({.uuid = uuid_, .elem_id = id, .level = level});
             for (int edge = 1; edge <= std::min(shape_.edges, e); ++edge)
-                tlv.after(uuid_, kPlainIds + std::uniform_int_distribution<std::uint32_t>(0, id - 2)(random_));
+                tlv.after(uuid_, kPlainIds + std::uniform_int_distribution<uint32_t>(0, id - 2)(random_));
             add_chain(tlv, id);
             for (int text = 0; text < shape_.texts; ++text)
                 tlv.text(line(name_ + " setting " + std::to_string(id) + "." + std::to_string(text)));
@@ -115,9 +115,9 @@ class Builder {
     }
 
     // The chain runs through all services.
-    void add_chain(sim::Tlv &tlv, std::uint32_t id) const {
-        const auto last = static_cast<std::uint32_t>(shape_.elements);
-        const auto last_uuid = kFirstSap + static_cast<std::uint32_t>(shape_.services) - 1;
+    void add_chain(sim::Tlv &tlv, uint32_t id) const {
+        const auto last = static_cast<uint32_t>(shape_.elements);
+        const auto last_uuid = kFirstSap + static_cast<uint32_t>(shape_.services) - 1;
         if (shape_.chain == Chain::kAscending) {
             if (id > kPlainIds) tlv.after(uuid_, id - 1);
             if (id == kPlainIds && uuid_ > kFirstSap) tlv.after(uuid_ - 1, last);
@@ -147,7 +147,7 @@ class Builder {
             open(tlv, kInterfaceIds, e, QARN_PROP_INTF);
             for (int i = 0; i < spread; ++i) {
                 const int port = (shape_.spread == 0 ? i : (e * spread + i) % shape_.interfaces) + 1;
-                tlv.intf_text(kFirstInterface + static_cast<std::uint32_t>(port) - 1, interface_text(e, port, lines));
+                tlv.intf_text(kFirstInterface + static_cast<uint32_t>(port) - 1, interface_text(e, port, lines));
             }
         }
     }
@@ -181,8 +181,8 @@ class Builder {
             tlv.key_string("unused " + std::to_string(n), line("never printed"));
     }
 
-    void open(sim::Tlv &tlv, std::uint32_t first_id, int element, std::uint32_t property) const {
-        const std::uint32_t id = first_id + static_cast<std::uint32_t>(element);
+    void open(sim::Tlv &tlv, uint32_t first_id, int element, uint32_t property) const {
+        const uint32_t id = first_id + static_cast<uint32_t>(element);
         tlv.element({.uuid = uuid_, .elem_id = id, .level = id % kLevels, .property = property});
     }
 
@@ -190,13 +190,14 @@ class Builder {
     const Shape &shape_;
     std::vector<Reply> replies_;
     std::mt19937 random_{1};
-    std::uint32_t uuid_ = 0; // of the service under way, and its SAP
+    uint32_t uuid_ = 0; // of the service under way, and its SAP
     std::string name_;
 };
 
-// One fragment of each reply in turn.
-void queue_replies(sim::Switch &sw, std::uint32_t handle, const std::vector<Reply> &replies, std::size_t size) {
+// Queues one fragment of each reply in turn.
+void queue_replies(sim::Switch &sw, uint32_t handle, const std::vector<Reply> &replies, std::size_t size) {
     std::vector<std::deque<sim::Message>> streams;
+    streams.reserve(replies.size());
     for (const Reply &reply : replies)
         streams.push_back(sim::fragments(reply.sap, reply.bytes, size));
     for (bool more = true; more;) {
@@ -209,8 +210,6 @@ void queue_replies(sim::Switch &sw, std::uint32_t handle, const std::vector<Repl
         }
     }
 }
-
-} // namespace
 
 Shape small_switch() {
     return {
@@ -239,9 +238,16 @@ Shape large_switch() {
             .keys = 100};
 }
 
-std::uint32_t set_up(sim::Switch &sw, const Shape &shape) {
+} // namespace
+
+Shape switch_of(std::string_view size) {
+    if (size == "S") return small_switch();
+    return size == "M" ? medium_switch() : large_switch();
+}
+
+uint32_t set_up(sim::Switch &sw, const Shape &shape) {
     sw.version = "1.0";
-    const std::uint32_t handle = sw.transport.open(1);
+    const uint32_t handle = sw.transport.open(1);
     queue_replies(sw, handle, Builder(sw, shape).replies(), shape.fragment_size);
     return handle;
 }

@@ -1,9 +1,10 @@
-// Switches by numbers, for the benchmarks. Every service's reply is prepared and cut into fragments beforehand, so that
-// a run measures the library and the transport's queue only. The same numbers always make the same switch.
+// Generated switches, for the benchmarks. Every service's reply is built and cut into fragments beforehand, so that a
+// run measures the library and the transport's queue only. The same shape always makes the same switch.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "sim/switch.h"
 
@@ -33,7 +34,7 @@ struct Shape {
     int keys = 0;          // headers of key tables
     int key_elements = 1;  // per service: elements with a text for every key
     bool one_map = false;  // all keys share one header
-    int unused_names = 0;  // per service: key strings that no one prints
+    int unused_names = 0;  // per service: key strings that nothing prints
 
     int feature_keys = 0; // key strings of a service whose configuration alone is asked for
 
@@ -41,15 +42,13 @@ struct Shape {
     std::size_t fragment_size = 4096;
 };
 
-// Sizes of whole switches.
-Shape small_switch();
-Shape medium_switch();
-Shape large_switch();
+// The whole switch of a size: "S", "M" or "L".
+Shape switch_of(std::string_view size);
 
-// Fill a switch and queue the replies of its services, fragments in turn, for a new handle; returns the handle.
-std::uint32_t set_up(sim::Switch &sw, const Shape &shape);
+// Fills a switch and queues the replies of its services, fragments in turn, for a new handle; returns the handle.
+uint32_t set_up(sim::Switch &sw, const Shape &shape);
 
 // SAP of the service with the feature's key strings.
-constexpr std::uint32_t kFeatureSap = 900;
+constexpr uint32_t kFeatureSap = 900;
 
 } // namespace bench

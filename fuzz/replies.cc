@@ -2,23 +2,22 @@
 // any interleaving; then a whole command runs on them, through the reply table, the decoder, every ordering pass and
 // every printer.
 //
-// The length of a fragment's data is kept right, because the transport knows it. So is the TLV array's own size, which
-// the platform's reader trusts, but where fragments come out of order and other bytes take its place.
+// The length of a fragment's data stays right, because the transport knows it. The TLV array's own size stays within
+// the reply, because the platform's reader trusts it; only fragments out of order put other bytes in its place.
 #include <qarncli/qarncli.h>
 
 #include <algorithm>
 #include <cstring>
+#include <deque>
 #include <vector>
 
 #include "fuzz/input.h"
 #include "sim/cmdshell.h"
 #include "sim/reply.h"
-#include "sim/switch.h"
-#include "support/globals.h"
 
 namespace {
 
-constexpr std::uint32_t kFirstSap = 20;
+constexpr uint32_t kFirstSap = 20;
 constexpr std::size_t kMostServices = 6;
 constexpr std::size_t kSizeWordAt = 8; // of a reply: status, number of TLVs, size of the array
 
@@ -26,18 +25,18 @@ struct Answer {
     std::deque<sim::Message> fragments;
 };
 
-void keep_size_right(sim::Bytes &reply, std::uint32_t total_len) {
+void keep_size_right(sim::Bytes &reply, uint32_t total_len) {
     if (reply.size() < kSizeWordAt + 4) return;
-    std::uint32_t size = 0;
+    uint32_t size = 0;
     std::memcpy(&size, reply.data() + kSizeWordAt, sizeof size);
-    const std::uint32_t room = std::max(total_len, 4u) - 4;
-    size = std::min({size, room, static_cast<std::uint32_t>(reply.size() - 4)});
+    const uint32_t room = std::max(total_len, 4u) - 4;
+    size = std::min({size, room, static_cast<uint32_t>(reply.size() - 4)});
     std::memcpy(reply.data() + kSizeWordAt, &size, sizeof size);
 }
 
-// How long the service says its reply is.
-std::uint32_t announced(std::uint8_t lie, std::size_t size) {
-    const auto length = static_cast<std::uint32_t>(size);
+// The length that the service announces for its reply.
+uint32_t announced(uint8_t lie, std::size_t size) {
+    const auto length = static_cast<uint32_t>(size);
     switch (lie % 8) {
         case 1:
             return length + 1u + lie;
@@ -50,12 +49,12 @@ std::uint32_t announced(std::uint8_t lie, std::size_t size) {
     }
 }
 
-Answer read_answer(fuzz::Input &input, std::uint32_t sap) {
+Answer read_answer(fuzz::Input &input, uint32_t sap) {
     const std::size_t fragment_size = 1 + input.byte() * 4u;
-    const std::uint8_t lie = input.byte(), last = input.byte();
+    const uint8_t lie = input.byte(), last = input.byte();
     sim::Bytes reply(last % 16 == 1 ? "\1\0\0\0" : "\0\0\0\0", 4);
     reply += input.bytes(input.word16());
-    const std::uint32_t total_len = announced(lie, reply.size());
+    const uint32_t total_len = announced(lie, reply.size());
     keep_size_right(reply, total_len);
     Answer answer{sim::fragments(sap, reply, fragment_size, total_len)};
     if (last % 16 == 2) answer.fragments.pop_back();                // never ends
@@ -64,7 +63,7 @@ Answer read_answer(fuzz::Input &input, std::uint32_t sap) {
     return answer;
 }
 
-void deliver(sim::Switch &sw, std::uint32_t handle, std::vector<Answer> answers, std::uint32_t order) {
+void deliver(sim::Switch &sw, uint32_t handle, std::vector<Answer> answers, uint32_t order) {
     while (!answers.empty()) {
         const std::size_t at = order % answers.size();
         order = order * 1664525u + 1013904223u;
@@ -77,51 +76,46 @@ void deliver(sim::Switch &sw, std::uint32_t handle, std::vector<Answer> answers,
     }
 }
 
-void add_interfaces(sim::Switch &sw) {
-    for (std::uint32_t index = 1; index <= 4; ++index) {
-        sim::Interface &interface = sw.interfaces.emplace_back();
-        interface.index = index;
-        interface.name = "e" + std::to_string(index);
-        interface.block = index < 3 ? 1 : 20;
-    }
+void add_interfaces(fuzz::CurrentSwitch &sw) {
+    for (uint32_t index = 1; index <= 4; ++index)
+        sw.add_interface(index, "e" + std::to_string(index), index < 3 ? 1 : 20);
     sw.interfaces.back().members = {1, 2};
     sw.interfaces.front().port_profile = "p";
     sw.port_profiles["p"] = "  inherited\n";
     sw.switch_profile = {0, "head\n", "  body\n"};
 }
 
+// The view, the shell's options and the request's fields.
+qarn_req read_request(fuzz::Input &input, fuzz::CurrentSwitch &sw) {
+    const uint8_t display = input.byte(), options = input.byte(), traces = input.byte();
+    cfg_display = display % 18;
+    sim::set_shell_options({.filter_mode = (options & 1) != 0 ? 0x48u : 0,
+                            .generic_option = (options & 8) != 0 ? uint32_t{QARN_OPTION_CHECKPOINT} : 0});
+    if ((options & 16) != 0) cmd_token_id = QARN_TOKEN_MEMBERSHIP;
+    qarn_req req = sw.accepted_request();
+    if ((options & 32) != 0) req.dbg_mask = traces & ~uint32_t{QARN_DEBUG_NO_TIMEOUT}; // no command without an end
+    if ((options & 64) != 0) req.sap = kFirstSap;
+    fuzz::select_every_vsan(req);
+    return req;
+}
+
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     fuzz::Input input(data, size);
-    test::reset_globals();
-    sim::Switch sw;
+    fuzz::CurrentSwitch sw;
     sw.version = "1";
-    sw.transport.unit = std::chrono::nanoseconds(0);
     add_interfaces(sw);
-    sim::make_current(&sw);
-
-    const std::uint8_t display = input.byte(), options = input.byte(), traces = input.byte();
-    const std::uint32_t order = input.word();
-    cfg_display = display % 18;
-    sim::set_shell_options({.filter_mode = options & 1 ? 0x48u : 0,
-                            .generic_option = options & 8u ? uint32_t{QARN_OPTION_CHECKPOINT} : 0u});
-    if ((options & 16) != 0) cmd_token_id = QARN_TOKEN_MEMBERSHIP;
-    qarn_req req = {};
-    req.valid = 1;
-    req.mts_handle = sw.transport.open(4000);
-    if ((options & 32) != 0) req.dbg_mask = traces & ~uint32_t{QARN_DEBUG_NO_TIMEOUT}; // which waits for ever
-    if ((options & 64) != 0) req.sap = kFirstSap;
-    std::memset(req.vsan_mask.bits, 0xff, sizeof req.vsan_mask.bits);
+    qarn_req req = read_request(input, sw);
+    const uint32_t order = input.word();
 
     std::vector<Answer> answers;
     while (!input.empty() && answers.size() < kMostServices) {
-        const auto sap = kFirstSap + static_cast<std::uint32_t>(answers.size());
+        const auto sap = kFirstSap + static_cast<uint32_t>(answers.size());
         sw.service("service", sap, sap).silent();
         answers.push_back(read_answer(input, sap));
     }
     deliver(sw, req.mts_handle, std::move(answers), order);
     qarn_generate(&req, QARN_SOURCE_RUNNING);
-    sim::make_current(nullptr);
     return 0;
 }

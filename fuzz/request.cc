@@ -1,6 +1,6 @@
-// What a shell may ask: bytes choose an entry point and become the request's tokens, with the kind of value that the
-// entry point reads, range lists with any bounds among them; then the command runs on a small switch. At the end the
-// remaining bytes are a set of ids, printed as ranges.
+// What a shell may ask: bytes choose an entry point and become the request's tokens, each with the kind of value that
+// the entry point reads, such as range lists with any bounds. Then the command runs on a small switch. The remaining
+// bytes are a set of ids, which is printed as ranges.
 #include <qarncli/qarncli.h>
 
 #include <cstdlib>
@@ -12,15 +12,13 @@
 
 #include "fuzz/input.h"
 #include "sim/cmdshell.h"
-#include "sim/switch.h"
-#include "support/globals.h"
 
 namespace {
 
 enum class Value { kNone, kSap, kRanges, kText };
 
 struct Command {
-    std::uint32_t (*entry_point)(qarn_req *);
+    uint32_t (*entry_point)(qarn_req *);
     Value value;
 };
 constexpr Command kCommands[] = {
@@ -34,12 +32,12 @@ constexpr Command kCommands[] = {
     {qarn_cli_run_cfg_gen_exclude, Value::kSap},  {qarn_cli_start_cfg_gen_exclude, Value::kSap},
     {qarn_cli_run_cfg_gen_sap, Value::kSap},      {qarn_cli_start_cfg_gen_sap, Value::kSap},
 };
-constexpr std::uint32_t kTokenIds[] = {0,
-                                       QARN_TOKEN_MEMBERSHIP,
-                                       QARN_TOKEN_SYNC_BODY,
-                                       QARN_TOKEN_EXTRA_RUNNING,
-                                       QARN_TOKEN_EXTRA_STARTUP,
-                                       QARN_TOKEN_SYNC_PLAIN};
+constexpr uint32_t kTokenIds[] = {0,
+                                  QARN_TOKEN_MEMBERSHIP,
+                                  QARN_TOKEN_SYNC_BODY,
+                                  QARN_TOKEN_EXTRA_RUNNING,
+                                  QARN_TOKEN_EXTRA_STARTUP,
+                                  QARN_TOKEN_SYNC_PLAIN};
 
 // The request's tokens, and what they point to.
 class Tokens {
@@ -47,7 +45,7 @@ class Tokens {
     void read(fuzz::Input &input, Value value, qarn_req &req) {
         req.num_tokens = input.byte(); // also more than a request has room for
         for (std::size_t i = 0; i < std::size(req.tokens); ++i) {
-            const std::uint8_t kind = input.byte();
+            const uint8_t kind = input.byte();
             if (kind == 0) continue;
             tokens_.push_back({kTokenIds[kind % std::size(kTokenIds)],
                                kind & 64u ? QARN_TOKEN_TYPE_INTERFACE : 0,
@@ -72,16 +70,16 @@ class Tokens {
     }
 
     void *read_ranges(fuzz::Input &input) {
-        std::vector<std::uint32_t> &words = words_.emplace_back();
-        const std::uint32_t count = input.byte() % 8u;
+        std::vector<uint32_t> &words = words_.emplace_back();
+        const uint32_t count = input.byte() % 8u;
         words = {0, count};
-        for (std::uint32_t i = 0; i < 2 * count; ++i)
+        for (uint32_t i = 0; i < 2 * count; ++i)
             words.push_back(input.byte() % 4 != 0 ? input.word16() : input.word());
         return words.data();
     }
 
     std::deque<qarn_req_token> tokens_;
-    std::deque<std::vector<std::uint32_t>> words_;
+    std::deque<std::vector<uint32_t>> words_;
     std::deque<std::string> texts_;
 };
 
@@ -99,8 +97,8 @@ const std::string &startup_folder() {
     return *folder;
 }
 
-void add_service(sim::Switch &sw, std::uint32_t uuid, std::uint32_t elem_id) {
-    constexpr std::uint32_t kViews =
+void add_service(sim::Switch &sw, uint32_t uuid, uint32_t elem_id) {
+    constexpr uint32_t kViews =
         QARN_PROP_VLAN | QARN_PROP_VSAN | QARN_PROP_BFD | QARN_PROP_L2MP | QARN_PROP_FEX | QARN_PROP_INTF;
     sim::Element &element = sw.service("service", uuid, uuid).element(elem_id, 3, kViews);
     element.text = "text\n";
@@ -110,32 +108,19 @@ void add_service(sim::Switch &sw, std::uint32_t uuid, std::uint32_t elem_id) {
     element.key_strings = {{"vlan 1\n", "  a\n"}, {"vlan 3\n", "  a\n"}};
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    fuzz::Input input(data, size);
-    test::reset_globals();
-    sim::Switch sw;
+void set_up(fuzz::CurrentSwitch &sw) {
     sw.version = "1";
-    sw.transport.unit = std::chrono::nanoseconds(0);
-    for (const std::uint32_t index : {1u, 2u, 3u}) {
-        sim::Interface &interface = sw.interfaces.emplace_back();
-        interface.index = index;
-        interface.name = "e";
-        interface.block = index;
-    }
+    for (const uint32_t index : {1u, 2u, 3u})
+        sw.add_interface(index, "e", index);
     add_service(sw, QARN_UUID_INTERFACE, 1);
     add_service(sw, QARN_UUID_VLAN, 2);
     sw.ascii_startup_dir = startup_folder();
     sw.bin_startup_dir = startup_folder() + "/bin";
-    sim::make_current(&sw);
+}
 
-    const Command &command = kCommands[input.byte() % std::size(kCommands)];
-    qarn_req req = {};
-    req.valid = input.byte() != 0xff;
-    req.mts_handle = sw.transport.open(4000);
-    req.cmd_code = input.byte();
-    const std::uint8_t selection = input.byte();
+// The services that the request asks: by default those of its command.
+void select_services(fuzz::Input &input, qarn_req &req) {
+    const uint8_t selection = input.byte();
     if (selection % 8 == 1) req.sap = input.word();
     if (selection % 8 == 2) req.sap = QARN_SAP_ALL_CONSUMERS;
     if (selection % 8 == 3) {
@@ -144,15 +129,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         sim::set_sap_row(req.index, {QARN_UUID_VLAN, QARN_UUID_INTERFACE}, 0);
         sim::set_feature_row(req.index, {{QARN_UUID_VLAN, 0}});
     }
+}
+
+void print_mask(const std::string &bits) {
+    qarn_id_mask mask = {};
+    mask.len = sizeof mask.bits;
+    std::memcpy(mask.bits, bits.data(), bits.size());
+    qarn_vlan_mask_print(&mask);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
+    fuzz::Input input(data, size);
+    fuzz::CurrentSwitch sw;
+    set_up(sw);
+    const Command &command = kCommands[input.byte() % std::size(kCommands)];
+    qarn_req req = sw.accepted_request();
+    req.valid = input.byte() != 0xff ? 1 : 0;
+    req.cmd_code = input.byte();
+    select_services(input, req);
     Tokens tokens;
     tokens.read(input, command.value, req);
     command.entry_point(&req);
-
-    qarn_id_mask mask = {};
-    mask.len = sizeof mask.bits;
-    const std::string bits = input.bytes(sizeof mask.bits);
-    std::memcpy(mask.bits, bits.data(), bits.size());
-    qarn_vlan_mask_print(&mask);
-    sim::make_current(nullptr);
+    print_mask(input.bytes(sizeof qarn_id_mask::bits));
     return 0;
 }

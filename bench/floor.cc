@@ -1,13 +1,14 @@
-// The least that a program on the element records must do.
-#include "bench/limit.h"
+// The least that a program on the element records must do. Everything is allocated and kept as the records demand.
+#include "bench/floor.h"
 
+#include <qarncli/tlv_decode.h>
+
+#include <cassert>
 #include <cstring>
 #include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <qarncli/tlv_decode.h>
 
 #include "platform/cfglib.h"
 #include "platform/ifmgr.h"
@@ -17,14 +18,14 @@
 namespace bench {
 namespace {
 
-std::uint32_t word(const void *value) {
-    std::uint32_t word = 0;
+uint32_t word(const void *value) {
+    uint32_t word = 0;
     std::memcpy(&word, value, sizeof word);
     return word;
 }
 
 struct Tlv {
-    std::uint32_t tag = 0, length = 0;
+    uint32_t tag = 0, length = 0;
     void *value = nullptr;
 
     const char *text() const { return static_cast<const char *>(value); }
@@ -37,75 +38,99 @@ struct Elements {
     std::vector<qarn_elem *> plain, with_interfaces, with_keys, with_key_strings, with_vlan_strings;
 };
 
-void decode(const void *array, Elements &elements) {
-    std::uint32_t cursor = 0;
-    qarn_elem *elem = nullptr;
-    Tlv tlv;
-    const auto next = [&](Tlv &to) {
-        return tlv32_aligned_array_get_next_tlv(array, &to.tag, &to.length, &to.value, 0, &cursor) == 0;
-    };
-    while (next(tlv)) {
-        Tlv operand, name;
-        switch (tlv.tag) {
-            case QARN_TLV_TAG_ELEM_INFO: {
-                elem = qarn_elem_info_create(0, 0, 0, 0);
-                qarn_element_info_tlv_parse(tlv.value, elem);
-                auto *key = static_cast<qarn_merge_key *>(std::malloc(sizeof(qarn_merge_key)));
-                *key = {static_cast<std::uint16_t>(elem->uuid), static_cast<std::uint16_t>(elem->elem_id)};
-                auto *entry = static_cast<qarn_merge_val *>(std::malloc(sizeof(qarn_merge_val)));
-                *entry = {elem, nullptr};
-                g_hash_table_insert(elements.store, key, entry);
-                if ((elem->property & QARN_PROP_INTF) != 0) {
-                    elements.with_interfaces.push_back(elem);
-                } else {
-                    elements.plain.push_back(elem);
-                }
-                break;
+template <typename Record>
+Record *allocated(const Record &record) {
+    return new (std::malloc(sizeof(Record))) Record(record);
+}
+
+// Reads the TLVs of one reply. The element that its first TLV opens takes up those after it, and so on.
+class Decoder {
+  public:
+    Decoder(const void *array, Elements &elements) : array_(array), elements_(elements) {}
+
+    void run() {
+        while (next(tlv_)) {
+            if (tlv_.tag == QARN_TLV_TAG_ELEM_INFO) {
+                open_element();
+            } else {
+                add_to_element();
             }
+        }
+    }
+
+  private:
+    bool next(Tlv &to) {
+        return tlv32_aligned_array_get_next_tlv(array_, &to.tag, &to.length, &to.value, 0, &cursor_) == 0;
+    }
+
+    Tlv operand() {
+        Tlv operand;
+        next(operand);
+        return operand;
+    }
+
+    void open_element() {
+        elem_ = qarn_elem_info_create(0, 0, 0, 0);
+        qarn_element_info_tlv_parse(tlv_.value, elem_);
+        const qarn_merge_key key = {static_cast<uint16_t>(elem_->uuid), static_cast<uint16_t>(elem_->elem_id)};
+        g_hash_table_insert(elements_.store, allocated(key), allocated(qarn_merge_val{elem_, nullptr}));
+        const bool of_interfaces = (elem_->property & QARN_PROP_INTF) != 0;
+        (of_interfaces ? elements_.with_interfaces : elements_.plain).push_back(elem_);
+    }
+
+    void add_to_element() {
+        assert(elem_ != nullptr);
+        switch (tlv_.tag) {
             case QARN_TLV_TAG_DEPENDENCY:
-                elem->dep_list = qarn_elem_dependency_create(0, 0, 0, elem->dep_list);
-                qarn_elem_dependency_info_tlv_parse(tlv.value, elem->dep_list);
+                elem_->dep_list = qarn_elem_dependency_create(0, 0, 0, elem_->dep_list);
+                qarn_elem_dependency_info_tlv_parse(tlv_.value, elem_->dep_list);
                 break;
             case QARN_TLV_TAG_STR:
-                g_string_append_len(elem->cfg_str, tlv.text(), static_cast<gssize>(tlv.length) - 1);
+                g_string_append_len(elem_->cfg_str, tlv_.text(), static_cast<gssize>(tlv_.length) - 1);
                 break;
-            case QARN_TLV_TAG_IFINDEX_STR: {
-                next(operand);
-                auto *key = static_cast<std::uint32_t *>(std::malloc(sizeof(std::uint32_t)));
-                *key = word(tlv.value);
-                g_hash_table_insert(elem->ifindex_table, key, operand.string());
+            case QARN_TLV_TAG_IFINDEX_STR:
+                g_hash_table_insert(elem_->ifindex_table, allocated(word(tlv_.value)), operand().string());
                 break;
-            }
             case QARN_TLV_TAG_KEY_STR:
-                next(operand);
-                if (g_hash_table_size(elem->keystr_table) == 0) {
-                    const bool of_vlans = std::strncmp(tlv.text(), "vlan ", 5) == 0;
-                    (of_vlans ? elements.with_vlan_strings : elements.with_key_strings).push_back(elem);
-                }
-                g_hash_table_insert(elem->keystr_table, g_strndup(tlv.text(), tlv.length - 1), operand.string());
+                add_key_string();
                 break;
-            case QARN_TLV_TAG_KEY: {
-                next(operand);
-                next(name);
-                if (g_hash_table_size(elem->key_table) == 0) elements.with_keys.push_back(elem);
-                auto *key = static_cast<qarn_key_val *>(std::malloc(sizeof(qarn_key_val)));
-                *key = {word(tlv.value), operand.string()};
-                g_hash_table_insert(elem->key_table, g_strndup(name.text(), name.length - 1), key);
+            case QARN_TLV_TAG_KEY:
+                add_key();
                 break;
-            }
             default:
                 break;
         }
     }
-}
 
-// Join the fragments of each service, and decode the whole.
-void receive(std::uint32_t handle, Elements &elements) {
+    void add_key_string() {
+        if (g_hash_table_size(elem_->keystr_table) == 0) {
+            const bool of_vlans = std::strncmp(tlv_.text(), "vlan ", 5) == 0;
+            (of_vlans ? elements_.with_vlan_strings : elements_.with_key_strings).push_back(elem_);
+        }
+        g_hash_table_insert(elem_->keystr_table, g_strndup(tlv_.text(), tlv_.length - 1), operand().string());
+    }
+
+    void add_key() {
+        const Tlv header = operand(), name = operand();
+        if (g_hash_table_size(elem_->key_table) == 0) elements_.with_keys.push_back(elem_);
+        g_hash_table_insert(elem_->key_table, g_strndup(name.text(), name.length - 1),
+                            allocated(qarn_key_val{word(tlv_.value), header.string()}));
+    }
+
+    const void *array_;
+    Elements &elements_;
+    uint32_t cursor_ = 0;
+    Tlv tlv_;
+    qarn_elem *elem_ = nullptr;
+};
+
+// Joins the fragments of each service, and decodes the whole.
+void receive(uint32_t handle, Elements &elements) {
     struct Joined {
         unsigned char *bytes = nullptr;
         std::size_t filled = 0;
     };
-    std::map<std::uint32_t, Joined> replies;
+    std::map<uint32_t, Joined> replies;
     std::size_t missing = sim::current().services.size();
     qarn_recv_opts options = {};
     options.word[MTS_OPT_OPCODE] = QARN_OPC_REPLY;
@@ -118,7 +143,7 @@ void receive(std::uint32_t handle, Elements &elements) {
         std::memcpy(reply.bytes + reply.filled, frag->data, frag->len);
         reply.filled += frag->len;
         if (frag->last != 0) {
-            decode(reply.bytes + sizeof(std::uint32_t), elements);
+            Decoder(reply.bytes + sizeof(uint32_t), elements).run();
             std::free(reply.bytes);
             --missing;
         }
@@ -130,7 +155,7 @@ void write_block(const GString *block, std::FILE *out) {
     std::fwrite(block->str, 1, block->len, out);
 }
 
-// Append what stands under `key` in every table.
+// Appends the text that each table has for `key`.
 void append_found(GString *block, const std::vector<qarn_elem *> &elements, GHashTable *qarn_elem::*table,
                   const void *key) {
     for (const qarn_elem *elem : elements) {
@@ -144,7 +169,7 @@ void write_interfaces(const Elements &elements, std::FILE *out) {
     qarn_req req = {};
     if_manager_ifindex_list_get(&req, &list, 1);
     for (; list != nullptr; list = list->next) {
-        for (std::int32_t i = 0; i < list->count; ++i) {
+        for (int32_t i = 0; i < list->count; ++i) {
             char name[80];
             snprintf_if_index(name, sizeof name, list->ifindexes[i]);
             GString *block = g_string_sized_new(256);
@@ -156,9 +181,9 @@ void write_interfaces(const Elements &elements, std::FILE *out) {
     }
 }
 
-// VLANs one after the other with the same text are one block, under the first one's header.
+// Successive VLANs with the same text are one block, under the header of the first.
 void write_vlans(const qarn_elem &owner, const Elements &elements, std::FILE *out) {
-    std::map<std::uint32_t, const char *> vlans;
+    std::map<uint32_t, const char *> vlans;
     GHashTableIter iter;
     void *name = nullptr, *key = nullptr;
     g_hash_table_iter_init(&iter, owner.key_table);
@@ -192,7 +217,7 @@ void write_keys(const qarn_elem &owner, const Elements &elements, std::FILE *out
 
 } // namespace
 
-void run_limit(const Shape &, std::uint32_t handle, std::FILE *out) {
+void run_floor(const Shape &, uint32_t handle, std::FILE *out) {
     Elements elements;
     receive(handle, elements);
     for (const qarn_elem *elem : elements.plain)
