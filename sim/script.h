@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include <qarncli/callbacks.h>
+#include <qarncli/callback_table.h>
 #include <qarncli/request.h>
 
 #include "sim/tlv.h"

@@ -12,9 +12,9 @@ struct feature_key_entry; /* key_table.h */
 struct if_index_list;     /* if_index_list.h */
 struct ifindex_sublist;   /* if_index_list.h */
 struct key_str_entry;     /* vlan_key_table.h */
-struct ppm_merge_input;   /* profile.h */
+struct ppm_merge_input;   /* managers.h */
 struct qarn_id_mask;      /* id_mask.h */
-struct queue;             /* ordering.h */
+struct queue;             /* queue.h */
 
 /* entry */
 extern QARN_EXPORT uint32_t debug;                /* the request's debug mask; every generation */

@@ -1,27 +1,12 @@
-/* From a graph to a queue in print order, and the queue itself. */
+/* From a graph to a queue in print order, and the operations of queues. */
 #ifndef QARNCLI_ORDERING_H
 #define QARNCLI_ORDERING_H
 
 #include <qarncli/abi.h>
 #include <qarncli/graph.h>
+#include <qarncli/queue.h>
 
 QARN_BEGIN_DECLS
-
-struct queue_node {
-    void *data; /* in ordering queues a struct vertex */
-    struct queue_node *next;
-};
-QARN_AT32(struct queue_node, next, 4);
-QARN_SIZE32(struct queue_node, 8);
-
-/* First in, first out; nodes are allocated with malloc. */
-struct queue {
-    struct queue_node *head, *tail;
-    int32_t count;
-};
-QARN_AT32(struct queue, tail, 4);
-QARN_AT32(struct queue, count, 8);
-QARN_SIZE32(struct queue, 12);
 
 QARN_EXPORT void init_queue(struct queue *queue);
 QARN_EXPORT int32_t enqueue(struct queue *queue, void *data); /* the new count, or -1 without memory */

@@ -24,6 +24,7 @@
 #define QARNCLI_QARNCLI_H
 
 #include <qarncli/abi.h>
+#include <qarncli/callback_table.h>
 #include <qarncli/callbacks.h>
 #include <qarncli/display.h>
 #include <qarncli/element.h>
@@ -41,9 +42,11 @@
 #include <qarncli/interruption.h>
 #include <qarncli/intf_print.h>
 #include <qarncli/key_table.h>
+#include <qarncli/managers.h>
 #include <qarncli/message.h>
 #include <qarncli/ordering.h>
 #include <qarncli/profile.h>
+#include <qarncli/queue.h>
 #include <qarncli/reply_table.h>
 #include <qarncli/request.h>
 #include <qarncli/service_list.h>

@@ -2,8 +2,8 @@
 #include <qarncli/globals.h>
 #include <qarncli/id_mask.h>
 #include <qarncli/if_index_list.h>
-#include <qarncli/ordering.h>
-#include <qarncli/profile.h>
+#include <qarncli/managers.h>
+#include <qarncli/queue.h>
 
 // entry
 uint32_t debug = 0;

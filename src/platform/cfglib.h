@@ -3,7 +3,7 @@
 #define QARN_PLATFORM_CFGLIB_H
 
 #include <qarncli/abi.h>
-#include <qarncli/callbacks.h>
+#include <qarncli/callback_table.h>
 #include <qarncli/element.h>
 
 QARN_BEGIN_DECLS

@@ -3,7 +3,7 @@
 #define QARN_PLATFORM_CSM_H
 
 #include <qarncli/abi.h>
-#include <qarncli/profile.h>
+#include <qarncli/managers.h>
 
 QARN_BEGIN_DECLS
 

@@ -3,7 +3,7 @@
 #define QARN_PLATFORM_PORT_MANAGERS_H
 
 #include <qarncli/abi.h>
-#include <qarncli/profile.h>
+#include <qarncli/managers.h>
 
 QARN_BEGIN_DECLS
 
