@@ -20,17 +20,6 @@ class Output : public test::Story {
     }
 };
 
-TEST_F(Output, AnnouncesItsLevelsUnderTheDebugBit) {
-    element(1, 2, "two\n");
-    req.dbg_mask = 0x02;
-    generate();
-    const std::string level2 = "Configuration for Level:2\nSorted list:\n(1,1) \nElement Queue:\n(1,1) \n";
-    EXPECT_NE(traces.find("Configuration for Level:1\n" + level2 + "Configuration for Level:3\n"), std::string::npos)
-        << traces;
-    EXPECT_EQ(traces.find("Configuration for Level:13"), std::string::npos);
-    EXPECT_NE(text.find("\nversion 4.2(7)\nDummy Elements:\n\ntwo\n"), std::string::npos) << text;
-}
-
 TEST_F(Output, PrintsTheSwitchProfileBehindTheLevels) {
     element(1, 12, "last\n");
     sw.switch_profile = {0, "head\n", "  body\n"};
@@ -107,28 +96,6 @@ TEST_F(Output, TellsTheFinalCallbackWhichIdsWereShown) {
     EXPECT_EQ(generate(), 0x8000u) << "VSAN 9 may not be shown";
     cfg_display = QARN_DISPLAY_VLAN;
     EXPECT_EQ(generate(), 0xc000u);
-}
-
-TEST_F(Output, FollowsTablesThatThePlatformChangesMeanwhile) {
-    sw.services.front().replies(test::Tlv()
-                                    .element({.uuid = 11, .elem_id = 1, .level = 3})
-                                    .key_string("header\n", " once\n")
-                                    .element({.uuid = 11, .elem_id = 2, .level = 4})
-                                    .text("never\n")
-                                    .element({.uuid = 11, .elem_id = 4, .level = 4})
-                                    .key_string("other\n", " x\n")
-                                    .element({.uuid = QARN_UUID_INTERFACE, .elem_id = 9, .level = 5})
-                                    .element({.uuid = 11, .elem_id = 3, .level = 6})
-                                    .key_string("header\n", " twice\n"));
-    const auto change = [&](const std::string &call) {
-        const qarn_merge_key removed = {11, 2};
-        if (call.starts_with("srg_sw_ver_get(")) g_hash_table_remove(merge_elem_table_p, &removed);
-        if (call.starts_with("if_manager_ifindex_list_find_by_elem(")) key_list = nullptr;
-    };
-    sw.on_call = change;
-    req.sap = 20;
-    EXPECT_EQ(generate(), 0u);
-    EXPECT_EQ(body(), "header\n once\n twice\nother\n x\nheader\n once\n twice\n");
 }
 
 TEST_F(Output, HasNoHeaderForTemplates) {

@@ -74,18 +74,4 @@ TEST_F(Header, NamesTheVersionWhenItIsKnown) {
     EXPECT_EQ(text, "");
 }
 
-TEST_F(Header, ListsPlaceholders) {
-    test::start_generation(&req);
-    test::store_element({.uuid = 1, .elem_id = 3});
-    test::store_element({.uuid = 40000, .elem_id = 50000, .property = 0x14});
-    qarn_merge_key keys[] = {{40000, 50000}, {1, 3}, {9, 9}};
-    vertex vertices[3] = {};
-    for (int i = 0; i < 3; ++i) {
-        vertices[i].data = &keys[i];
-        enqueue(&intf_element_q, &vertices[i]);
-    }
-    watch([] { print_dummy_elems(&intf_element_q); });
-    EXPECT_EQ(text, "Dummy Elements:\n(40000,50000) \n");
-}
-
 } // namespace

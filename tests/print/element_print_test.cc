@@ -134,26 +134,4 @@ TEST_F(ElementPrinter, AsksForMembersInTheVdcOfTheShell) {
     }
 }
 
-TEST_F(ElementPrinter, WalksTheInterfacesOfAFeatureOnce) {
-    add_interface(1, "Ethernet1/1", 7).port_profile = "web";
-    add_interface(2, "Ethernet1/2", 8);
-    add_interface(3, "Ethernet1/3", 7);
-    take_up_interfaces();
-    interface_element(5, {{1, "  one"}, {3, ""}})->cfg_str = g_string_new("own\n");
-    interface_element(6, {{1, "  more\n"}, {2, "  two\n"}});
-    store_element({.uuid = 4, .elem_id = 1}, "first\n");
-    qarn_feature = 1;
-    EXPECT_EQ(print(4, 1), "first\n") << "no interface configuration of its own";
-    EXPECT_EQ(print(5, 1),
-              "own\n"
-              "\ninterface Ethernet1/1\n  one\n  more\n"
-              "\ninterface Ethernet1/3\n"
-              "\ninterface Ethernet1/2\n  two\n");
-    EXPECT_EQ(calls_of("ppm_intf_shrun_merge"), Calls());
-    EXPECT_EQ(print(5, 1), "own\n") << "once";
-    g_all_intf_config_printed = 0;
-    qarn_feature_send_all = 1;
-    EXPECT_EQ(print(5, 1), "own\n") << "all services print their blocks elsewhere";
-}
-
 } // namespace
