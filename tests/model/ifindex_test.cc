@@ -30,6 +30,7 @@ TEST_F(InterfaceLists, CombineTheChainInItsOrder) {
 }
 
 TEST_F(InterfaceLists, AskForNamedInterfacesOnlyInTheirDisplay) {
+    constexpr uint32_t kMembership = QARN_TOKEN_MEMBERSHIP;
     constexpr char kNamed[] = "if_manager_ifindex_list_get(0)", kEvery[] = "if_manager_ifindex_list_get(1)";
     const struct {
         const char *what;
@@ -40,11 +41,8 @@ TEST_F(InterfaceLists, AskForNamedInterfacesOnlyInTheirDisplay) {
         {.what = "another kind of token", .token_type = IF_TOKEN_TYPE_INTERFACE + 1, .calls = {kEvery}},
         {.what = "no token", .token_type = 0, .calls = {kEvery}},
         {.what = "another display", .display = QARN_DISPLAY_VSAN, .calls = {kEvery}},
-        {.what = "membership of named", .cmd_token = QARN_TOKEN_MEMBERSHIP, .calls = {kNamed, kEvery}},
-        {.what = "membership of all",
-         .display = QARN_DISPLAY_ALL,
-         .cmd_token = QARN_TOKEN_MEMBERSHIP,
-         .calls = {kEvery, kEvery}},
+        {.what = "membership of named", .cmd_token = kMembership, .calls = {kNamed, kEvery}},
+        {.what = "membership of all", .display = 0, .cmd_token = kMembership, .calls = {kEvery, kEvery}},
     };
     for (const auto &c : cases) {
         cfg_display = c.display;

@@ -12,42 +12,40 @@ class Profiles : public test::Story {
 };
 
 TEST_F(Profiles, FollowFromTheCommandAndTheFilterMode) {
+    constexpr uint32_t kSwitch = CLI_FILTER_SWITCH_PROFILE, kFrame = CLI_FILTER_SYNC_FRAME, kScript = CLI_FILTER_SCRIPT;
     struct Case {
         const char *what;
-        uint32_t token = 0, filter = CLI_FILTER_SWITCH_PROFILE, script = 0;
+        uint32_t token = 0, filter = kSwitch, script = 0;
         int32_t feature = 0, send_all = 0, bypass = 0;
         uint32_t cmd_code = 0, row = 0, vdc_type = 0;
-        bool has_switch_profile = false; // what follows from them
+        bool shown = false; // the switch profile; this and the rest follow from the above
         uint32_t token_mode = 0, script_mode = 0;
         int32_t bypass_after = 0;
         uint32_t filter_after = filter;
     } const cases[] = {
-        {.what = "a plain command", .has_switch_profile = true},
+        {.what = "a plain command", .shown = true},
         {.what = "no filter bit", .filter = 0},
-        {.what = "switch profiles refused", .filter = CLI_FILTER_SWITCH_PROFILE | CLI_FILTER_NO_SWITCH_PROFILE},
-        {.what = "a script by its filter bit",
-         .filter = CLI_FILTER_SWITCH_PROFILE | CLI_FILTER_SCRIPT,
-         .has_switch_profile = true,
+        {.what = "switch profiles refused", .filter = kSwitch | CLI_FILTER_NO_SWITCH_PROFILE},
+        {.what = "the filter bit of a script",
+         .filter = kSwitch | kScript,
+         .shown = true,
          .token_mode = 1,
          .script_mode = 1},
-        {.what = "a script of the shell", .script = 1, .has_switch_profile = true, .script_mode = 1},
-        {.what = "the frame's filter bit",
-         .filter = CLI_FILTER_SWITCH_PROFILE | CLI_FILTER_SYNC_FRAME,
-         .has_switch_profile = true,
-         .token_mode = 1},
-        {.what = "the body's token", .token = QARN_TOKEN_SYNC_BODY, .has_switch_profile = true, .token_mode = 1},
-        {.what = "the plain token",
+        {.what = "a script of the shell", .script = 1, .shown = true, .script_mode = 1},
+        {.what = "the filter bit of the frame", .filter = kSwitch | kFrame, .shown = true, .token_mode = 1},
+        {.what = "the body's token", .token = QARN_TOKEN_SYNC_BODY, .shown = true, .token_mode = 1},
+        {.what = "plain",
          .token = QARN_TOKEN_SYNC_PLAIN,
-         .has_switch_profile = true,
+         .shown = true,
          .token_mode = 1,
-         .filter_after = CLI_FILTER_SWITCH_PROFILE | CLI_FILTER_SYNC_FRAME},
+         .filter_after = kSwitch | kFrame},
         {.what = "another token", .token = 130},
         {.what = "one feature", .feature = 1},
-        {.what = "all services in feature mode", .feature = 1, .send_all = 1, .has_switch_profile = true},
+        {.what = "all services in feature mode", .feature = 1, .send_all = 1, .shown = true},
         {.what = "bypassed by the command", .bypass = 1, .bypass_after = 1},
         {.what = "a command code", .cmd_code = 115},
         {.what = "a row", .row = 1},
-        {.what = "a VDC without profiles, decided last", .vdc_type = 2, .has_switch_profile = true, .bypass_after = 1},
+        {.what = "a VDC without profiles, decided last", .vdc_type = 2, .shown = true, .bypass_after = 1},
     };
     for (const Case &c : cases) {
         ppm_merge_input = {9, 0, 0, 9, 0, 9}; // what every generation sets, from the one before
@@ -65,11 +63,11 @@ TEST_F(Profiles, FollowFromTheCommandAndTheFilterMode) {
         EXPECT_EQ(ppm_merge_input.script_mode, c.script_mode) << c.what;
         EXPECT_EQ(ppm_merge_input.cmd_code, c.cmd_code) << c.what;
         EXPECT_EQ(ppm_merge_input.cfg_source, QARN_SOURCE_STARTUP + 0u) << c.what;
-        EXPECT_EQ(g_bypass_sp_qarn, c.has_switch_profile ? 0 : 1) << c.what;
+        EXPECT_EQ(g_bypass_sp_qarn, c.shown ? 0 : 1) << c.what;
         EXPECT_EQ(g_bypass_ppm, c.bypass_after) << c.what;
         EXPECT_EQ(g_cli_execution_filter_mode, c.filter_after) << c.what;
         std::vector<std::string> calls = {"vdc_get_type()"};
-        if (c.has_switch_profile) calls.insert(calls.begin(), "csm_qarn_sp_init(" + std::to_string(c.token) + ")");
+        if (c.shown) calls.insert(calls.begin(), "csm_qarn_sp_init(" + std::to_string(c.token) + ")");
         EXPECT_EQ(sw.calls, calls) << c.what;
     }
 }
