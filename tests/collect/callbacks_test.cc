@@ -20,18 +20,18 @@ class Callbacks : public test::Story {
   protected:
     Callbacks() { sim::clear_tables(); }
     // One more row, whose function is there.
-    void row(std::uint32_t sap, const std::string &function, std::uint32_t flags) {
+    void row(uint32_t sap, const std::string &function, uint32_t flags) {
         sim::add_callback_row(sap, function, "lib.so", flags);
         sw.library_functions[function] = [this, function](const qarn_cb_args *args) {
             invoked.push_back(function);
             handed = {args->mts_handle, args->zero, sim::request_in(args->msg)->src_sap};
         };
     }
-    void await(const std::vector<std::uint32_t> &awaited) {
+    void await(const std::vector<uint32_t> &awaited) {
         std::copy(awaited.begin(), awaited.end(), saps);
-        num_saps = sap_ctr = static_cast<std::int32_t>(awaited.size());
+        num_saps = sap_ctr = static_cast<int32_t>(awaited.size());
     }
-    const Names &invoke(decltype(kOfAll) function, std::uint32_t cfg_source = QARN_SOURCE_RUNNING) {
+    const Names &invoke(decltype(kOfAll) function, uint32_t cfg_source = QARN_SOURCE_RUNNING) {
         qarn_cfg_req_msg message = {};
         message.cfg_source = cfg_source;
         message.src_sap = 4711;
@@ -40,7 +40,7 @@ class Callbacks : public test::Story {
         return invoked;
     }
     Names invoked;
-    std::vector<std::uint32_t> handed;
+    std::vector<uint32_t> handed;
 };
 
 TEST_F(Callbacks, AreSelectedByServiceSourceAndTransport) {
@@ -67,7 +67,7 @@ TEST_F(Callbacks, AreSelectedByServiceSourceAndTransport) {
         for (const auto &[function, others] : {std::pair(kOfAll, 9u), {kOfFeature, 0u}, {kOfFeature, 9u}}) {
             sim::clear_tables();
             sw.services.clear();
-            for (std::uint32_t i = 0; i < others; ++i) // as if fewer or more consumers than awaited answered
+            for (uint32_t i = 0; i < others; ++i) // as if fewer or more consumers than awaited answered
                 sw.service("", 99, 99);
             if (c.consumer) sw.service("", c.sap, 1);
             row(c.sap, "f", c.flags);

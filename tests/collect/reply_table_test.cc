@@ -28,7 +28,7 @@ constexpr char kSilence[] = "The following SAPs did not respond within the expec
 
 TEST_F(Replies, ThatBreakTheirBoundAreDroppedWholeAndReported) {
     const Bytes reply = test::line(1, "never\n").reply();
-    const auto size = static_cast<std::uint32_t>(reply.size());
+    const auto size = static_cast<uint32_t>(reply.size());
     struct {
         const char *what;
         std::vector<Bytes> fragments;
@@ -62,7 +62,7 @@ TEST_F(Replies, ThatStopShortAreDecodedAsFarAsTheyGo) {
     sw.service("a", 20, 1).silent();
     const Bytes reply = test::line(1, "kept\n").text("lost\n").reply();
     const Bytes part = reply.substr(0, reply.size() - 12);
-    for (const std::uint32_t announced : {static_cast<std::uint32_t>(reply.size()), 200000u}) {
+    for (const uint32_t announced : {static_cast<uint32_t>(reply.size()), 200000u}) {
         print({fragment(20, true, announced, part)});
         EXPECT_EQ(body(), "kept\n\n") << announced;
         EXPECT_EQ(errors, "The configuration of Sap 20 is incomplete\n");
@@ -92,9 +92,9 @@ TEST_F(Replies, LeaveTheTableWhenTheyAreTaken) {
         qarn_msg_table_add(reinterpret_cast<const qarn_cfg_frag *>(data.data()));
     };
     add(fragment(20, false, 6, "abc"));
-    std::uint32_t sap = 20;
+    uint32_t sap = 20;
     const auto *entry = static_cast<const qarn_msg_entry *>(g_hash_table_lookup(msg_table_p, &sap));
-    EXPECT_EQ(std::vector({entry->sap, entry->total_len, entry->filled}), (std::vector<std::uint32_t>{20, 6, 3}));
+    EXPECT_EQ(std::vector({entry->sap, entry->total_len, entry->filled}), (std::vector<uint32_t>{20, 6, 3}));
     add(fragment(20, true, 99, "de"));
     qarn_msg_table_get(20, &reply);
     EXPECT_EQ(std::memcmp(reply, "abcde\0\0\0", 8), 0) << "the tail and what comes after it read as zeros";

@@ -10,8 +10,8 @@ class RequestMessage : public test::Story {
     RequestMessage() { sw.service("a", 20, 1); }
 
     const sim::Bytes &bytes() { return sw.transport.sent.at(0).payload; }
-    std::uint32_t word(std::size_t offset) {
-        std::uint32_t value = 0;
+    uint32_t word(std::size_t offset) {
+        uint32_t value = 0;
         std::memcpy(&value, bytes().data() + offset, sizeof value);
         return value;
     }
@@ -19,7 +19,7 @@ class RequestMessage : public test::Story {
 };
 
 TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
-    for (const std::uint32_t index : {7u, 8u, 9u})
+    for (const uint32_t index : {7u, 8u, 9u})
         add_interface(index, "if", 3);
     num_saps_exclude = 2;
     saps_exclude[0] = 5;
@@ -37,7 +37,7 @@ TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
     EXPECT_EQ(field(8, 512), sim::Bytes(512, '\xff')) << "every VSAN";
     EXPECT_EQ(word(520), 512u);
     EXPECT_EQ(field(524, 512), sim::Bytes(512, '\xff')) << "every VLAN";
-    const std::vector<std::uint32_t> words = {0, 0x44, 1, 13, 0, 1, 130, 3, 0, 5, 1348, 0};
+    const std::vector<uint32_t> words = {0, 0x44, 1, 13, 0, 1, 130, 3, 0, 5, 1348, 0};
     for (std::size_t i = 0; i < words.size(); ++i)
         EXPECT_EQ(word(1036 + 4 * i), words[i]) << 1036 + 4 * i;
     EXPECT_EQ(field(1080, 1016), sim::Bytes(1016, '\0')) << "no more excluded SAPs";
@@ -45,7 +45,7 @@ TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
     EXPECT_EQ(field(2100, 256), "readonly:/var/sysmgr/startup-cfg" + sim::Bytes(224, '\0'));
     EXPECT_EQ(field(2356, 128), sim::Bytes(128, '\0'));
     EXPECT_EQ(field(2484, 256), sim::Bytes(255, 'c') + '\0');
-    EXPECT_EQ(std::vector({word(2740), word(2744), word(2748)}), (std::vector<std::uint32_t>{7, 8, 9}));
+    EXPECT_EQ(std::vector({word(2740), word(2744), word(2748)}), (std::vector<uint32_t>{7, 8, 9}));
 }
 
 TEST_F(RequestMessage, HasNoExtraOptWithoutItsToken) {

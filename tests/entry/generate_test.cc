@@ -20,7 +20,7 @@ class Driver : public test::Story {
         return "The following SAPs did not respond within the expected timeframe\nPending SAPS:" + pending +
                " \nPrinting Ascii configuration for remaining SAPs\n";
     }
-    sim::Service &service_that_says(std::uint32_t sap, const std::string &line) {
+    sim::Service &service_that_says(uint32_t sap, const std::string &line) {
         return sw.service(std::to_string(sap), sap, sap).replies(test::line(sap, line + "\n"));
     }
 };
@@ -130,7 +130,7 @@ TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
     const struct {
         const char *function;
         int error;
-        std::uint32_t sap;
+        uint32_t sap;
         std::string text, errors;
     } cases[] = {
         {"mts_send", ENOBUFS, 0, "", "Ascii cfg send notify failed: No buffer space available\n"},

@@ -12,16 +12,16 @@ class InterfaceLists : public test::Story {
         add_interface(3, "Ethernet1/2", 1);
     }
 
-    std::uint32_t init() {
+    uint32_t init() {
         watch([&] { status = qarn_ifindex_lists_init(&req); });
         return status;
     }
-    static std::vector<std::uint32_t> combined() {
+    static std::vector<uint32_t> combined() {
         return {if_index_list.ifindexes, if_index_list.ifindexes + if_index_list.count};
     }
 };
 
-using Indexes = std::vector<std::uint32_t>;
+using Indexes = std::vector<uint32_t>;
 using Calls = std::vector<std::string>;
 
 TEST_F(InterfaceLists, CombineTheChainInItsOrder) {

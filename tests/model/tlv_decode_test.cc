@@ -24,7 +24,7 @@ Tlv said(const std::string &description) {
         std::istringstream words(item);
         std::string what, a, b;
         char dot;
-        std::uint32_t n[5] = {};
+        uint32_t n[5] = {};
         words >> what;
         if (std::isdigit(what[0]) != 0) {
             std::istringstream(what) >> n[0] >> dot >> n[1];
@@ -69,7 +69,7 @@ std::string describe(const qarn_elem &elem) {
     if (elem.cfg_str->len > 0) text << ' ' << elem.cfg_str->str;
     text << entries(elem.ifindex_table, [&](void *key, void *value) {
         const bool is_command = elem.val_type == QARN_VAL_COMMAND;
-        return " if" + std::to_string(*static_cast<std::uint32_t *>(key)) +
+        return " if" + std::to_string(*static_cast<uint32_t *>(key)) +
                (is_command ? std::string(":") + (static_cast<char *>(value) + QARN_CMD_HEADER_SIZE)
                            : std::string("=") + chars(value));
     });
@@ -95,12 +95,12 @@ class Decoding : public Story {
   protected:
     Decoding() { test::start_generation(&req); }
 
-    std::uint32_t decode(const Tlv &tlv) {
+    uint32_t decode(const Tlv &tlv) {
         const Bytes array = tlv.array();
         watch([&] { status = qarn_parse_tlv(array.data(), merge_elem_table_p); });
         return status;
     }
-    std::uint32_t decode(const char *description) { return decode(said(description)); }
+    uint32_t decode(const char *description) { return decode(said(description)); }
     // Two replies into an empty store.
     std::string stored_after(const char *first, const char *second) {
         test::start_generation(&req);
@@ -112,7 +112,7 @@ class Decoding : public Story {
 TEST_F(Decoding, KeepsTheElementsOfTheFeature) {
     sim::set_feature_row(16, {{5, 1}, {6, 0}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {1, 1}, {7, 2}});
     const std::string all = "5.1 0 0;\n5.2 0 0;\n6.1 0 0;\n6.2 0 0;\n7.1 0 0;\n7.2 0 0;\n";
-    const std::tuple<const char *, std::int32_t, std::uint32_t, std::string> cases[] = {
+    const std::tuple<const char *, int32_t, uint32_t, std::string> cases[] = {
         {"elements, a service, the tenth pair", 1, 16, "5.1 0 0;\n6.1 0 0;\n6.2 0 0;\n7.2 0 0;\n"},
         {"no row", 1, 0, all},
         {"no feature", 0, 16, all},
@@ -129,7 +129,7 @@ TEST_F(Decoding, KeepsTheElementsOfTheFeature) {
 }
 
 TEST_F(Decoding, StopsAfterTheAnnouncedNumber) {
-    const std::tuple<const char *, const char *, std::uint32_t, const char *> cases[] = {
+    const std::tuple<const char *, const char *, uint32_t, const char *> cases[] = {
         {"nothing", "5.0", 0, ""},
         {"fewer", "5.0; text a; text b", 2, "5.0 0 0; a\n"},
         {"a stored interface text is two", "5.0; if 1 x; text a", 3, "5.0 0 0; if1=x\n"},
@@ -149,21 +149,21 @@ TEST_F(Decoding, PassesOverWhatHasNoElementOrTooFewWords) {
     tlv.words(1, {1, 1}).raw(1, "").raw(2, "").raw(3, "abc").text("x").raw(7, "abc");
     tlv.text("x").text("x").text("b").words(3, {7}).raw(2, "");
     EXPECT_EQ(decode(tlv), 0u);
-    for (const std::uint32_t tag : {3u, 6u, 7u})
+    for (const uint32_t tag : {3u, 6u, 7u})
         EXPECT_EQ(decode(said("5.0").words(tag, {1})), 0u) << "no follow-up, tag " << tag;
     EXPECT_EQ(decode(said("5.0").words(7, {1}).text("m")), 0u);
     EXPECT_EQ(stored(), "5.0 0 0; ab if7=\n");
 }
 
 TEST_F(Decoding, EndsAtACommandMessageThatIsNone) {
-    const auto with_length = [](std::uint32_t length) {
+    const auto with_length = [](uint32_t length) {
         Bytes message = command_message("shut");
         std::memcpy(message.data() + QARN_CMD_LENGTH_AT, &length, sizeof length);
         return message;
     };
     constexpr char kNoPayload[] = "ERROR: qarn_parse_tlv: no payload\n",
                    kBad[] = "ERROR: qarn_parse_tlv: bad message\n";
-    const std::tuple<const char *, Bytes, std::uint32_t, const char *> cases[] = {
+    const std::tuple<const char *, Bytes, uint32_t, const char *> cases[] = {
         {"good", command_message("shut"), 0, ""},
         {"of the other byte order", command_message("shut", QARN_CMD_STAMP_SWAPPED), 0, ""},
         {"no payload", "", QARN_STATUS_NO_PAYLOAD, kNoPayload},

@@ -23,12 +23,12 @@ class Ordering : public test::Story {
     vertex *vertex_of(const std::string &name) {
         if (vertices.contains(name)) return vertices[name];
         const std::size_t dot = name.find('.');
-        keys.push_back({static_cast<std::uint16_t>(std::stoul(name)),
-                        static_cast<std::uint16_t>(std::stoul(name.substr(dot + 1)))});
+        keys.push_back(
+            {static_cast<uint16_t>(std::stoul(name)), static_cast<uint16_t>(std::stoul(name.substr(dot + 1)))});
         return vertices[name] = add_vertex(&drawn, &keys.back());
     }
     // "0: 383.9 11.1": the result and the queue.
-    std::string order(std::int32_t (*visit_fn)(graph *, queue *) = visit2) {
+    std::string order(int32_t (*visit_fn)(graph *, queue *) = visit2) {
         watch([&] { result = visit_fn(&drawn, &ordered); });
         std::string line = std::to_string(result) + ":";
         for (const queue_node *node = ordered.head; node != nullptr; node = node->next) {
@@ -37,14 +37,14 @@ class Ordering : public test::Story {
         }
         return line;
     }
-    std::string order(const std::string &description, std::int32_t (*visit_fn)(graph *, queue *) = visit2) {
+    std::string order(const std::string &description, int32_t (*visit_fn)(graph *, queue *) = visit2) {
         draw(description);
         return order(visit_fn);
     }
 
     graph drawn = {};
     queue ordered = {};
-    std::int32_t result = 0;
+    int32_t result = 0;
     std::map<std::string, vertex *> vertices;
     std::deque<qarn_merge_key> keys;
 };

@@ -8,12 +8,12 @@
 namespace {
 
 using Ids = std::vector<int>;
-using Ranges = std::vector<std::pair<std::int32_t, std::int32_t>>;
+using Ranges = std::vector<std::pair<int32_t, int32_t>>;
 
 qarn_id_mask mask_of(const Ids &ids) {
     qarn_id_mask mask = {};
     for (const int id : ids)
-        mask.bits[id / 8] = static_cast<std::uint8_t>(mask.bits[id / 8] | (0x80 >> id % 8));
+        mask.bits[id / 8] = static_cast<uint8_t>(mask.bits[id / 8] | (0x80 >> id % 8));
     return mask;
 }
 

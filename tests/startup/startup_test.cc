@@ -20,7 +20,7 @@ class Startup : public test::Story {
         std::filesystem::create_directories(std::filesystem::path(name).parent_path());
         std::ofstream(name) << "stored %s";
     }
-    std::uint32_t lock(std::uint32_t wanted) {
+    uint32_t lock(uint32_t wanted) {
         watch([&] { status = qarn_startup_cfg_lock(9, wanted); });
         return status;
     }
@@ -65,7 +65,7 @@ TEST_F(Startup, LockAndItsReleaseKeepStateAndResponse) {
     EXPECT_EQ(text, "");
     const void *response = startup_resp_data;
     EXPECT_STREQ(static_cast<const char *>(response), "readonly:/s/bin");
-    for (const std::uint32_t wanted : {0u, 1u}) {
+    for (const uint32_t wanted : {0u, 1u}) {
         sw.next("cmi_req_resp", {kHeld});
         EXPECT_EQ(lock(wanted), kHeld);
         EXPECT_EQ(text, "held by another\n");
@@ -97,16 +97,15 @@ TEST_F(Startup, ModuleListIsStoredAndPrintedOnDemand) {
     EXPECT_EQ(traces, "LCM ascii_command is  psspath is readonly:/var/sysmgr/startup-cfg/bin \n");
 }
 
-std::vector<std::uint32_t> lock_request; // its two words, of which the record of calls does not show the second
+std::vector<uint32_t> lock_request; // its two words, of which the record of calls does not show the second
 
 TEST_F(Startup, LockNamesThisProcess) {
-    const test::Interposed interposed("cmi_req_resp",
-                                      reinterpret_cast<void *>(+[](int, int, const std::uint32_t *words) {
+    const test::Interposed interposed("cmi_req_resp", reinterpret_cast<void *>(+[](int, int, const uint32_t *words) {
                                           lock_request.assign(words, words + 2);
                                           return 0x4711u;
                                       }));
     lock(1);
-    EXPECT_EQ(lock_request, (std::vector{1u, static_cast<std::uint32_t>(getpid())}));
+    EXPECT_EQ(lock_request, (std::vector{1u, static_cast<uint32_t>(getpid())}));
 }
 
 TEST_F(Startup, AsciiFileIsShownAsStoredThroughAProgram) {

@@ -73,7 +73,7 @@ class Failures : public Story {
     Failures() {
         folder_ = mkdtemp(pattern_.data());
         sim::use_store(sw, folder_);
-        for (const std::uint32_t index : {1u, 2u, 3u}) {
+        for (const uint32_t index : {1u, 2u, 3u}) {
             sim::Interface &port = add_interface(index, "Ethernet1/" + std::to_string(index), index < 3 ? 1 : 20);
             port.port_profile = "uplink";
         }
@@ -91,7 +91,7 @@ class Failures : public Story {
         after.dependencies = {{500, 1}, {500, 1, QARN_DEP_CONDITIONAL}};
         sim::Element &ports = sw.service("ports", 102, 501).element(1, 2, QARN_PROP_INTF);
         ports.intf_texts = {{1, "  description one\n"}, {3, "  description three\n"}};
-        ports.dependencies = {{503, 9}}; // nobody's: a placeholder stands for it
+        ports.dependencies = {{503, 9}}; // in no reply: a placeholder takes its place
         sim::Element &commands = sw.service("commands", 103, 502).element(1, 2, QARN_PROP_INTF);
         commands.val_type = QARN_VAL_COMMAND;
         commands.intf_texts = {{1, "  command one"}, {2, "  command two"}};

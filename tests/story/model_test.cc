@@ -9,6 +9,7 @@
 #include <random>
 #include <set>
 
+#include "platform/ifmgr.h"
 #include "support/globals.h"
 #include "support/story.h"
 
@@ -17,11 +18,11 @@ namespace {
 using sim::Bytes;
 using std::string;
 using std::to_string;
-using Word = std::uint32_t;
+using Word = uint32_t;
 using Replies = std::vector<std::pair<Word, Bytes>>; // by SAP, in the order in which they are complete
 
 struct Command {
-    std::uint32_t (*entry)(qarn_req *);
+    uint32_t (*entry)(qarn_req *);
     Word display = 0, sap = 0, excluded = 0, option = 0, low = 0, high = ~0u;
     bool names(Word id) const { return id >= low && id <= high; } // a VSAN or an interface
 };
@@ -137,7 +138,7 @@ struct Model {
                 const bool is_known = store.contains(at);
                 merged = is_known && (store[at]->property & 0x10) == 0;
                 current = merged ? store[at] : std::make_shared<Element>(sent);
-                if (merged && static_cast<std::int32_t>(sent.property) > 0) current->property = sent.property;
+                if (merged && static_cast<int32_t>(sent.property) > 0) current->property = sent.property;
                 if (is_known && !merged) current->property |= 4;
                 store.erase(at);
                 if (is_in_view(*current)) store[at] = current;
@@ -368,7 +369,11 @@ struct Case : test::Story {
         if (is_exclusion) command.excluded = words[0];
         if (command.entry == qarn_cli_run_cfg_gen_sap) command.sap = words[0];
         const bool has_token = command.excluded != 0 || command.sap != 0 || dice.one_in(2);
-        if (has_token) add_token(0, words, 0x40200002), command.low = words[2], command.high = words[3];
+        if (has_token) {
+            add_token(0, words, IF_TOKEN_TYPE_INTERFACE);
+            command.low = words[2];
+            command.high = words[3];
+        }
         sim::set_shell_options({.generic_option = command.option = dice.one_in(4) ? 0x10 : 0});
         Replies complete;
         while (!streams.empty()) {
