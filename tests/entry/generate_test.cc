@@ -77,6 +77,12 @@ TEST_F(Driver, AddsTheSapsOfARowUpToTheSizeOfTheList) {
     EXPECT_EQ(num_saps, 0);
 }
 
+TEST_F(Driver, FindsASapByItsFirstPosition) {
+    const uint32_t list[] = {1, 7, 4, 7};
+    EXPECT_EQ(qarn_sap_list_find(list, 4, 7), 1);
+    EXPECT_EQ(qarn_sap_list_find(list, 1, 7), -1);
+}
+
 TEST_F(Driver, SetsTheDisplayVariantOfTheCommandCode) {
     service_that_says(20, "a");
     const struct {
@@ -155,6 +161,7 @@ TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
 TEST_F(Driver, EndsWithoutServicesOrConsumers) {
     EXPECT_EQ(generate(), 0u);
     EXPECT_EQ(text, "No registered SAPS\n");
+    EXPECT_EQ(req.gen_started, 1u);
     for (const uint32_t sap : {0u, kOneByOne}) {
         req.sap = sap;
         num_saps = 3;

@@ -83,4 +83,22 @@ TEST_F(Ordering, AbortsAVisitWithoutMemory) {
     EXPECT_DEATH((memory.fail_nth(3), visit(&drawn, &ordered)), "visit: not enough memory \\(2\\)\\.");
 }
 
+TEST_F(Ordering, NeverUsesAVertexOfAnEarlierPass) {
+    test::start_generation(&req);
+    const test::Tlv tlv = test::Tlv()
+                              .element({.uuid = 1, .elem_id = 1, .property = QARN_PROP_CONDITIONAL})
+                              .after(3, 1, QARN_DEP_CONDITIONAL)
+                              .element({.uuid = 3, .elem_id = 1})
+                              .text("text");
+    qarn_parse_tlv(tlv.array().data(), merge_elem_table_p);
+    for (const bool is_satisfied : {true, false}) {
+        if (!is_satisfied) g_string_truncate(qarn_merge_value_get(3, 1)->elem->cfg_str, 0);
+        qarn_merge_graph_info pass;
+        qarn_merge_graph_info_init(&pass, QARN_EVERY_LEVEL, 0);
+        g_hash_table_foreach(merge_elem_table_p, qarn_graph_vertex_add, &pass);
+        EXPECT_EQ(pass.graph.num_vertices, is_satisfied ? 2 : 1);
+        EXPECT_EQ(qarn_merge_value_get(1, 1)->vertex != nullptr, is_satisfied);
+    }
+}
+
 } // namespace

@@ -8,7 +8,20 @@ using test::Tlv;
 
 constexpr uint32_t kSap = 20, kUuid = 40;
 
-class KeyTables : public test::Story {};
+class KeyTables : public test::Story {
+  protected:
+    // The printer alone, for an element with one key and one key string; fails in the n-th allocation.
+    std::string print(const std::string &key, int failing_allocation) {
+        test::start_generation(&req);
+        const Tlv tlv = Tlv().element({.uuid = kUuid}).key(0, "", key).key_string("string\n", "");
+        qarn_parse_tlv(tlv.array().data(), merge_elem_table_p);
+        test::FailingMalloc memory;
+        memory.fail_nth(failing_allocation);
+        watch([] { print_keytbl(qarn_merge_value_get(kUuid, 0)); });
+        EXPECT_TRUE(keylist == nullptr && totalkeys == 0) << "the key list lives for one pass";
+        return text;
+    }
+};
 
 TEST_F(KeyTables, KeepLongHeadersWhole) {
     for (const std::size_t length : {499u, 500u, 501u, 5000u}) {
@@ -28,13 +41,15 @@ TEST_F(KeyTables, KeepLongHeadersWhole) {
 }
 
 TEST_F(KeyTables, CutALongHeaderWithoutMemoryForIt) {
-    test::start_generation(&req);
-    qarn_parse_tlv(Tlv().element({.uuid = kUuid}).key(0, "", std::string(700, 'h')).array().data(), merge_elem_table_p);
-    test::FailingMalloc memory;
-    memory.fail_nth(3); // after the list and its slot
-    watch([] { print_keytbl(qarn_merge_value_get(kUuid, 0)); });
-    EXPECT_EQ(text, std::string(499, 'h'));
-    EXPECT_TRUE(keylist == nullptr && totalkeys == 0) << "the key list lives for one pass";
+    EXPECT_EQ(print(std::string(700, 'h'), 3), std::string(499, 'h')) << "after the list and its slot";
+}
+
+TEST_F(KeyTables, AreLeftOutWithoutMemoryForTheKeyList) {
+    qarn_feature = 1;
+    for (const int the_list_or_its_slot : {1, 2}) {
+        EXPECT_EQ(print("key\n", the_list_or_its_slot), "");
+        EXPECT_EQ(key_list, nullptr) << "nor is the key string printed";
+    }
 }
 
 // The display of a single service that files text under names of its own.
@@ -62,6 +77,7 @@ TEST_F(FeatureKeys, ArePrintedOnceWhileTheLibraryIsLoaded) {
 TEST_F(FeatureKeys, AreNotPrintedOnceAKeyHasMatched) {
     element.keys = {{0, "m\n", "radius\n"}};
     EXPECT_EQ(show(), "m\n host\nown\n\n");
+    EXPECT_EQ(g_traverse, 1);
     element.keys.clear();
     EXPECT_EQ(show(), "own\n\n");
 }

@@ -3,7 +3,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "platform/ifmgr.h"
 #include "support/globals.h"
 #include "support/story.h"
 
