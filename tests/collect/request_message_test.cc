@@ -10,8 +10,8 @@ class RequestMessage : public test::Story {
     RequestMessage() { sw.service("a", 20, 1); }
 
     const sim::Bytes &bytes() { return sw.transport.sent.at(0).payload; }
-    std::uint32_t word(std::size_t offset) {
-        std::uint32_t value = 0;
+    uint32_t word(std::size_t offset) {
+        uint32_t value = 0;
         std::memcpy(&value, bytes().data() + offset, sizeof value);
         return value;
     }
@@ -19,7 +19,7 @@ class RequestMessage : public test::Story {
 };
 
 TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
-    for (const std::uint32_t index : {7u, 8u, 9u})
+    for (const uint32_t index : {7u, 8u, 9u})
         add_interface(index, "if", 3);
     num_saps_exclude = 2;
     saps_exclude[0] = 5;
@@ -27,7 +27,7 @@ TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
     req.svc_flags = 0x44;
     req.cmd_code = 148;
     add_token(130);
-    add_token(204);
+    add_token(QARN_TOKEN_EXTRA_RUNNING);
     req.cmd_line[0] = '\0';
     std::strcat(req.cmd_line, std::string(300, 'c').c_str());
     run();
@@ -37,7 +37,7 @@ TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
     EXPECT_EQ(field(8, 512), sim::Bytes(512, '\xff')) << "every VSAN";
     EXPECT_EQ(word(520), 512u);
     EXPECT_EQ(field(524, 512), sim::Bytes(512, '\xff')) << "every VLAN";
-    const std::vector<std::uint32_t> words = {0, 0x44, 1, 13, 0, 1, 130, 3, 0, 5, 1348, 0};
+    const std::vector<uint32_t> words = {0, 0x44, 1, 13, 0, 1, 130, 3, 0, 5, 1348, 0};
     for (std::size_t i = 0; i < words.size(); ++i)
         EXPECT_EQ(word(1036 + 4 * i), words[i]) << 1036 + 4 * i;
     EXPECT_EQ(field(1080, 1016), sim::Bytes(1016, '\0')) << "no more excluded SAPs";
@@ -45,7 +45,13 @@ TEST_F(RequestMessage, CarriesTheCommandAtItsOffsets) {
     EXPECT_EQ(field(2100, 256), "readonly:/var/sysmgr/startup-cfg" + sim::Bytes(224, '\0'));
     EXPECT_EQ(field(2356, 128), sim::Bytes(128, '\0'));
     EXPECT_EQ(field(2484, 256), sim::Bytes(255, 'c') + '\0');
-    EXPECT_EQ(std::vector({word(2740), word(2744), word(2748)}), (std::vector<std::uint32_t>{7, 8, 9}));
+    EXPECT_EQ(std::vector({word(2740), word(2744), word(2748)}), (std::vector<uint32_t>{7, 8, 9}));
+}
+
+TEST_F(RequestMessage, HasNoExtraOptWithoutItsToken) {
+    req.info_flags = ~uint32_t{QARN_INFO_EXTRA_OPT};
+    run();
+    EXPECT_EQ(sent_request().extra_opt, 0u);
 }
 
 TEST_F(RequestMessage, NamesThePortProfileOfItsDisplay) {
@@ -59,16 +65,25 @@ TEST_F(RequestMessage, NamesThePortProfileOfItsDisplay) {
 }
 
 TEST_F(RequestMessage, SaysWhetherAnExtraTokenWasGiven) {
+    constexpr uint32_t kNoExtraToken = 0x100;
     const struct {
-        std::uint32_t cmd_code, token, flags, token_id;
-    } cases[] = {{0, 0, 0x100, 0}, {0, 116, 0, 0},        {0, 117, 0, 117},  {0, 152, 0, 152},
-                 {0, 153, 0, 0},   {109, 2060, 0x100, 0}, {108, 2060, 0, 0}, {109, 2061, 0, 0}};
+        uint32_t cmd_code = 0, token = 0, flags = 0, token_id = 0;
+    } cases[] = {
+        {.flags = kNoExtraToken},
+        {.token = QARN_TOKEN_FORWARDED_FIRST - 1},
+        {.token = QARN_TOKEN_FORWARDED_FIRST, .token_id = QARN_TOKEN_FORWARDED_FIRST},
+        {.token = QARN_TOKEN_FORWARDED_LAST, .token_id = QARN_TOKEN_FORWARDED_LAST},
+        {.token = QARN_TOKEN_FORWARDED_LAST + 1},
+        {.cmd_code = 109, .token = QARN_TOKEN_COMMAND_109, .flags = kNoExtraToken},
+        {.cmd_code = 108, .token = QARN_TOKEN_COMMAND_109},
+        {.cmd_code = 109, .token = QARN_TOKEN_COMMAND_109 + 1},
+    };
     for (const auto &c : cases) {
         req.cmd_code = c.cmd_code;
         cmd_token_id = c.token;
         run();
-        EXPECT_EQ(word(1040), c.flags) << c.cmd_code << " " << c.token;
-        EXPECT_EQ(word(1060), c.token_id) << c.token;
+        EXPECT_EQ(sent_request().flags, c.flags) << c.cmd_code << " " << c.token;
+        EXPECT_EQ(sent_request().token_id, c.token_id) << c.token;
     }
 }
 

@@ -21,16 +21,18 @@ class AllVdcs : public test::Story {
             return results[words.at(2)];
         };
     }
-    std::uint32_t show() { return started.clear(), run(qarn_cli_run_cfg_gen_vdcall); }
+    uint32_t show() {
+        started.clear();
+        return run(qarn_cli_run_cfg_gen_vdcall);
+    }
     std::vector<Words> started;
-    std::map<std::string, std::int32_t> results; // of the shells, by VDC id
+    std::map<std::string, int32_t> results; // of the shells, by VDC id
 };
 
 TEST_F(AllVdcs, AreShownInTheOrderOfTheMapAsOneScript) {
-    const std::tuple<std::uint32_t, std::string, std::string> cases[] = {
-        {163, "show running", "Running config for "},
-        {164, "show running all", "Running config for "},
-        {165, "show startup", "Startup config for "}};
+    const std::tuple<uint32_t, std::string, std::string> cases[] = {{163, "show running", "Running config for "},
+                                                                    {164, "show running all", "Running config for "},
+                                                                    {165, "show startup", "Startup config for "}};
     for (const auto &[code, command, header] : cases) {
         req.cmd_code = code;
         EXPECT_EQ(show(), 0u);
@@ -39,7 +41,9 @@ TEST_F(AllVdcs, AreShownInTheOrderOfTheMapAsOneScript) {
         EXPECT_EQ(started, (std::vector<Words>{{"/opux/bin/vsh", "-i", "1", "-o 40", "-c", command},
                                                {"/opux/bin/vsh", "-i", "2", "-o 40", "-c", command}}));
     }
-    const std::string whole = (req.cmd_code = 163, show(), traces);
+    req.cmd_code = 163;
+    show();
+    const std::string whole = traces;
     for (const char *vdc : {"1", "2"}) {
         results = {{vdc, -1}};
         EXPECT_EQ(show(), 1u) << "the shell of " << vdc << " fails";

@@ -1,7 +1,6 @@
 // The driver: who is asked, how long it waits, and how a generation ends when something fails.
 #include <cerrno>
 #include <filesystem>
-#include <optional>
 
 #include "platform/sysmgr.h"
 #include "sim/cmdshell.h"
@@ -10,54 +9,40 @@
 
 namespace {
 
-using Saps = std::vector<std::uint32_t>;
+using Saps = std::vector<uint32_t>;
 using Calls = std::vector<std::string>;
+
+constexpr uint32_t kOwnSap = 4000, kEveryConsumer = 0, kCliServer = 296; // SAPs
+constexpr uint32_t kOneByOne = 1, kTableRow = 0xffffffff;                // of the request
+constexpr uint32_t kKeyWord = 5, kTimeout = 120;
 
 class Driver : public test::Story {
   protected:
-    sim::Service &service_that_says(std::uint32_t sap, const std::string &line) {
+    static std::string silent(const std::string &pending) {
+        return "The following SAPs did not respond within the expected timeframe\nPending SAPS:" + pending +
+               " \nPrinting Ascii configuration for remaining SAPs\n";
+    }
+    sim::Service &service_that_says(uint32_t sap, const std::string &line) {
         return sw.service(std::to_string(sap), sap, sap).replies(test::line(sap, line + "\n"));
     }
 };
 
-TEST_F(Driver, CallsThePlatformInItsOrder) {
-    service_that_says(20, "a");
-    add_interface(7, "mgmt0", 1);
-    generate();
-    EXPECT_EQ(sw.calls, (Calls{
-                            "if_manager_ifindex_list_get(1)",
-                            "vdc_get_type()",
-                            "mts_opc_consumers_list(1, 7663, 256)",
-                            "mts_send(1, 0xfe000000, 4000, 7663, 2744)",
-                            "mts_recv(1, 0, 7663)",
-                            "qarn_cfg_type_get()",
-                            "mts_drop(1)",
-                            "mts_send(1, 0xfe000000, 0, 7663, 2744)",
-                            "mts_recv(1, 120, 7664)",
-                            "mts_payload_get()",
-                            "mts_drop(1)",
-                            "srg_sw_ver_get(0)",
-                            "qarn_cb_run_cfg_generate(0x0)",
-                        }));
-    EXPECT_EQ(req.gen_started, 1u);
-    EXPECT_EQ(gl_q, 1u);
-}
-
 TEST_F(Driver, AsksWhomTheRequestNames) {
-    for (const std::uint32_t sap : {20u, 21u, 22u})
+    for (const uint32_t sap : {20u, 21u, 22u})
         service_that_says(sap, std::to_string(sap));
-    sim::set_sap_row(2, {21, 20}, 5);
-    sw.service("zero", 0, 9).consumer = false;
+    sim::set_sap_row(2, {21, 20}, kKeyWord);
+    sim::set_sap_row(3, {0, 22}, 0); // one SAP, and not in the first slot
     const struct {
         const char *what;
-        std::uint32_t sap, index, target;
+        uint32_t sap = 0, index = 0, target = 0;
         Saps asked;
     } cases[] = {
-        {"all consumers", 0, 0, 0, {4000, 0}},
-        {"all consumers one by one", 1, 0, 1, {4000, 20, 21, 22}},
-        {"one service", 22, 0, 22, {4000, 22}},
-        {"a row, which adds to the one before", 0xffffffff, 2, 2, {4000, 21, 20}},
-        {"SAP 0 of a row's request", 0, 2, 0, {4000}},
+        {.what = "all consumers", .asked = {kOwnSap, kEveryConsumer}},
+        {.what = "all consumers one by one", .sap = kOneByOne, .target = kOneByOne, .asked = {kOwnSap, 20, 21, 22}},
+        {.what = "one service", .sap = 22, .target = 22, .asked = {kOwnSap, 22}},
+        {.what = "a row", .sap = kTableRow, .index = 2, .target = 2, .asked = {kOwnSap, 21, 20}},
+        {.what = "a slot beyond the number of SAPs", .sap = kTableRow, .index = 3, .target = 3, .asked = {kOwnSap}},
+        {.what = "SAP 0 of a row's request", .index = 2, .asked = {kOwnSap}},
     };
     for (const auto &c : cases) {
         qarn_feature = qarn_feature_send_all = 0;
@@ -68,32 +53,83 @@ TEST_F(Driver, AsksWhomTheRequestNames) {
         EXPECT_EQ(asked(), c.asked) << c.what;
         EXPECT_EQ(sent_request(sw.transport.sent.size() - 1).target, c.target) << c.what;
         EXPECT_EQ(qarn_feature, c.sap != 0 || c.index != 0) << c.what;
-        EXPECT_EQ(qarn_feature_send_all, c.sap == 1) << c.what;
+        EXPECT_EQ(qarn_feature_send_all, c.sap == kOneByOne) << c.what;
         EXPECT_EQ(ftbl_index, c.index) << c.what;
+        EXPECT_EQ(qarnkey, c.index == 2 && c.sap != 0 ? kKeyWord : 0) << c.what;
+        qarnkey = 0;
     }
     req.index = 0;
     generate();
     EXPECT_EQ(qarn_feature, 1) << "sticky";
-    EXPECT_EQ(asked(), (Saps{4000})) << "the list of the command before has been answered";
+    EXPECT_EQ(asked(), Saps{kOwnSap}) << "the list of the command before has been answered";
+}
+
+TEST_F(Driver, AddsTheSapsOfARowUpToTheSizeOfTheList) {
+    sim::set_sap_row(2, {21, 20}, 0);
+    for (const int32_t expected : {255, 256}) {
+        num_saps = expected - 2;
+        qarn_get_saps_from_sap_table(2);
+        EXPECT_EQ(num_saps, expected);
+    }
+    qarn_get_saps_from_sap_table(2);
+    EXPECT_EQ(num_saps, 256);
+    num_saps = 0;
+    for (const uint32_t no_row : {17u, kTableRow})
+        qarn_get_saps_from_sap_table(no_row);
+    EXPECT_EQ(num_saps, 0);
+}
+
+TEST_F(Driver, FindsASapByItsFirstPosition) {
+    const uint32_t list[] = {1, 7, 4, 7};
+    EXPECT_EQ(qarn_sap_list_find(list, 4, 7), 1);
+    EXPECT_EQ(qarn_sap_list_find(list, 1, 7), -1);
+}
+
+TEST_F(Driver, SetsTheDisplayVariantOfTheCommandCode) {
+    service_that_says(20, "a");
+    const struct {
+        uint32_t cmd_code, display_type;
+        int32_t no_interface_walk = 0, no_interface_header = 0;
+    } cases[] = {
+        {.cmd_code = 116, .display_type = 5, .no_interface_walk = 1, .no_interface_header = 1},
+        {.cmd_code = 149, .display_type = 14, .no_interface_header = 1},
+        {.cmd_code = 117, .display_type = 0},
+    };
+    for (const auto &c : cases) {
+        g_all_intf_config_printed = g_intf_config_printed = 0;
+        req.cmd_code = c.cmd_code;
+        generate();
+        EXPECT_EQ(sent_request().display_type, c.display_type) << c.cmd_code;
+        EXPECT_EQ(g_all_intf_config_printed, c.no_interface_walk) << c.cmd_code;
+        EXPECT_EQ(g_intf_config_printed, c.no_interface_header) << c.cmd_code;
+    }
 }
 
 TEST_F(Driver, WaitsOnceMoreForTheCliServer) {
+    sw.service("cli", kCliServer, 96).silent(); // at position 0 of the list
     service_that_says(20, "a");
-    sw.service("cli", 296, 96).silent();
+    EXPECT_EQ(generate(), QARN_STATUS_FAILED + 0u);
+    EXPECT_EQ(text,
+              "!Waiting on CLI Server to respond..\n" + silent(std::to_string(kCliServer)) + header() + "a\n\n\n");
+    EXPECT_EQ(sw.transport.timeouts, (Saps{0, kTimeout, kTimeout, kTimeout}));
+}
+
+TEST_F(Driver, WaitsNoLongerForAnyOtherService) {
+    service_that_says(20, "a");
     sw.service("dead", 21, 21).silent();
     const sim::Bytes reply = test::line(21, "the last fragment is missing\n").reply();
     sw.transport.deliver(req.mts_handle, QARN_OPC_REPLY,
-                         sim::fragment(21, false, static_cast<std::uint32_t>(reply.size()), reply));
-    EXPECT_EQ(generate(), 0x405f0001u);
-    EXPECT_EQ(text,
-              "!Waiting on CLI Server to respond..\n"
-              "The following SAPs did not respond within the expected timeframe\nPending SAPS:296 21 \n"
-              "Printing Ascii configuration for remaining SAPs\n" +
-                  header() + "a\n\n\n");
-    EXPECT_EQ(sw.transport.timeouts, (Saps{0, 120, 120, 120, 120}));
-    sw.find_service("cli")->is_silent = false;
+                         sim::fragment(21, false, static_cast<uint32_t>(reply.size()), reply));
+    EXPECT_EQ(generate(), QARN_STATUS_FAILED + 0u);
+    EXPECT_EQ(text, silent("21") + header() + "a\n\n\n");
+    EXPECT_EQ(sw.transport.timeouts, (Saps{0, kTimeout, kTimeout, kTimeout}));
+}
+
+TEST_F(Driver, WaitsWithoutATimeOutUnderItsDebugBit) {
+    service_that_says(20, "a");
+    req.dbg_mask = QARN_DEBUG_NO_TIMEOUT;
     generate();
-    EXPECT_EQ(text.find("The following SAPs"), 0u) << "only the CLI server is waited for again";
+    EXPECT_EQ(sw.transport.timeouts, (Saps{0, 0}));
 }
 
 TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
@@ -102,7 +138,7 @@ TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
     const struct {
         const char *function;
         int error;
-        std::uint32_t sap;
+        uint32_t sap;
         std::string text, errors;
     } cases[] = {
         {"mts_send", ENOBUFS, 0, "", "Ascii cfg send notify failed: No buffer space available\n"},
@@ -117,7 +153,7 @@ TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
         qarn_feature = 0;
         req.sap = c.sap;
         sw.next(c.function, {-7, c.error, 1}); // the first call of either belongs to the in-process services
-        EXPECT_EQ(generate(), 0x805f0000u | (static_cast<std::uint32_t>(c.error) & 0xfff)) << c.text << c.errors;
+        EXPECT_EQ(generate(), QARN_STATUS_TRANSPORT(c.error)) << c.text << c.errors;
         EXPECT_EQ(text, c.text);
         EXPECT_EQ(errors, c.errors);
         EXPECT_EQ(calls_of("mts_send").size(), 2u) << "itself and the first that cannot be reached";
@@ -127,56 +163,22 @@ TEST_F(Driver, ReturnsTheErrnoOfAFailingTransport) {
 TEST_F(Driver, EndsWithoutServicesOrConsumers) {
     EXPECT_EQ(generate(), 0u);
     EXPECT_EQ(text, "No registered SAPS\n");
-    for (const std::uint32_t sap : {0u, 1u}) {
+    EXPECT_EQ(req.gen_started, 1u);
+    for (const uint32_t sap : {0u, kOneByOne}) {
         req.sap = sap;
         num_saps = 3;
         sw.next("mts_opc_consumers_list", {-1, EBADF});
-        EXPECT_EQ(generate(), 0x405f0001u);
+        EXPECT_EQ(generate(), QARN_STATUS_FAILED + 0u);
         EXPECT_EQ(text, "");
         EXPECT_EQ(errors, "Num Consumers: Bad file descriptor\n");
     }
 }
 
-TEST_F(Driver, PrintsOnlyTheClosingNewlineWhenThereIsNothingToAsk) {
+TEST_F(Driver, PrintsOnlyTheClosingNewlineWithoutInterfacesToShow) {
     service_that_says(20, "a");
     EXPECT_EQ(run(qarn_cli_run_intf_cfg_gen), 0u);
-    EXPECT_EQ(text, "\n") << "no interfaces";
-    EXPECT_EQ(asked(), Saps());
-    cfg_display = 0;
-    test::FailingMalloc memory;
-    memory.fail_nth(1, sizeof(qarn_cfg_req_msg));
-    EXPECT_EQ(generate(), 0x405f0001u);
     EXPECT_EQ(text, "\n");
-}
-
-TEST_F(Driver, ChoosesTheDisplayVariant) {
-    service_that_says(20, "a");
-    const std::tuple<std::uint32_t, std::uint32_t, int, int> cases[] = {
-        {115, 4, 0, 0},  {116, 5, 1, 1},  {148, 13, 0, 0}, {149, 14, 0, 1},
-        {150, 15, 0, 1}, {169, 12, 1, 1}, {117, 0, 0, 0}};
-    for (const auto &[code, type, walk, header] : cases) {
-        g_all_intf_config_printed = g_intf_config_printed = 0;
-        req.cmd_code = code;
-        generate();
-        EXPECT_EQ(sent_request().display_type, type) << code;
-        EXPECT_EQ(g_all_intf_config_printed, walk) << code;
-        EXPECT_EQ(g_intf_config_printed, header) << code;
-    }
-}
-
-TEST_F(Driver, TracesSelectionAndCollection) {
-    service_that_says(20, "a");
-    req.dbg_mask = 0x61;
-    req.sap = 20;
-    saps_exclude[0] = 5;
-    num_saps_exclude = 1;
-    generate();
-    EXPECT_EQ(traces,
-              "Sap:20\nIndex:0\nNum Saps:1\nNum Saps Excluded:1\n"
-              "Received Message fragment from Sap 20 of length 52, Last Message 1\n"
-              "Received config from Sap:20\nSap ctr = -1\nInfo flag = 0x0\n");
-    EXPECT_EQ(text.find("Pending SAPS:20 \nPending SAPS:5 \nPending SAPS:\n\n!Command"), 0u) << text;
-    EXPECT_EQ(sw.transport.timeouts.back(), 0u) << "no limit";
+    EXPECT_EQ(asked(), Saps());
 }
 
 // The startup configuration, with a store that has both forms.
@@ -202,14 +204,14 @@ TEST_F(StartupDriver, TakesItsUriFromTheStoreOrTheDefault) {
                                                            {"", "readonly:/var/sysmgr/startup-cfg"}};
     for (const auto &[uri, base] : cases) {
         respond_with(uri);
-        generate(2);
+        generate(QARN_SOURCE_STARTUP);
         EXPECT_STREQ(sent_request().startup_uri, base) << uri;
         EXPECT_STREQ(req.startup_uri, base) << uri;
         EXPECT_EQ(locks().size(), 2u);
         EXPECT_EQ(start_cfg_locked, 0u);
     }
     sw.lock_response.reset();
-    generate(2);
+    generate(QARN_SOURCE_STARTUP);
     EXPECT_STREQ(sent_request().startup_uri, "readonly:/var/sysmgr/startup-cfg");
 }
 
@@ -220,81 +222,36 @@ TEST_F(StartupDriver, RefusesWithoutWhatTheDisplayNeeds) {
     EXPECT_EQ(text, copy_first);
     EXPECT_EQ(calls_of("sysmgrcmi_dir_get").size(), 2u);
     cfg_display = 0;
-    cmd_token_id = 203;
-    generate(2);
+    cmd_token_id = QARN_TOKEN_SYNC_BODY;
+    generate(QARN_SOURCE_STARTUP);
     EXPECT_EQ(text, copy_first);
     cmd_token_id = 0;
     Calls program;
     sw.run_program = [&](const Calls &words) { return program = words, 0; };
-    EXPECT_EQ(generate(2), 0u);
+    EXPECT_EQ(generate(QARN_SOURCE_STARTUP), 0u);
     EXPECT_EQ(text, "");
     EXPECT_EQ(program, (Calls{"/bin/cat", sw.ascii_startup_dir + "/system.cfg"}));
     EXPECT_EQ(calls_of("sysmgrcmi_dir_get").size(), 2u) << "one for each condition that needs it";
     req.sap = 20;
-    generate(2);
+    generate(QARN_SOURCE_STARTUP);
     EXPECT_EQ(text, "ERROR:No binary startup-config present. Use \"show startup-config\" instead.\n");
     std::filesystem::remove(sw.ascii_startup_dir + "/system.cfg");
-    EXPECT_EQ(generate(2), 0x40540025u);
-    EXPECT_EQ(text, std::string(syserr2str(0x40540025)) + "\n");
+    EXPECT_EQ(generate(QARN_SOURCE_STARTUP), QARN_STATUS_NO_STARTUP + 0u);
+    EXPECT_EQ(text, std::string(syserr2str(QARN_STATUS_NO_STARTUP)) + "\n");
     EXPECT_EQ(locks(), Calls());
-}
-
-TEST_F(StartupDriver, ReleasesTheStoreOnEveryWayOut) {
-    std::optional<test::FailingMalloc> memory;
-    const auto fail_second = [&](const char *function, int error) { sw.next(function, {-1, error, 1}); };
-    const struct {
-        const char *what;
-        std::function<void()> spoil;
-        std::uint32_t status;
-        std::size_t locks;
-    } cases[] = {
-        {"refused", [&] { sw.next("cmi_req_resp", {0x4711}); }, 0x4711, 1},
-        {"no memory for the URI", [&] { memory->fail_nth(1, 21); }, 0x405f0001, 2},
-        {"no memory for the request", [&] { memory->fail_nth(1, sizeof(qarn_cfg_req_msg)); }, 0x405f0001, 2},
-        {"no consumer list", [&] { sw.next("mts_opc_consumers_list", {-1}); }, 0x405f0001, 2},
-        {"no consumers", [&] { sw.services.front().consumer = false; }, 0, 2},
-        {"no receive", [&] { fail_second("mts_recv", EIO); }, 0x805f0005, 2},
-        {"no send, and none of the release",
-         [&] {
-             fail_second("mts_send", ENOBUFS), sw.next("cmi_req_resp", {0, EIO, 1});
-         },
-         0x805f0069, 2},
-    };
-    for (const auto &c : cases) {
-        memory.emplace();
-        sw.scripted.clear();
-        sw.services.front().consumer = true;
-        c.spoil();
-        EXPECT_EQ(generate(2), c.status) << c.what;
-        EXPECT_EQ(locks().size(), c.locks) << c.what;
-        EXPECT_EQ(start_cfg_locked, 0u) << c.what;
-        EXPECT_EQ(text.find("\na\n"), std::string::npos) << c.what;
-    }
 }
 
 TEST_F(StartupDriver, ReleasesTheStoreBeforeItPrintsAndAgainWhenThatFailed) {
     sw.error_texts[5] = "busy";
     sw.next("cmi_req_resp", {5, 0, 1});
-    EXPECT_EQ(generate(2), 0u);
+    EXPECT_EQ(generate(QARN_SOURCE_STARTUP), 0u);
     EXPECT_EQ(text, std::string("busy\n\n!Command: show running-config\n!Time: ") + test::kNowText +
                         "!Startup config saved at: yesterday\n\nversion 4.2(7)\na\n\n\n");
-    EXPECT_EQ(req.info_flags, 2u);
+    EXPECT_EQ(req.info_flags, QARN_INFO_STARTUP + 0u);
     const std::string exchange = "8, \"\", \"\", 76, 1, 20)";
     EXPECT_EQ(locks(), (Calls{"cmi_req_resp(7670, 3, lock, " + exchange, "cmi_req_resp(7670, 3, unlock, " + exchange,
                               "cmi_req_resp(7670, 3, unlock, " + exchange}));
     EXPECT_EQ(start_cfg_locked, 0u);
-}
-
-TEST_F(StartupDriver, TracesTheStore) {
-    req.dbg_mask = 0x40;
-    generate(2);
-    const std::string lock =
-        "Bin Config URI base = readonly:/store/x/bin\nDebug Config URI base = \n"
-        "Status is  success\n";
-    EXPECT_EQ(traces, "Startup bin cfg dir " + sw.bin_startup_dir + " count:1\n" + lock +
-                          "URI BIN BASE LEN is 21\nURI BASE is readonly:/store/x Len is 17\n"
-                          "Received Message fragment from Sap 20 of length 52, Last Message 1\nSap ctr = 0\n" +
-                          lock + "Info flag = 0x2\n");
 }
 
 } // namespace

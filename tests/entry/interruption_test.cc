@@ -18,7 +18,7 @@
 
 namespace {
 
-std::string log_path; // stands in for the exception log
+std::string log_path; // opened in place of the exception log
 
 std::FILE *open_log(const char *path, const char *mode) {
     return std::fopen(std::strcmp(path, "/tmp/qarn_dbg") == 0 ? log_path.c_str() : path, mode);
@@ -30,7 +30,7 @@ class Interruption : public test::Story {
         folder = mkdtemp(pattern_.data());
         sim::use_store(sw, folder);
         add_interface(7, "mgmt0", 1);
-        for (const std::uint32_t sap : {20u, 21u}) {
+        for (const uint32_t sap : {20u, 21u}) {
             sim::Element &element = sw.service(std::to_string(sap), sap, sap).element(1, 3);
             element.text = "saved\n";
             element.every_view = true;
@@ -61,7 +61,10 @@ class Interruption : public test::Story {
         sw.printed.clear();
         interrupted = this;
         std::atexit([] { interrupted->report(); });
-        const auto raise_first = [&] { printed = sw.printed.size(), std::raise(signo); };
+        const auto raise_first = [&] {
+            printed = sw.printed.size();
+            std::raise(signo);
+        };
         sw.on_call = [&](const std::string &call) {
             if (sw.calls.size() > point) std::fprintf(stderr, "%s\n", call.c_str());
             if (sw.calls.size() == point) raise_first();

@@ -16,7 +16,7 @@ class Header : public test::Story {
         std::error_code ignored;
         std::filesystem::remove(path, ignored);
     }
-    std::string show(std::uint32_t cfg_source) {
+    std::string show(uint32_t cfg_source) {
         watch([&] { qarn_time_print(&req, cfg_source, path.c_str()); });
         return text;
     }
@@ -28,7 +28,7 @@ TEST_F(Header, NamesTheCommandAndTheTime) {
     const std::string running = "\n!Command: show running-config\n" + time_line,
                       checkpoint = "\n!Command: Checkpoint cmd vdc 2\n" + time_line,
                       startup = "\n!Command: show startup-config\n" + time_line, saved = "!Startup config saved at: ";
-    const std::tuple<const char *, std::uint32_t, std::uint32_t, std::string> cases[] = {
+    const std::tuple<const char *, uint32_t, uint32_t, std::string> cases[] = {
         {"running", 1, 0, running},
         {"running as saved now", 1, 0x04, startup + saved + kNowText + "\n"},
         {"saved now before checkpoint", 1, 0x14, startup + saved + kNowText + "\n"},
@@ -72,20 +72,6 @@ TEST_F(Header, NamesTheVersionWhenItIsKnown) {
     sw.version.reset();
     watch(qarn_version_print);
     EXPECT_EQ(text, "");
-}
-
-TEST_F(Header, ListsPlaceholders) {
-    test::start_generation(&req);
-    test::store_element({.uuid = 1, .elem_id = 3});
-    test::store_element({.uuid = 40000, .elem_id = 50000, .property = 0x14});
-    qarn_merge_key keys[] = {{40000, 50000}, {1, 3}, {9, 9}};
-    vertex vertices[3] = {};
-    for (int i = 0; i < 3; ++i) {
-        vertices[i].data = &keys[i];
-        enqueue(&intf_element_q, &vertices[i]);
-    }
-    watch([] { print_dummy_elems(&intf_element_q); });
-    EXPECT_EQ(text, "Dummy Elements:\n(40000,50000) \n");
 }
 
 } // namespace

@@ -1,160 +1,111 @@
-// One element of an ordered level: the walk of a feature's interfaces, the members of port channels, and what port
-// profiles make of it.
+// Interface blocks: what port profiles make of them, and the members of port channels.
 #include <cstdlib>
-#include <cstring>
-#include <tuple>
 
 #include "platform/cmdshell.h"
-#include "platform/csm.h"
 #include "support/story.h"
 
 namespace {
 
-using test::add_intf_text;
-using test::store_element;
 using Calls = std::vector<std::string>;
 
-class ElementPrinter : public test::Story {
+constexpr uint32_t kChannel = 0x16000001, kFailure = 99;
+constexpr uint32_t kBlock = 7, kChannelBlock = 20;
+constexpr char kMerge[] = "ppm_intf_shrun_merge", kMembers[] = "pcm_get_pc_info";
+
+class InterfaceBlocks : public test::Story {
   protected:
-    ElementPrinter() {
-        test::start_generation(&req);
-        setenv("SYSMGR_VDC_ID", "1", 1);
-        gl_q = 6;
+    InterfaceBlocks() {
+        add_interface(1, "Ethernet1/1", kBlock).port_profile = "web";
+        sw.port_profiles["web"] = "  mtu 9216\n";
+        sw.error_texts = {{kFailure, "not today"}};
+        ports.intf_texts = {{1, "  shut\n"}};
     }
-
-    // The switch's interfaces reach the chains.
-    void take_up_interfaces() {
-        qarn_ifindex_lists_init(&req);
-        sw.calls.clear();
-    }
-    // An interface element, in the order in which the interface pass would queue it.
-    qarn_elem *interface_element(std::uint32_t uuid, const std::map<std::uint32_t, std::string> &texts,
-                                 std::uint32_t property = QARN_PROP_INTF) {
-        qarn_elem *elem = store_element({.uuid = uuid, .elem_id = 1, .property = property});
-        for (const auto &[if_index, intf_text] : texts)
-            add_intf_text(elem, if_index, intf_text);
-        enqueue(&intf_element_q, vertex_of(uuid, 1));
-        return elem;
-    }
-    vertex *vertex_of(std::uint32_t uuid, std::uint32_t elem_id) {
-        keys_.push_back({static_cast<std::uint16_t>(uuid), static_cast<std::uint16_t>(elem_id)});
-        vertices_.push_back({});
-        vertices_.back().data = &keys_.back();
-        return &vertices_.back();
-    }
-    std::string print(std::uint32_t uuid, std::uint32_t elem_id) {
-        qarn_cfg_req_msg request;
-        std::memset(&request, 0, sizeof request);
-        request.vsan_mask.bits[0] = 0x40;  // VSAN 1
-        qarn_cfg_req_msg *sent = &request; // clang captures no record with a flexible array
-        watch([&] { qarn_element_cfg_print(vertex_of(uuid, elem_id), sent); });
+    std::string show() {
+        generate();
         EXPECT_EQ(g_intf_config_str, nullptr) << "released after every interface";
-        return text;
+        return body();
     }
-
-  private:
-    std::deque<qarn_merge_key> keys_;
-    std::deque<vertex> vertices_;
+    sim::Element &ports = sw.service("ports", 20, 5).element(1, 2, QARN_PROP_INTF);
+    sim::Service &blocks = sw.service("blocks", 21, QARN_UUID_INTERFACE);
+    sim::Element &block = blocks.element(kBlock, 4);
 };
 
-TEST_F(ElementPrinter, MergesPortProfilesUnlessTheyAreBypassed) {
-    add_interface(1, "Ethernet1/1", 7).port_profile = "web";
-    sw.port_profiles["web"] = "  mtu 9216\n";
-    take_up_interfaces();
-    interface_element(5, {{1, "  shut\n"}});
+TEST_F(InterfaceBlocks, AreMergedWithPortProfilesUnlessTheyAreBypassed) {
     const std::string plain = "\ninterface Ethernet1/1\n  shut\n", merged = plain + "  mtu 9216\n";
-    const std::tuple<const char *, std::int32_t, std::int32_t, std::int32_t, std::uint32_t, std::string> cases[] = {
-        {"merged", 0, 0, 0, 0, merged},
-        {"other filter bits", 0, 0, 0, ~0x200u, merged},
-        {"filter bit", 0, 0, 0, 0x200, plain},
-        {"bypassed", 0, 0, 1, 0, plain},
-        {"all services in feature mode", 1, 1, 0, 0, merged},
-        // The interface printer writes a header too, from the name that the feature-mode walk left.
-        {"one feature", 1, 0, 0, 0, "\ninterface Ethernet1/1\n\ninterface \n  shut\n"},
+    const struct {
+        const char *what;
+        uint32_t sap = 0;
+        int32_t bypass = 0;
+        uint32_t filter = 0;
+        std::string expected;
+    } cases[] = {
+        {.what = "merged", .expected = merged},
+        {.what = "other filter bits", .filter = CLI_FILTER_SCRIPT | CLI_FILTER_SYNC_FRAME, .expected = merged},
+        {.what = "filter bit", .filter = CLI_FILTER_NO_PROFILE_MERGE, .expected = plain},
+        {.what = "bypassed", .bypass = 1, .expected = plain},
+        {.what = "all services in feature mode", .sap = 1, .expected = merged},
     };
-    ppm_merge_input.cfg_source = 2;
-    for (const auto &[what, feature, send_all, bypass, filter, expected] : cases) {
-        qarn_feature = feature;
-        qarn_feature_send_all = send_all;
-        g_bypass_ppm = bypass;
-        g_cli_execution_filter_mode = filter;
-        EXPECT_EQ(print(223, 7), expected) << what;
-        const Calls asked = {"ppm_intf_shrun_merge(6, 0x1, {0, 0, 0, 2, 0, 0})"};
-        EXPECT_EQ(calls_of("ppm_intf_shrun_merge"), expected == merged ? asked : Calls()) << what;
-        EXPECT_EQ(ppm_merge_input.bypass, static_cast<std::uint32_t>(bypass)) << what;
+    for (const auto &c : cases) {
+        req.sap = c.sap;
+        g_bypass_ppm = c.bypass;
+        g_cli_execution_filter_mode = c.filter;
+        EXPECT_EQ(show(), c.expected) << c.what;
+        EXPECT_EQ(calls_of(kMerge).size(), c.expected == merged ? 1u : 0u) << c.what;
+        EXPECT_EQ(ppm_merge_input.bypass, static_cast<uint32_t>(c.bypass)) << c.what;
     }
-    qarn_feature = g_bypass_ppm = 0;
-    g_cli_execution_filter_mode = 0;
-    sw.next("ppm_intf_shrun_merge", {});
-    EXPECT_EQ(print(223, 7), "\ninterface Ethernet1/1\n") << "no merged text, no body";
 }
 
-TEST_F(ElementPrinter, FollowsPortChannelsByTheirMembers) {
-    add_interface(0x16000001, "port-channel1", 20).members = {1, 2};
-    add_interface(0x16000002, "port-channel2", 20);
-    add_interface(0x16000003, "port-channel3.1", 20).port_channel_sub_interface = true;
-    add_interface(1, "Ethernet1/1", 7).members = {2};
-    add_interface(2, "Ethernet1/2", 7).port_profile = "web";
-    sw.port_profiles["web"] = "  mtu 9216\n";
-    cmd_token_id = 167;
-    take_up_interfaces();
-    interface_element(5, {{1, "  one\n"}, {2, "  two\n"}, {0x16000001, "  lacp\n"}});
-    const std::string channels = "\ninterface port-channel2\n\ninterface port-channel3.1\n";
-    EXPECT_EQ(print(223, 20),
-              "\ninterface port-channel1\n  lacp\n\ninterface Ethernet1/1\n  one\n"
-              "\ninterface Ethernet1/2\n  two\n" +
-                  channels);
-    EXPECT_EQ(calls_of("pcm_get_pc_info"), (Calls{"pcm_get_pc_info(1, 0x16000001)", "pcm_get_pc_info(1, 0x16000002)"}));
-    EXPECT_EQ(calls_of("ppm_intf_shrun_merge").size(), 3u) << "members are merged under a filter bit only";
-    g_cli_execution_filter_mode = 0x208;
-    EXPECT_EQ(print(223, 20),
-              "\ninterface port-channel1\n  lacp\n\ninterface Ethernet1/1\n  one\n"
-              "\ninterface Ethernet1/2\n  two\n  mtu 9216\n" +
-                  channels);
-    sw.error_texts = {{99, "not today"}};
-    sw.next("pcm_get_pc_info", {99});
-    EXPECT_EQ(print(223, 20),
-              "\ninterface port-channel1\n  lacp\n"
-              "pcm_get_pc_info failed for 0x16000001 retval not today\n" +
-                  channels);
-    for (std::uint32_t member = 3; member <= 40; ++member)
-        sw.interfaces[0].members.push_back(member);
-    const std::string many = print(223, 20);
-    EXPECT_NE(many.find("\ninterface if0x24\n" + channels), std::string::npos) << "the first 36 of 40\n" << many;
+TEST_F(InterfaceBlocks, AreEmptyWithoutAMergedText) {
+    sw.next(kMerge, {});
+    EXPECT_EQ(show(), "\ninterface Ethernet1/1\n");
+    EXPECT_EQ(calls_of(kMerge), Calls{"ppm_intf_shrun_merge(1, 0x1, {0, 0, 0, 1, 0, 0})"});
 }
 
-TEST_F(ElementPrinter, AsksForMembersInTheVdcOfTheShell) {
-    add_interface(0x16000001, "port-channel1", 20);
-    cmd_token_id = 167;
-    take_up_interfaces();
-    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "0"}, {"", "0"}, {"absent", "1"}}) {
+// The display of interfaces with the members of port channels.
+class MembershipBlocks : public InterfaceBlocks {
+  protected:
+    MembershipBlocks() {
+        cmd_token_id = QARN_TOKEN_MEMBERSHIP;
+        add_interface(kChannel, "port-channel1", kChannelBlock).members = {1};
+        add_interface(kChannel + 1, "port-channel2.1", kChannelBlock).port_channel_sub_interface = true;
+        sw.interfaces.front().members = {2}; // is no port channel
+        block.id = kChannelBlock;
+        ports.intf_texts.emplace_back(kChannel, "  lacp\n");
+    }
+    const std::string first = "\ninterface port-channel1\n  lacp\n", member = "\ninterface Ethernet1/1\n  shut\n",
+                      sub_interface = "\ninterface port-channel2.1\n";
+};
+
+TEST_F(MembershipBlocks, FollowTheirPortChannel) {
+    EXPECT_EQ(show(), first + member + sub_interface);
+    EXPECT_EQ(calls_of(kMerge).size(), 2u) << "members are merged under a filter bit only";
+    g_cli_execution_filter_mode = CLI_FILTER_NO_PROFILE_MERGE | CLI_FILTER_SWITCH_PROFILE;
+    sw.switch_profile.emplace();
+    EXPECT_EQ(show(), first + member + "  mtu 9216\n" + sub_interface);
+    block.id = kBlock;
+    EXPECT_EQ(show(), member) << "as in any other display";
+}
+
+TEST_F(MembershipBlocks, AreLeftOutWhenTheirManagerFails) {
+    sw.next(kMembers, {kFailure});
+    EXPECT_EQ(show(), first + "pcm_get_pc_info failed for 0x16000001 retval not today\n" + sub_interface);
+}
+
+TEST_F(MembershipBlocks, AreThoseOfTheFirst36Members) {
+    sw.interfaces[1].members.assign(QARN_MAX_PC_MEMBERS + 4, 1);
+    std::string expected = first;
+    for (int i = 0; i < QARN_MAX_PC_MEMBERS; ++i)
+        expected += member;
+    EXPECT_EQ(show(), expected + sub_interface);
+}
+
+TEST_F(MembershipBlocks, AreAskedForInTheVdcOfTheShell) {
+    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"absent", "1"}}) {
         setenv("SYSMGR_VDC_ID", value, 1);
         if (std::string_view(value) == "absent") unsetenv("SYSMGR_VDC_ID");
-        print(223, 20);
-        EXPECT_EQ(calls_of("pcm_get_pc_info"), Calls{std::string("pcm_get_pc_info(") + vdc + ", 0x16000001)"});
+        show();
+        EXPECT_EQ(calls_of(kMembers), Calls{std::string("pcm_get_pc_info(") + vdc + ", 0x16000001)"});
     }
-}
-
-TEST_F(ElementPrinter, WalksTheInterfacesOfAFeatureOnce) {
-    add_interface(1, "Ethernet1/1", 7).port_profile = "web";
-    add_interface(2, "Ethernet1/2", 8);
-    add_interface(3, "Ethernet1/3", 7);
-    take_up_interfaces();
-    interface_element(5, {{1, "  one"}, {3, ""}})->cfg_str = g_string_new("own\n");
-    interface_element(6, {{1, "  more\n"}, {2, "  two\n"}});
-    store_element({.uuid = 4, .elem_id = 1}, "first\n");
-    qarn_feature = 1;
-    EXPECT_EQ(print(4, 1), "first\n") << "no interface configuration of its own";
-    EXPECT_EQ(print(5, 1),
-              "own\n"
-              "\ninterface Ethernet1/1\n  one\n  more\n"
-              "\ninterface Ethernet1/3\n"
-              "\ninterface Ethernet1/2\n  two\n");
-    EXPECT_EQ(calls_of("ppm_intf_shrun_merge"), Calls());
-    EXPECT_EQ(print(5, 1), "own\n") << "once";
-    g_all_intf_config_printed = 0;
-    qarn_feature_send_all = 1;
-    EXPECT_EQ(print(5, 1), "own\n") << "all services print their blocks elsewhere";
 }
 
 } // namespace

@@ -8,12 +8,12 @@
 namespace {
 
 using Ids = std::vector<int>;
-using Ranges = std::vector<std::pair<std::int32_t, std::int32_t>>;
+using Ranges = std::vector<std::pair<int32_t, int32_t>>;
 
 qarn_id_mask mask_of(const Ids &ids) {
     qarn_id_mask mask = {};
     for (const int id : ids)
-        mask.bits[id / 8] = static_cast<std::uint8_t>(mask.bits[id / 8] | (0x80 >> id % 8));
+        mask.bits[id / 8] = static_cast<uint8_t>(mask.bits[id / 8] | (0x80 >> id % 8));
     return mask;
 }
 
@@ -61,32 +61,38 @@ TEST_F(IdRange, PrintsASetAsItsRuns) {
 }
 
 TEST_F(IdRange, TakesTheIdsThatTheCommandNames) {
-    const Ids all = between(0, 4095);
     const Ranges without_ids = {{INT32_MIN, 1}, {4094, INT32_MAX}, {4096, 5000}, {-9, -1}};
-    const std::tuple<const char *, std::uint32_t, bool, Ranges, Ids, Ids, Ids> cases[] = {
-        {"VSANs less those that may not be shown", 1, true, {{10, 12}, {20, 20}}, {11, 20, 30}, {11, 20}, all},
-        {"VLANs", 2, true, {{10, 12}, {20, 20}, {0, 0}, {4095, 4095}}, {}, all, {0, 10, 11, 12, 20, 4095}},
-        {"reversed", 2, true, {{12, 10}, {5, 5}}, all, all, {5}},
-        {"no ranges", 2, true, {}, all, all, {}},
-        {"no token", 1, false, {}, {1}, all, all},
-        {"bounds without ids", 2, true, without_ids, all, all, {0, 1, 4094, 4095}},
+    constexpr uint32_t kVsans = QARN_DISPLAY_VSAN, kVlans = QARN_DISPLAY_VLAN;
+    const struct {
+        const char *what;
+        uint32_t display;
+        bool has_token = true;
+        Ranges ranges = {};
+        Ids allowed = {}, vsans = between(0, 4095), vlans = between(0, 4095);
+    } cases[] = {
+        {.what = "VSANs", .display = kVsans, .ranges = {{10, 12}}, .allowed = {11, 20}, .vsans = {11}},
+        {.what = "VLANs", .display = kVlans, .ranges = {{10, 11}, {0, 0}, {4095, 4095}}, .vlans = {0, 10, 11, 4095}},
+        {.what = "reversed", .display = kVlans, .ranges = {{12, 10}, {5, 5}}, .vlans = {5}},
+        {.what = "no ranges", .display = kVlans, .vlans = {}},
+        {.what = "no token", .display = kVsans, .has_token = false, .allowed = {1}},
+        {.what = "outside", .display = kVlans, .ranges = without_ids, .vlans = {0, 1, 4094, 4095}},
     };
-    for (const auto &[what, display, has_token, ranges, allowed, vsans, vlans] : cases) {
-        cfg_display = display;
+    for (const auto &c : cases) {
+        cfg_display = c.display;
         req.num_tokens = 0;
-        if (has_token) add_ranges_token(ranges);
-        req.vsan_mask = mask_of(allowed);
+        if (c.has_token) add_ranges_token(c.ranges);
+        req.vsan_mask = mask_of(c.allowed);
         std::memset(&req.vlan_mask, 0, sizeof req.vlan_mask);
         qarn_id_mask vsan_mask, vlan_mask;
         std::memset(&vsan_mask, 0x55, sizeof vsan_mask);
         std::memset(&vlan_mask, 0x55, sizeof vlan_mask);
         qarn_vsan_mask_populate(&req, &vsan_mask);
-        EXPECT_EQ(ids_of(req.vlan_mask), Ids()) << what;
+        EXPECT_EQ(ids_of(req.vlan_mask), Ids()) << c.what;
         qarn_vlan_mask_populate(&req, &vlan_mask);
-        EXPECT_EQ(ids_of(vsan_mask), vsans) << what;
-        EXPECT_EQ(ids_of(vlan_mask), vlans) << what;
-        EXPECT_EQ(ids_of(req.vlan_mask), all) << what;
-        EXPECT_EQ(vsan_mask.len + vlan_mask.len + req.vlan_mask.len, 3 * 512u) << what;
+        EXPECT_EQ(ids_of(vsan_mask), c.vsans) << c.what;
+        EXPECT_EQ(ids_of(vlan_mask), c.vlans) << c.what;
+        EXPECT_EQ(ids_of(req.vlan_mask), between(0, 4095)) << c.what;
+        EXPECT_EQ(vsan_mask.len + vlan_mask.len + req.vlan_mask.len, 3 * sizeof vsan_mask.bits) << c.what;
     }
     cfg_display = QARN_DISPLAY_VLAN;
     req.num_tokens = 0;

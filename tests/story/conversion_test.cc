@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::uint32_t kBadSpecification = 0x40480001, kNoLicence = 0x40480002;
+constexpr uint32_t kBadSpecification = 0x40480001, kNoLicence = 0x40480002;
 constexpr char kSpecification[] = "display-conversion replace vlan segment\n";
 
 // What the loader does not find, and whether the conversion's end fails.
@@ -26,8 +26,8 @@ int close_library(void *library) {
     --loaded;
     return dlclose(library);
 }
-std::uint32_t (*destroy)(void *handle);
-std::uint32_t destroy_with_an_error(void *handle) {
+uint32_t (*destroy)(void *handle);
+uint32_t destroy_with_an_error(void *handle) {
     destroy(handle);
     return kNoLicence;
 }
@@ -100,7 +100,7 @@ TEST_F(DisplayConversion, RewritesTheTextsOfItsCommand) {
 }
 
 TEST_F(DisplayConversion, LeavesAWholePlainConfigurationWhenItCannotBeHad) {
-    const std::tuple<std::string, std::uint32_t, std::string> cases[] = {
+    const std::tuple<std::string, uint32_t, std::string> cases[] = {
         {"", QARN_INFO_PLAIN, ""},
         {"/opux/lib/libddas.so", 0, ""},
         {"ddas_create_qarn_cnv_handle", 0, "\n *** no ddas_create_qarn_cnv_handle ***\n"},
@@ -139,8 +139,8 @@ TEST_F(DisplayConversion, IsClosedAfterTheMessageOfEveryWayOut) {
     EXPECT_EQ(body(), shown() + "config sync manager returned error:no profile\n" + last);
     expect_closed();
 
-    for (const auto &[property, line] : {std::pair(0u, "KEYSTR Loop in the graph\n"),
-                                         std::pair(std::uint32_t{QARN_PROP_INTF}, "Loop in the graph\n")}) {
+    for (const auto &[property, line] :
+         {std::pair(0u, "KEYSTR Loop in the graph\n"), std::pair(uint32_t{QARN_PROP_INTF}, "Loop in the graph\n")}) {
         sim::Element &loop = ddas->element(3, 3, property);
         loop.dependencies = {{222, 3}};
         EXPECT_EQ(generate(), 0x405f0001u);

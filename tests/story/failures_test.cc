@@ -1,7 +1,7 @@
 // One failure at a time, at every point that a representative command reaches: each allocation of the library's own
-// code, and each platform call. Whatever fails, the command comes back, the store is free again, and the text holds
-// nothing but lines of the undisturbed text and the lines that tell of the failure. With LIST_FAILURES in the
-// environment every point is listed with what came of it.
+// code, and each platform call. Whatever fails, the command comes back with the status of that failure, the store is
+// free again, and the text holds nothing but lines of the undisturbed text and the lines that report the failure. With
+// LIST_FAILURES in the environment every point is listed with what came of it.
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -18,8 +18,8 @@ namespace {
 
 using test::Story;
 
-// What may be told of a failure, up to where a line goes on with a number or a name.
-constexpr std::string_view kTold[] = {
+// Beginnings of the lines that report a failure.
+constexpr std::string_view kReports[] = {
     "Failed to allocate memory for startup uri",
     "Unable to extract data for Sap ",
     "The following SAPs did not respond within the expected timeframe",
@@ -45,8 +45,28 @@ bool is_another_group(const std::string &line) {
     return groups.contains(line);
 }
 
-bool tells_of_failure(const std::string &line) {
-    return std::ranges::any_of(kTold, [&](std::string_view told) { return line.starts_with(told); });
+bool reports_failure(const std::string &line) {
+    return std::ranges::any_of(kReports, [&](std::string_view report) { return line.starts_with(report); });
+}
+
+// The status of a command in which the n-th call of a platform function fails; of any other command it is 0.
+uint32_t status_after(const std::string &function, int n) {
+    constexpr int kEach = -1;
+    static const std::map<std::string, std::pair<int, uint32_t>> statuses = {
+        {"cmi_req_resp", {1, ~0u}}, // the lock
+        {"csm_get_switch_profile_qarn", {1, QARN_STATUS_FAILED}},
+        {"mts_opc_consumers_list", {1, QARN_STATUS_FAILED}},
+        {"mts_payload_get", {kEach, QARN_STATUS_FAILED}},
+        {"mts_recv", {kEach, QARN_STATUS_TRANSPORT(EPIPE)}},
+        {"mts_send", {2, QARN_STATUS_TRANSPORT(EPIPE)}},
+        {"qarn_cb_run_cfg_generate", {1, ~0u}},
+        {"sysmgrcmi_dir_get", {1, QARN_STATUS_NO_STARTUP}},
+    };
+    if (function == "mts_recv" && n == 1) return 0; // of in-process services, as the first mts_send
+    const auto found = statuses.find(function);
+    if (found == statuses.end()) return 0;
+    const auto &[failing, status] = found->second;
+    return failing == n || failing == kEach ? status : 0;
 }
 
 class Failures : public Story {
@@ -54,7 +74,7 @@ class Failures : public Story {
     Failures() {
         folder_ = mkdtemp(pattern_.data());
         sim::use_store(sw, folder_);
-        for (const std::uint32_t index : {1u, 2u, 3u}) {
+        for (const uint32_t index : {1u, 2u, 3u}) {
             sim::Interface &port = add_interface(index, "Ethernet1/" + std::to_string(index), index < 3 ? 1 : 20);
             port.port_profile = "uplink";
         }
@@ -72,7 +92,7 @@ class Failures : public Story {
         after.dependencies = {{500, 1}, {500, 1, QARN_DEP_CONDITIONAL}};
         sim::Element &ports = sw.service("ports", 102, 501).element(1, 2, QARN_PROP_INTF);
         ports.intf_texts = {{1, "  description one\n"}, {3, "  description three\n"}};
-        ports.dependencies = {{503, 9}}; // nobody's: a placeholder stands for it
+        ports.dependencies = {{503, 9}}; // in no reply: a placeholder takes its place
         sim::Element &commands = sw.service("commands", 103, 502).element(1, 2, QARN_PROP_INTF);
         commands.val_type = QARN_VAL_COMMAND;
         commands.intf_texts = {{1, "  command one"}, {2, "  command two"}};
@@ -86,41 +106,43 @@ class Failures : public Story {
     }
     ~Failures() override { std::filesystem::remove_all(folder_); }
 
-    // Run the command from the state in which the library is loaded.
-    void begin_and_run(EntryPoint command) {
+    // Generate from the state in which the library is loaded.
+    void begin_and_generate(uint32_t cfg_source) {
         test::reset_globals();
         sim::set_shell_options({.filter_mode = 0x48}); // with the switch profile
         req.info_flags = 0;
         auto &endpoint = sw.transport.endpoints.at(req.mts_handle);
         endpoint.queue.clear(); // of a command that ended early
         endpoint.streams.clear();
-        run(command);
+        generate(cfg_source);
     }
 
-    // No line is new but those that tell of the failure. A command that goes on without telling comes to its end and
-    // has lost no more than one service's lines. The store is free.
-    void check(const std::string &what) {
+    // No line is new but those that report the failure. A command that goes on without a report comes to its end and
+    // has lost no more than one service's lines. The store is free. Returns whether the failure was reported.
+    bool check(const std::string &what) {
         SCOPED_TRACE(what);
         std::multiset<std::string> left = lines_of(whole);
-        bool told = false;
+        bool reported = false;
         for (const std::string &line : lines_of(text)) {
             if (const auto found = left.find(line); found != left.end()) {
                 left.erase(found);
             } else {
-                told = told || tells_of_failure(line);
-                EXPECT_TRUE(tells_of_failure(line) || is_another_group(line)) << line;
+                reported = reported || reports_failure(line);
+                EXPECT_TRUE(reports_failure(line) || is_another_group(line)) << line;
             }
         }
         const bool stored_text = !calls_of("execute_program_and_wait").empty(); // shown instead, without services
-        if (status == 0 && !told && !stored_text) {
+        if (status == 0 && !reported && !stored_text) {
             EXPECT_LE(left.size(), 9u);
             EXPECT_TRUE(text.ends_with("  profile body\n  commit\n\n")) << text;
         }
         if (std::getenv("LIST_FAILURES") != nullptr) {
-            std::printf("%s: status %u, %zu lines lost%s\n", what.c_str(), status, left.size(), told ? ", told" : "");
+            std::printf("%s: status 0x%x, %zu lines lost%s\n", what.c_str(), status, left.size(),
+                        reported ? ", reported" : "");
         }
         EXPECT_EQ(sim::lock_store(folder_), 0u);
         sim::unlock_store();
+        return reported;
     }
 
     std::string whole; // the undisturbed text
@@ -130,41 +152,44 @@ class Failures : public Story {
     std::string folder_;
 };
 
-constexpr std::pair<const char *, std::uint32_t (*)(qarn_req *)> kCommands[] = {
-    {"running", qarn_cli_run_cfg_gen},
-    {"startup", qarn_cli_start_cfg_gen},
+constexpr std::pair<const char *, uint32_t> kSources[] = {
+    {"running", QARN_SOURCE_RUNNING},
+    {"startup", QARN_SOURCE_STARTUP},
 };
 
 TEST_F(Failures, OfAnyAllocationCostWhatItWasFor) {
-    for (const auto &[name, command] : kCommands) {
+    for (const auto &[name, cfg_source] : kSources) {
         test::FailingMalloc memory;
-        begin_and_run(command);
+        begin_and_generate(cfg_source);
         whole = text;
         ASSERT_NE(whole.find("name x"), std::string::npos) << whole;
         const int last = memory.calls();
         for (int n = 1; n <= last; ++n) {
             memory.fail_nth(n);
-            begin_and_run(command);
+            begin_and_generate(cfg_source);
             memory.work_again();
-            check(std::string(name) + ", allocation " + std::to_string(n));
+            const bool reported = check(std::string(name) + ", allocation " + std::to_string(n));
+            const bool asked_nobody = text == "\n"; // there was no memory for the request
+            EXPECT_EQ(status, reported || asked_nobody ? uint32_t{QARN_STATUS_FAILED} : 0u) << name << ' ' << n;
         }
     }
 }
 
 TEST_F(Failures, OfAnyPlatformCallCostWhatItWasFor) {
-    for (const auto &[name, command] : kCommands) {
-        begin_and_run(command);
+    for (const auto &[name, cfg_source] : kSources) {
+        begin_and_generate(cfg_source);
         whole = text;
         std::map<std::string, int> calls;
         for (const std::string &call : sw.calls)
             ++calls[call.substr(0, call.find('('))];
         calls.erase("mts_drop"); // what it does not release is lost to the transport
         for (const auto &[function, count] : calls) {
-            for (int n = 0; n < count; ++n) {
-                sw.next(function, {.result = -1, .error = EPIPE, .after = n});
-                begin_and_run(command);
+            for (int n = 1; n <= count; ++n) {
+                sw.next(function, {.result = -1, .error = EPIPE, .after = n - 1});
+                begin_and_generate(cfg_source);
                 sw.scripted.clear();
-                check(std::string(name) + ", " + function + " " + std::to_string(n + 1));
+                check(std::string(name) + ", " + function + " " + std::to_string(n));
+                EXPECT_EQ(status, status_after(function, n)) << name << ' ' << function << ' ' << n;
             }
         }
     }

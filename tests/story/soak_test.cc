@@ -46,7 +46,7 @@ class Soak : public test::Story {
     Soak() {
         sw.recording = false;
         save_startup("stored\n");
-        for (const std::uint32_t index : {1u, 2u, 3u})
+        for (const uint32_t index : {1u, 2u, 3u})
             add_interface(index, "e" + std::to_string(index), 1);
         sw.service("interfaces", 100, QARN_UUID_INTERFACE).element(1, 11);
         sw.service("ddas", 101, QARN_UUID_CONVERSION).element(1, 0).text = "display-conversion replace one two\n";

@@ -27,8 +27,8 @@ const ElfW(Dyn) * find(const ElfW(Dyn) * dynamic, ElfW(Sxword) tag) {
 }
 
 void write_slot(void **slot, void *value) {
-    const auto page_size = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto page = reinterpret_cast<std::uintptr_t>(slot) & ~(page_size - 1);
+    const auto page_size = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto page = reinterpret_cast<uintptr_t>(slot) & ~(page_size - 1);
     mprotect(reinterpret_cast<void *>(page), page_size, PROT_READ | PROT_WRITE);
     *slot = value;
 }
@@ -73,14 +73,13 @@ void for_each_slot(const char *symbol, const std::function<void(void **)> &visit
 struct MallocPlan {
     int calls = 0;
     int countdown = 0; // to the failing allocation; 0: none
-    bool all = false;
     std::size_t size = 0;
 } plan;
 
 void *planned_malloc(std::size_t size) {
     ++plan.calls;
     if (plan.size == 0 || plan.size == size) {
-        if (plan.all || (plan.countdown > 0 && --plan.countdown == 0)) return nullptr;
+        if (plan.countdown > 0 && --plan.countdown == 0) return nullptr;
     }
     return std::malloc(size);
 }
@@ -112,20 +111,12 @@ FailingMalloc::FailingMalloc() : interposed_("malloc", reinterpret_cast<void *>(
 
 FailingMalloc &FailingMalloc::fail_nth(int n, std::size_t size) {
     plan.countdown = n;
-    plan.all = false;
-    plan.size = size;
-    return *this;
-}
-
-FailingMalloc &FailingMalloc::fail_all(std::size_t size) {
-    plan.all = true;
     plan.size = size;
     return *this;
 }
 
 void FailingMalloc::work_again() {
     plan.countdown = 0;
-    plan.all = false;
 }
 
 int FailingMalloc::calls() const {

@@ -28,8 +28,6 @@ class FailingMalloc {
 
     // The n-th coming allocation (1 is the next one) of `size` bytes fails; of any size when that is 0.
     FailingMalloc &fail_nth(int n, std::size_t size = 0);
-    // Every coming allocation of `size` bytes fails; of any size when that is 0.
-    FailingMalloc &fail_all(std::size_t size = 0);
     void work_again();
     int calls() const; // of any size, since this was made
 
@@ -37,7 +35,7 @@ class FailingMalloc {
     Interposed interposed_;
 };
 
-// While this lives, the library's clock stands at the given second.
+// While this lives, the library's clock is stopped at the given second.
 class StoppedClock {
   public:
     explicit StoppedClock(long seconds);

@@ -39,12 +39,12 @@ void Story::watch(const std::function<void()> &call) {
     text = sw.printed;
 }
 
-std::uint32_t Story::run(EntryPoint entry_point) {
+uint32_t Story::run(EntryPoint entry_point) {
     watch([&] { status = entry_point(&req); });
     return status;
 }
 
-std::uint32_t Story::generate(std::uint32_t cfg_source) {
+uint32_t Story::generate(uint32_t cfg_source) {
     watch([&] { status = qarn_generate(&req, cfg_source); });
     return status;
 }
@@ -59,22 +59,22 @@ std::string Story::body() const {
     return text.substr(head.size(), text.size() - head.size() - 1);
 }
 
-void Story::add_token(std::uint32_t id, void *value, std::uint32_t type) {
+void Story::add_token(uint32_t id, void *value, uint32_t type) {
     tokens_.push_back({id, type, {0, 0}, value});
     req.tokens[req.num_tokens++] = &tokens_.back();
 }
 
-void Story::add_ranges_token(const std::vector<std::pair<std::int32_t, std::int32_t>> &ranges) {
-    std::vector<std::uint32_t> &words = words_.emplace_back();
-    words = {0, static_cast<std::uint32_t>(ranges.size())};
+void Story::add_ranges_token(const std::vector<std::pair<int32_t, int32_t>> &ranges) {
+    std::vector<uint32_t> &words = words_.emplace_back();
+    words = {0, static_cast<uint32_t>(ranges.size())};
     for (const auto &[low, high] : ranges) {
-        words.push_back(static_cast<std::uint32_t>(low));
-        words.push_back(static_cast<std::uint32_t>(high));
+        words.push_back(static_cast<uint32_t>(low));
+        words.push_back(static_cast<uint32_t>(high));
     }
     add_token(0, words.data());
 }
 
-void Story::add_sap_token(std::uint32_t sap) {
+void Story::add_sap_token(uint32_t sap) {
     add_token(0, words_.emplace_back(1, sap).data());
 }
 
@@ -94,7 +94,7 @@ void Story::save_startup(std::string_view ascii_text) {
     sw.bin_startup_dir = store_ / "bin";
 }
 
-sim::Interface &Story::add_interface(std::uint32_t index, std::string name, std::uint32_t block) {
+sim::Interface &Story::add_interface(uint32_t index, std::string name, uint32_t block) {
     sim::Interface &added = sw.interfaces.emplace_back();
     added.index = index;
     added.name = std::move(name);
@@ -106,8 +106,8 @@ const qarn_cfg_req_msg &Story::sent_request(std::size_t position) const {
     return *reinterpret_cast<const qarn_cfg_req_msg *>(sw.transport.sent.at(position).payload.data());
 }
 
-std::vector<std::uint32_t> Story::asked() const {
-    std::vector<std::uint32_t> asked;
+std::vector<uint32_t> Story::asked() const {
+    std::vector<uint32_t> asked;
     for (const auto &sent : sw.transport.sent)
         asked.push_back(sent.sap);
     return asked;
@@ -121,7 +121,7 @@ std::vector<std::string> Story::calls_of(std::string_view function) const {
     return found;
 }
 
-Tlv line(std::uint32_t uuid, std::string_view text, std::uint32_t level) {
+Tlv line(uint32_t uuid, std::string_view text, uint32_t level) {
     return Tlv().element({.uuid = uuid, .elem_id = 1, .level = level}).text(text);
 }
 
@@ -129,24 +129,6 @@ void start_generation(qarn_req *req) {
     qarn_merge_init(req);
     init_queue(&intf_element_q);
     init_queue(&keystr_element_q);
-}
-
-qarn_elem *store_element(const sim::ElementInfo &info, std::string_view own_text) {
-    qarn_elem *elem = qarn_elem_info_create(info.uuid, info.elem_id, info.level, info.property);
-    elem->val_type = info.val_type;
-    g_string_append_len(elem->cfg_str, own_text.data(), static_cast<gssize>(own_text.size()));
-    qarn_merge_hash_insert(info.uuid, elem, merge_elem_table_p);
-    return elem;
-}
-
-void add_intf_text(qarn_elem *elem, std::uint32_t if_index, std::string_view text) {
-    auto *key = static_cast<std::uint32_t *>(std::malloc(sizeof if_index));
-    *key = if_index;
-    g_hash_table_insert(elem->ifindex_table, key, g_string_new_len(text.data(), static_cast<gssize>(text.size())));
-}
-
-void add_dependency(qarn_elem *elem, std::uint32_t uuid, std::uint32_t elem_id, std::uint32_t dep_type) {
-    elem->dep_list = qarn_elem_dependency_create(uuid, elem_id, dep_type, elem->dep_list);
 }
 
 } // namespace test

@@ -18,7 +18,7 @@ namespace test {
 
 using sim::Tlv;
 
-// 2026-03-01 12:00:00 UTC, where the tests' clock stands.
+// 2026-03-01 12:00:00 UTC, at which the tests' clock is stopped.
 inline constexpr long kNow = 1772366400;
 inline constexpr char kNowText[] = "Sun Mar  1 12:00:00 2026\n";
 
@@ -27,12 +27,12 @@ class Story : public testing::Test {
     Story();
     ~Story() override;
 
-    using EntryPoint = std::uint32_t (*)(qarn_req *);
+    using EntryPoint = uint32_t (*)(qarn_req *);
 
-    // Run one command and keep what it printed in `text`, its traces in `traces`, and what perror said in `errors`.
-    std::uint32_t run(EntryPoint entry_point = qarn_cli_run_cfg_gen);
+    // Run one command and keep what it printed in `text`, its traces in `traces`, and its standard error in `errors`.
+    uint32_t run(EntryPoint entry_point = qarn_cli_run_cfg_gen);
     // The driver itself, for its whole status where the entry points return 0 or 1.
-    std::uint32_t generate(std::uint32_t cfg_source = QARN_SOURCE_RUNNING);
+    uint32_t generate(uint32_t cfg_source = QARN_SOURCE_RUNNING);
     // The same around any call.
     void watch(const std::function<void()> &call);
 
@@ -42,47 +42,41 @@ class Story : public testing::Test {
     std::string body() const;
 
     // Tokens of the request. Values stay alive as long as the fixture.
-    void add_token(std::uint32_t id, void *value = nullptr, std::uint32_t type = 0);
-    void add_ranges_token(const std::vector<std::pair<std::int32_t, std::int32_t>> &ranges);
-    void add_sap_token(std::uint32_t sap);
+    void add_token(uint32_t id, void *value = nullptr, uint32_t type = 0);
+    void add_ranges_token(const std::vector<std::pair<int32_t, int32_t>> &ranges);
+    void add_sap_token(uint32_t sap);
     void add_text_token(std::string_view text);
 
     // A saved configuration: its ASCII text and a binary store. Removed with the fixture.
     void save_startup(std::string_view ascii_text = "");
 
     // Interfaces of the switch, in display order.
-    sim::Interface &add_interface(std::uint32_t index, std::string name, std::uint32_t block);
+    sim::Interface &add_interface(uint32_t index, std::string name, uint32_t block);
 
     // The request message as it was sent, `position` counting the sends of one command.
     const qarn_cfg_req_msg &sent_request(std::size_t position = 0) const;
     // SAPs that the request was sent to, in order; 0 is the broadcast.
-    std::vector<std::uint32_t> asked() const;
+    std::vector<uint32_t> asked() const;
     // Recorded calls of one platform function.
     std::vector<std::string> calls_of(std::string_view function) const;
 
     sim::Switch sw;
     qarn_req req = {};
     std::string text, traces, errors;
-    std::uint32_t status = 0;
+    uint32_t status = 0;
 
   private:
     StoppedClock clock_;
     std::deque<qarn_req_token> tokens_;
-    std::deque<std::vector<std::uint32_t>> words_;
+    std::deque<std::vector<uint32_t>> words_;
     std::deque<std::string> texts_;
     std::filesystem::path store_;
 };
 
 // What a service with one element (uuid, 1) says.
-Tlv line(std::uint32_t uuid, std::string_view text, std::uint32_t level = 3);
+Tlv line(uint32_t uuid, std::string_view text, uint32_t level = 3);
 
 // The element store, the tables beside it and the queues as a generation begins, for tests of one room.
 void start_generation(qarn_req *req);
-
-// An element in the store, as if it had been decoded.
-qarn_elem *store_element(const sim::ElementInfo &info, std::string_view own_text = "");
-void add_intf_text(qarn_elem *elem, std::uint32_t if_index, std::string_view text);
-void add_dependency(qarn_elem *elem, std::uint32_t uuid, std::uint32_t elem_id,
-                    std::uint32_t dep_type = QARN_DEP_ORDER);
 
 } // namespace test
