@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "platform/mts.h"
 #include "sim/reply.h"
 #include "sim/store.h"
 #include "support/story.h"
@@ -118,6 +119,21 @@ TEST_F(Interruption, IsIgnoredWhenItCannotBeLogged) {
         EXPECT_EQ(text.erase(text.find(refusal), refusal.size()), whole) << point;
         EXPECT_EQ(sw.calls, calls) << "nothing is released ahead of its time";
     }
+}
+
+int32_t interrupted_time_out(uint32_t, mts_msg *, const qarn_recv_opts *) {
+    errno = ETIME;
+    std::raise(SIGINT);
+    return -1;
+}
+
+TEST_F(Interruption, ThatIsIgnoredLeavesATimeOutATimeOut) {
+    const test::Interposed opening("fopen", reinterpret_cast<void *>(open_log));
+    const test::Interposed receiving("mts_recv", reinterpret_cast<void *>(interrupted_time_out));
+    log_path = folder + "/none/log";
+    req.dbg_mask = QARN_DEBUG_STORE;
+    EXPECT_EQ(generate(), QARN_STATUS_FAILED + 0u);
+    EXPECT_NE(text.find("The following SAPs did not respond"), std::string::npos) << text << errors;
 }
 
 TEST_F(Interruption, ByAFailureLeavesNothingToACommandOfAnotherKind) {

@@ -261,6 +261,7 @@ TEST_F(BrokenReply, GivesWhatCameBeforeTheBreach) {
         {"whole", kept},
         {"fewer announced than there are", announce(Tlv(kept).text("lost\n"), 2)},
         {"text without an end", Tlv(kept).raw(2, "noend...")},
+        {"element without its last word", Tlv(kept).words(0, {500, 1, 3, 0}).text("lost\n").text("lost\n")},
         {"value past the reply", announce_size(lie(kept, 2, 400, "x"), 500)},
         {"length that wraps around", announce_size(lie(kept, 2, 0xfffffffc, "x"), ~0u)},
         {"text of half the memory", announce_size(lie(Tlv(kept).words(3, {1}), 2, 0x7ffffff0, "x"), ~0u)},

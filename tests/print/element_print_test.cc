@@ -97,10 +97,13 @@ TEST_F(MembershipBlocks, AreThoseOfTheFirst36Members) {
     for (int i = 0; i < QARN_MAX_PC_MEMBERS; ++i)
         expected += member;
     EXPECT_EQ(show(), expected + sub_interface);
+    req.dbg_mask = QARN_DEBUG_INTERFACE;
+    generate();
+    EXPECT_NE(traces.find("Found 40 members for ifIndex 0x16000001\n"), std::string::npos) << traces;
 }
 
 TEST_F(MembershipBlocks, AreAskedForInTheVdcOfTheShell) {
-    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"absent", "1"}}) {
+    for (const auto &[value, vdc] : {std::pair("3", "3"), {"65538", "2"}, {"none", "0"}, {"", "0"}, {"absent", "1"}}) {
         setenv("SYSMGR_VDC_ID", value, 1);
         if (std::string_view(value) == "absent") unsetenv("SYSMGR_VDC_ID");
         show();

@@ -10,7 +10,8 @@
 namespace {
 
 constexpr uint32_t kPort = 0x101, kHiddenPort = 0x102, kChannel = 0x16000001;
-constexpr uint32_t kPorts = 501, kChannelBlock = 20, kKeyed = 505;
+constexpr uint32_t kPorts = 0x10000 + 501, // a key has its low 16 bits
+    kChannelBlock = 20, kKeyed = 505;
 constexpr uint32_t kNoVsan = 5000;
 constexpr uint32_t kKeyedSap = 24, kInProcessSap = 27;
 
