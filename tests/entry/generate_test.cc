@@ -241,6 +241,15 @@ TEST_F(StartupDriver, RefusesWithoutWhatTheDisplayNeeds) {
     EXPECT_EQ(locks(), Calls());
 }
 
+TEST_F(StartupDriver, EndsAtOnceWhenTheStoreIsRefused) {
+    constexpr uint32_t kRefused = 0x4711;
+    sw.error_texts[kRefused] = "busy";
+    sw.next("cmi_req_resp", {kRefused});
+    EXPECT_EQ(generate(QARN_SOURCE_STARTUP), kRefused);
+    EXPECT_EQ(text, "busy\n") << "no closing newline";
+    EXPECT_EQ(locks().size(), 1u);
+}
+
 TEST_F(StartupDriver, ReleasesTheStoreBeforeItPrintsAndAgainWhenThatFailed) {
     sw.error_texts[5] = "busy";
     sw.next("cmi_req_resp", {5, 0, 1});
