@@ -76,15 +76,13 @@ void trace_service_lists() {
 void qarn_get_saps_from_sap_table(uint32_t index) {
     if (index >= SHOW_TABLE_ROWS) return;
     const uint32_t *row = show_sap_table[index];
-    int32_t count = std::max(num_saps, 0);
     for (int slot = 0; slot < SHOW_SAP_SLOTS; ++slot) {
         const uint32_t sap = row[1 + slot];
         if (sap == 0) continue;
         saps[slot] = sap; // its own slot, not the next free one
-        ++count;
+        num_saps = std::min(std::max(num_saps, 0) + 1, static_cast<int32_t>(std::size(saps)));
         qarnkey = row[SHOW_SAP_KEY_WORD];
     }
-    num_saps = std::min(count, static_cast<int32_t>(std::size(saps)));
 }
 
 int32_t qarn_sap_list_find(const uint32_t *list, int32_t n, uint32_t sap) {

@@ -77,18 +77,20 @@ void print_sync_block(const char *text) {
     }
 }
 
-// The configuration-sync manager's answer is ours: the record and both texts are freed on every path.
+// The library owns the configuration-sync manager's answer: both texts and the record are freed on every path, in this
+// order.
 Step print_switch_profile() {
     if (g_bypass_sp_qarn == 1) return kGoOn;
     const Malloced<qarn_sp_result> answer(csm_get_switch_profile_qarn(gl_q, ppm_merge_input));
     if (!answer) return end_at_once(QARN_STATUS_FAILED);
-    const String head_text(answer->head_text);
     const String sync_cfg(answer->sync_cfg);
+    String head_text(answer->head_text);
     if (answer->status != 0) {
         csm_qarn_sp_print("config sync manager returned error:%s\n", syserr2str(answer->status));
         return common_exit(answer->status);
     }
     if (head_text && cmd_token_id != QARN_TOKEN_SYNC_BODY) csm_qarn_sp_print("%s", head_text->str);
+    head_text.reset();
     if (sync_cfg) print_sync_block(sync_cfg->str);
     return kGoOn;
 }

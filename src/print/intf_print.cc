@@ -56,9 +56,8 @@ bool render(unsigned char *handle) {
     return g_clistr != nullptr && g_clistr->str != nullptr;
 }
 
-void trace_text(const qarn_elem &elem, const GString &text) {
+void trace_text(qarn_merge_key key, const GString &text) {
     if (!debugging(QARN_DEBUG_PRINT)) return;
-    const qarn_merge_key key = store_key(elem);
     csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", key.uuid, key.elem_id);
     if (text.len > 0) csm_qarn_sp_print("%s", text.str);
     if (qarn_print_isspace_check(text.str, static_cast<int32_t>(text.len)) == 1) {
@@ -75,9 +74,9 @@ void print_header_once() {
 }
 
 // The newline is added to the element's own text, so that the text is complete for the next interface too.
-void collect_text(const qarn_elem &elem, GString *text) {
+void collect_text(qarn_merge_key key, GString *text) {
     print_header_once();
-    trace_text(elem, *text);
+    trace_text(key, *text);
     if (text->len > 0 && text->str[text->len - 1] != '\n') g_string_append_c(text, '\n');
     g_string_append_len(g_intf_config_str, text->str, static_cast<gssize>(text->len));
 }
@@ -116,9 +115,8 @@ unsigned char *complete_message(unsigned char *buffer) {
 }
 
 // True when the line was rendered; otherwise a message has been printed, unless there was no memory. The render handle
-// outlives the rendering state.
-bool render_interface_line(unsigned char *buffer, const char *name) {
-    Malloced<unsigned char> handle;
+// is left to the caller, because it outlives the rendering state.
+bool render_interface_line(unsigned char *buffer, const char *name, Malloced<unsigned char> &handle) {
     const RenderingState state;
     void *reply = cmd_req_init(buffer, CMD_REPLY_BUFFER_SIZE);
     if (reply == nullptr) {
@@ -140,9 +138,9 @@ bool render_interface_line(unsigned char *buffer, const char *name) {
 }
 
 // Add an element's value for the interface under way.
-void append_value(const qarn_elem &elem, void *value) {
+void append_value(qarn_merge_key key, const qarn_elem &elem, void *value) {
     if (elem.val_type == QARN_VAL_TEXT) {
-        collect_text(elem, static_cast<GString *>(value));
+        collect_text(key, static_cast<GString *>(value));
     } else if (elem.val_type == QARN_VAL_COMMAND) {
         print_command(static_cast<const unsigned char *>(value));
     }
@@ -157,7 +155,7 @@ void collect_interface(void *if_index) {
     const InterfaceValues *values = lookup->interface_values(load_u32(if_index));
     if (values == nullptr) return;
     for (const InterfaceValue &found : *values)
-        append_value(*found.elem, found.value);
+        append_value(store_key(*found.elem), *found.elem, found.value);
 }
 
 } // namespace qarn
@@ -166,7 +164,7 @@ void qarn_intf_cfg_print(void *vertex, void *if_index) {
     const qarn_merge_val *value = qarn::value_of_vertex(vertex);
     if (value == nullptr) return;
     const qarn_elem &elem = *value->elem;
-    const qarn_merge_key key = qarn::store_key(elem);
+    const qarn_merge_key key = qarn::key_of_vertex(vertex);
     if (qarn::debugging(QARN_DEBUG_LOOKUP)) {
         qarn::trace("String for (%d,%d) was %x\n", key.uuid, key.elem_id, 0u);
     }
@@ -179,10 +177,11 @@ void qarn_intf_cfg_print(void *vertex, void *if_index) {
         const void *text = elem.val_type == QARN_VAL_TEXT ? found : nullptr;
         qarn::trace("String lookup for (%d,%d) was %x\n", key.uuid, key.elem_id, qarn::low32(text));
     }
-    if (found != nullptr) qarn::append_value(elem, found);
+    if (found != nullptr) qarn::append_value(key, elem, found);
 }
 
 void qarn_send_intf_info(const char *name) {
+    qarn::Malloced<unsigned char> handle;
     const auto buffer = qarn::allocate<unsigned char>(CMD_REPLY_BUFFER_SIZE);
     if (!buffer) {
         csm_qarn_sp_print("ERROR: qarn_send_intf_info :malloc failed\n");
@@ -192,7 +191,7 @@ void qarn_send_intf_info(const char *name) {
         csm_qarn_sp_print("qarn_send_intf_info NULL returning\n");
         return;
     }
-    if (qarn::render_interface_line(buffer.get(), name)) g_intf_config = 1;
+    if (qarn::render_interface_line(buffer.get(), name, handle)) g_intf_config = 1;
 }
 
 int32_t qarn_print_isspace_check(const char *text, int32_t length) {

@@ -86,7 +86,7 @@ key_str_entry *add_entry(GString *text) {
 // elements' own texts where the index knows them.
 class Contributions {
   public:
-    explicit Contributions(const char *line) {
+    explicit Contributions(const char *line) : older_(key_str_list) {
         if (Lookup *lookup = Lookup::for_key_strings()) {
             if (const Texts *texts = lookup->key_strings(line)) borrow(*texts);
         } else {
@@ -95,7 +95,7 @@ class Contributions {
         }
     }
     ~Contributions() {
-        for (key_str_entry *entry = key_str_list; borrowed_ && entry != nullptr; entry = entry->next)
+        for (key_str_entry *entry = key_str_list; borrowed_ && entry != older_; entry = entry->next)
             entry->str = nullptr; // the elements keep their texts
         delete_key_str_list();
     }
@@ -109,6 +109,7 @@ class Contributions {
             add_entry(text);
     }
 
+    const key_str_entry *older_; // entries from before, with texts of their own
     bool borrowed_ = false;
 };
 
