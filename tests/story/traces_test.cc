@@ -13,7 +13,7 @@ constexpr uint32_t kPort = 0x101, kHiddenPort = 0x102, kChannel = 0x16000001;
 constexpr uint32_t kPorts = 0x10000 + 501, // a key has its low 16 bits
     kChannelBlock = 20, kKeyed = 505;
 constexpr uint32_t kNoVsan = 5000;
-constexpr uint32_t kKeyedSap = 24, kInProcessSap = 27;
+constexpr uint32_t kPortsSap = 21, kKeyedSap = 24, kInProcessSap = 27;
 
 const struct {
     const char *name;
@@ -28,7 +28,7 @@ class Traces : public test::Story {
   protected:
     Traces() {
         sw.output = stdout; // as the traces
-        save_startup("! stored\n");
+        save_startup();
         sw.lock_response = {"readonly:/store/bin", "readonly:/store/debug", 0};
         add_interface(kPort, "Ethernet1/1", 1);
         add_interface(kHiddenPort, "Ethernet1/2", 1).vsan = kNoVsan;
@@ -39,7 +39,7 @@ class Traces : public test::Story {
         system.element(2, 0, QARN_PROP_CONDITIONAL).text = "feature ospf\n";
         system.elements.back().dependencies = {{500, 1}, {500, 1, QARN_DEP_CONDITIONAL}, {500, 9}};
         system.element(3, 0, QARN_PROP_CONDITIONAL).dependencies = {{500, 9, QARN_DEP_CONDITIONAL}};
-        sim::Service &ports = sw.service("ports", 21, kPorts);
+        sim::Service &ports = sw.service("ports", kPortsSap, kPorts);
         sim::Element &texts = ports.element(1, 2, QARN_PROP_INTF | QARN_PROP_BFD);
         texts.intf_texts = {{kPort, "  description one\n"}, {kChannel, " \n"}};
         texts.dependencies = {{500, 1}, {kKeyed, 1}, {506, 9}}; // seen before, seen later, never seen
@@ -78,7 +78,7 @@ class Traces : public test::Story {
         show("running bfd", qarn_cli_run_bfd_cfg_gen);
         add_token(QARN_TOKEN_MEMBERSHIP);
         show("running interface membership", qarn_cli_run_intf_cfg_gen);
-        for (const uint32_t sap : {kKeyedSap, kInProcessSap}) {
+        for (const uint32_t sap : {kPortsSap, kKeyedSap, kInProcessSap}) {
             req.num_tokens = 0;
             add_sap_token(sap);
             show("running of SAP " + std::to_string(sap), qarn_cli_run_cfg_gen_sap);
@@ -90,6 +90,7 @@ class Traces : public test::Story {
         first.dependencies.clear();
     }
     void show_startup_configuration() {
+        save_startup("! stored\n");
         show("startup", qarn_cli_start_cfg_gen);
         std::filesystem::remove_all(sw.bin_startup_dir);
         std::filesystem::create_directory(sw.bin_startup_dir);
