@@ -1,5 +1,5 @@
-// Writes the description of a switch of a given size to standard output: so many interfaces and so many services, each
-// service with some elements of its own and a text for every interface.
+// Writes the description of a switch of a given size to standard output. The switch has a given number of interfaces
+// and of services; each service has some elements of its own and a text for every interface.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>

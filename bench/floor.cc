@@ -43,7 +43,7 @@ Record *allocated(const Record &record) {
     return new (std::malloc(sizeof(Record))) Record(record);
 }
 
-// Reads the TLVs of one reply. The element that its first TLV opens takes up those after it, and so on.
+// Reads the TLVs of one reply. Each tag 0 opens an element, to which the TLVs after it belong.
 class Decoder {
   public:
     Decoder(const void *array, Elements &elements) : array_(array), elements_(elements) {}

@@ -22,7 +22,7 @@ struct Row {
     const char *name;
     Adds adds;
     Shape (*shape)(int size); // at a size of 1, 2 and 4; 4 is the largest switch
-    bool has_floor = true;    // false where a program without an index would multiply tables
+    bool has_floor = true;    // false where the floor program would search every table for every key
 };
 
 const Row kRows[] = {
@@ -91,7 +91,7 @@ double ratio(double of, double to) {
     return of / to;
 }
 
-// Text and CPU of a size against the size below.
+// Text and CPU of a size compared with the next smaller size.
 void print_doubling(const char *name, Adds adds, const bench::Cost &smaller, const bench::Cost &larger) {
     const double text = ratio(larger.text, smaller.text);
     const double cpu = ratio(larger.cpu, smaller.cpu);
@@ -136,7 +136,7 @@ void report_rows(const std::string &only, int runs) {
         report(row, runs);
         ++reported;
     }
-    if (reported == 0) throw std::runtime_error("no row \"" + only + '"');
+    if (reported == 0) throw std::runtime_error("unknown row \"" + only + '"');
 }
 
 } // namespace

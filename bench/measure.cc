@@ -36,13 +36,13 @@ double status_field(const std::string &name) {
 void reset_peak_memory() {
     std::ofstream file("/proc/self/clear_refs");
     file << "5" << std::flush;
-    if (!file) throw std::runtime_error("the peak of memory cannot be reset");
+    if (!file) throw std::runtime_error("cannot reset the memory peak");
 }
 
 // A file on a memory file system, as a stream.
 std::FILE *open_memory(int file) {
     std::FILE *out = fdopen(file, "w");
-    if (out == nullptr) throw std::runtime_error("no file in memory");
+    if (out == nullptr) throw std::runtime_error("cannot open a file in memory");
     return out;
 }
 
@@ -84,9 +84,9 @@ Cost write_lines(const std::string &text) {
 // Runs in a process of its own.
 Cost run_apart(const Job &work) {
     int ends[2];
-    if (pipe(ends) != 0) throw std::runtime_error("no pipe");
+    if (pipe(ends) != 0) throw std::runtime_error("cannot create a pipe");
     const pid_t child = fork();
-    if (child < 0) throw std::runtime_error("no process");
+    if (child < 0) throw std::runtime_error("cannot start a process");
     if (child == 0) {
         Cost cost{-1, 0, 0};
         try {

@@ -39,7 +39,7 @@ std::vector<std::vector<Cost>> run_interleaved(const std::vector<Job> &jobs, int
 double median(std::vector<double> values);
 // Medians of each cost.
 Cost median_of(const std::vector<Cost> &costs);
-// The greatest deviation of a run's CPU time from the median, as a part of it.
+// The greatest deviation of a run's CPU time from the median, as a fraction of the median.
 double noise_of(const std::vector<Cost> &costs);
 
 } // namespace bench

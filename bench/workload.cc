@@ -190,7 +190,7 @@ class Builder {
     const Shape &shape_;
     std::vector<Reply> replies_;
     std::mt19937 random_{1};
-    uint32_t uuid_ = 0; // of the service under way, and its SAP
+    uint32_t uuid_ = 0; // of the current service; also its SAP
     std::string name_;
 };
 

@@ -26,7 +26,7 @@ struct Shape {
 
     int elements = 0;           // per service: elements with text of their own
     int texts = 1;              // TLVs that make up an element's text
-    int edges = 0;              // elements of the same service that each waits for
+    int edges = 0;              // elements of the same service that each element waits for
     Chain chain = Chain::kNone; // every element of the switch waits for the next lower, or next higher, one
 
     int vlans = 0;

@@ -93,7 +93,7 @@ qarn_req read_request(fuzz::Input &input, fuzz::CurrentSwitch &sw) {
                             .generic_option = (options & 8) != 0 ? uint32_t{QARN_OPTION_CHECKPOINT} : 0});
     if ((options & 16) != 0) cmd_token_id = QARN_TOKEN_MEMBERSHIP;
     qarn_req req = sw.accepted_request();
-    if ((options & 32) != 0) req.dbg_mask = traces & ~uint32_t{QARN_DEBUG_NO_TIMEOUT}; // no command without an end
+    if ((options & 32) != 0) req.dbg_mask = traces & ~uint32_t{QARN_DEBUG_NO_TIMEOUT}; // a command must end
     if ((options & 64) != 0) req.sap = kFirstSap;
     fuzz::select_every_vsan(req);
     return req;

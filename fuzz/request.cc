@@ -43,7 +43,7 @@ constexpr uint32_t kTokenIds[] = {0,
 class Tokens {
   public:
     void read(fuzz::Input &input, Value value, qarn_req &req) {
-        req.num_tokens = input.byte(); // also more than a request has room for
+        req.num_tokens = input.byte(); // may exceed the room in a request
         for (std::size_t i = 0; i < std::size(req.tokens); ++i) {
             const uint8_t kind = input.byte();
             if (kind == 0) continue;
@@ -118,7 +118,7 @@ void set_up(fuzz::CurrentSwitch &sw) {
     sw.bin_startup_dir = startup_folder() + "/bin";
 }
 
-// The services that the request asks: by default those of its command.
+// Choose the services that the request asks; by default the command's own.
 void select_services(fuzz::Input &input, qarn_req &req) {
     const uint8_t selection = input.byte();
     if (selection % 8 == 1) req.sap = input.word();

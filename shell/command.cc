@@ -1,5 +1,6 @@
-// The grammar of the shell. A display consists of a command and a form: the row of a command holds which configuration
-// it shows, the row of a form its word, the entry point of either configuration and the parser of its arguments.
+// The grammar of the shell. A display consists of a command and a form. The row of a command gives the configuration
+// that it shows. The row of a form gives its word, the entry point for each configuration, and the parser of its
+// arguments.
 #include "shell/command.h"
 
 #include <algorithm>
@@ -95,7 +96,7 @@ void excluded_services(const Words &words, const sim::Switch &sw, Request &reque
         throw CommandError("more than " + std::to_string(QARN_MAX_TOKENS) + " services to exclude");
     for (auto word = words.begin(); word != words.end(); ++word) {
         const sim::Service &service = service_named(*word, sw);
-        if (!service.consumer) throw CommandError("service " + quoted(*word) + " takes no part in this display");
+        if (!service.consumer) throw CommandError("service " + quoted(*word) + " is not part of this display");
         if (std::find(words.begin(), word, *word) != word)
             throw CommandError("service " + quoted(*word) + " is named twice");
         request.add_sap(service.sap);
@@ -137,7 +138,7 @@ constexpr Command kCommands[] = {
     {"show", "startup-config", true, 0, "the startup configuration"},
     {"show", "running", false, 0, nullptr}, // the display of all VDCs runs these in the shell of a VDC
     {"show", "startup", true, 0, nullptr},
-    {"checkpoint", "", false, QARN_OPTION_CHECKPOINT, "the running configuration, every VLAN on its own"},
+    {"checkpoint", "", false, QARN_OPTION_CHECKPOINT, "the running configuration, each VLAN printed separately"},
 };
 
 constexpr char kCopy[] = "copy running-config startup-config";
@@ -153,11 +154,11 @@ struct Form {
 constexpr Form kForms[] = {
     {"",             "",                "the whole configuration",
      qarn_cli_run_cfg_gen,              qarn_cli_start_cfg_gen,              no_arguments},
-    {"vlan",         "[RANGE]",         "all VLANs, or these, such as 10-12,20",
+    {"vlan",         "[RANGE]",         "all VLANs, or those in RANGE, such as 10-12,20",
      qarn_cli_run_vlan_cfg_gen,         qarn_cli_start_vlan_cfg_gen,         vlan_ranges},
-    {"vsan",         "[RANGE]",         "all VSANs, or these",
+    {"vsan",         "[RANGE]",         "all VSANs, or those in RANGE",
      qarn_cli_run_vsan_cfg_gen,         qarn_cli_start_vsan_cfg_gen,         vsan_ranges},
-    {"interface",    "NAME[-NUMBER]",   "these interfaces, such as ethernet 1/1-4",
+    {"interface",    "NAME[-NUMBER]",   "the named interfaces, such as ethernet 1/1-4",
      qarn_cli_run_intf_cfg_gen,         qarn_cli_start_intf_cfg_gen,         interfaces},
     {"bfd",          "",                "only BFD",
      qarn_cli_run_bfd_cfg_gen,          qarn_cli_start_bfd_cfg_gen,          no_arguments},
@@ -171,7 +172,7 @@ constexpr Form kForms[] = {
      qarn_cli_run_exclude_fex_cfg_gen,  qarn_cli_start_exclude_fex_cfg_gen,  no_arguments},
     {"port-profile", "NAME",            "one port profile",
      qarn_cli_run_profile_cfg_gen,      qarn_cli_start_profile_cfg_gen,      port_profile},
-    {"exclude",      "SERVICE...",      "everything except these services",
+    {"exclude",      "SERVICE...",      "everything except the named services",
      qarn_cli_run_cfg_gen_exclude,      qarn_cli_start_cfg_gen_exclude,      excluded_services},
     {"service",      "NAME",            "one service",
      qarn_cli_run_cfg_gen_sap,          qarn_cli_start_cfg_gen_sap,          one_service},
@@ -187,7 +188,7 @@ constexpr Form kForms[] = {
      qarn_cli_run_cfg_gen_vdcall,       nullptr,                             every_vdc<QARN_COMMAND_RUNNING_VDCS>},
     {"vdc-all",      "",                nullptr,
      nullptr,                           qarn_cli_run_cfg_gen_vdcall,         every_vdc<QARN_COMMAND_STARTUP_VDCS>},
-    {"all vdc-all",  "",                "the same with defaults; running only",
+    {"all vdc-all",  "",                "every VDC, with defaults; running only",
      qarn_cli_run_cfg_gen_vdcall,       nullptr,                             every_vdc<QARN_COMMAND_RUNNING_ALL_VDCS>},
 };
 // clang-format on
@@ -208,7 +209,7 @@ EntryPoint entry_of(const Form &form, const Command &command) {
     return command.startup ? form.startup : form.running;
 }
 
-// Remove the form from the front of the words, a form of two words before one of one. Null when there is none.
+// Remove the form from the front of the words; forms of two words are tried first. Null when there is none.
 const Form *take_form(Words &words, const Command &command) {
     for (std::size_t length = std::min<std::size_t>(words.size(), 2);; --length) {
         std::string word;

@@ -20,13 +20,13 @@ class CommandError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
-// No command has this form; the message goes with the list of commands.
+// No command has this form. The shell prints the list of commands after the message.
 class UnknownCommand : public CommandError {
   public:
     using CommandError::CommandError;
 };
 
-// The library's request and owner of everything that it points to.
+// The library's request, together with everything that it points to.
 class Request {
   public:
     explicit Request(std::string_view line);

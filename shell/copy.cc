@@ -1,5 +1,5 @@
-// `copy running-config startup-config`. The library generates the text, with the time of saving in its header, into the
-// switch's own text instead of its output. The store takes this text and the elements of every service.
+// `copy running-config startup-config`. The library generates the text, with the time of saving in its header, into
+// Switch::printed instead of the output stream. The store receives this text and the elements of every service.
 #include <cstdio>
 
 #include "shell/command.h"

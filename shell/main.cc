@@ -38,8 +38,7 @@ void declare_options(CLI::App &app, Options &options) {
                    "folder of the saved configuration (default: from the description, if any)")
         ->type_name("DIR")
         ->envname("VSH_STORE");
-    app.add_option("-i,--vdc", options.vdc, "start in this VDC instead of the one that the description is of")
-        ->type_name("ID");
+    app.add_option("-i,--vdc", options.vdc, "start in this VDC instead of the description's own")->type_name("ID");
     app.add_option("-o", options.display_option, "ignored; for compatibility")->type_name("N");
     app.add_flag("--script-mode", options.script_mode, "commands come from a script")->envname("VSH_SCRIPT_MODE");
     app.add_option("--filter-mode", options.filter_mode,
@@ -57,13 +56,13 @@ void declare_options(CLI::App &app, Options &options) {
     app.footer(shell::list_of_commands() +
                "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
                "Empty lines and lines that begin with ! are skipped.\n"
-               "\nExit status: that of the command, 0 or 1; in a session, that of the last command that failed.\n"
-               "1 also if the switch description or the store is unusable; 2 for an unknown command or a wrong\n"
+               "\nExit status: that of the command, 0 or 1; in a session, that of the last command that failed, or 0.\n"
+               "Also 1 if the switch description or the store is unusable; 2 for an unknown command or a wrong\n"
                "argument; 130 after an interruption; 141 if nothing reads the output.");
 }
 
-// Open what the caller closed of the three standard streams, so that no file of ours takes their place. A write to such
-// a stream still fails.
+// Open /dev/null for each of the three standard streams that the caller closed, so that no other file gets its number.
+// A write to such a stream still fails.
 void hold_standard_streams() {
     int opened = STDIN_FILENO;
     while (opened >= 0 && opened <= STDERR_FILENO)

@@ -1,7 +1,7 @@
 // Command shell: the tables and option words that steer a display, the interface filter, command replies, and the
 // renderer that turns command messages into text. A command message is a 64-byte header followed by a line of text or
-// by a list of attributes. The renderer takes it inside a render handle and accepts both only with the stamps of their
-// own addresses, so a handle that was copied after it was stamped renders as an empty text.
+// by a list of attributes. The renderer takes a message inside a render handle. It accepts them only if both carry the
+// stamps of their own addresses, so a handle that was copied after it was stamped renders as an empty text.
 #include "sim/cmdshell.h"
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// The command shell's words and tables, which steer the next display.
+// The command shell's option words and tables, which control the next display.
 #pragma once
 
 #include <cstdint>

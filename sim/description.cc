@@ -1,5 +1,5 @@
-// Reads a switch description into a Switch: the keys of the switch itself, and in their order the parts in
-// sim/description/. Interfaces, port profiles and the names of all services come first, because elements refer to them.
+// Reads a switch description into a Switch: the keys of the switch itself here, the other parts in sim/description/.
+// Interfaces, port profiles and the names of all services are read first, because elements refer to them.
 #include "sim/description.h"
 
 #include <algorithm>
@@ -49,7 +49,7 @@ Vdc vdc_in(const Document &document, const YAML::Node &node) {
     return vdc;
 }
 
-// The description itself is that of the VDC in its key vdc, or of the first VDC in the list.
+// The description is that of the VDC that its key vdc names, or else of the first VDC in the list.
 void read_vdcs(const Document &document, const YAML::Node &node, Switch &sw) {
     if (!node.IsDefined()) return;
     std::vector<Vdc> vdcs;

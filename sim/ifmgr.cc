@@ -7,9 +7,9 @@
 
 #include "sim/switch.h"
 
-// The sublists of one request, and the interface indexes that they point to.
 namespace sim {
 
+// The sublists of one request, and the interface indexes that they point to.
 struct Switch::Chain {
     struct Block {
         ifindex_sublist sublist{};
@@ -22,7 +22,7 @@ namespace {
 
 constexpr uint32_t kNoSuchBlock = 0x40420001;
 
-// Interface indexes are bit patterns, so the ranges compare them without a sign.
+// Interface indexes are bit patterns, so the ranges compare them as unsigned numbers.
 struct Range {
     uint32_t low, high;
 };

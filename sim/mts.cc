@@ -23,7 +23,8 @@ namespace {
 
 constexpr uint32_t kReceivedMark = 0x4d545331;
 
-// The transport's record in an mts_msg. The payload is a block of exactly its size, so that a read beyond it is found.
+// The transport's record in an mts_msg. The payload is a block of exactly its size, so that sanitizers find a read
+// beyond it.
 struct Received {
     uint32_t mark, length;
     void *payload;

@@ -39,7 +39,7 @@ struct Transport : TransportRecord {
     std::map<uint32_t, Endpoint> endpoints; // by handle
 };
 
-// The request in a received message, for in-process services; null when it is no whole request.
+// The request in a received message, for in-process services; null when the request is not complete.
 const qarn_cfg_req_msg *request_in(const mts_msg *msg);
 
 } // namespace sim

@@ -13,8 +13,8 @@ namespace sim {
 // One message of a reply: a qarn_cfg_frag header followed by the data.
 Bytes fragment(uint32_t sap, bool last, uint32_t total_len, const Bytes &data);
 
-// Cut a reply into messages of at most `size` bytes of data each, or one message with size 0. Their total_len is the
-// reply's size unless given.
+// Cut a reply into messages of at most `size` bytes of data each; size 0 makes a single message. Their total_len is the
+// size of the reply, unless `total_len` gives another.
 std::deque<Message> fragments(uint32_t sap, const Bytes &reply, std::size_t size,
                               std::optional<uint32_t> total_len = {});
 

@@ -1,4 +1,4 @@
-// Records the calls of the library, hands out the outcomes that a test has scripted, and makes TLV arrays lie.
+// Records the calls of the library, returns the outcomes that a test has scripted, and builds malformed TLV arrays.
 #include "sim/script.h"
 
 #include <cerrno>

@@ -43,7 +43,7 @@ void write_element(const Service &service, const Element &element, Tlv &tlv) {
         tlv.key(key.index, key.map, key.name);
 }
 
-// The array in a file whose lengths and checksum are right.
+// The array in a file; throws DamagedFile unless the lengths and the checksum are right.
 Bytes checked_array(const Bytes &contents) {
     constexpr std::size_t kArrayHeader = 8;
     FileHeader header;
@@ -116,7 +116,7 @@ Key key_in(ArrayReader &reader) {
     return key;
 }
 
-// Add what the TLV under the reader holds.
+// Add what the reader's current TLV holds.
 void add_to(Element &element, ArrayReader &reader) {
     switch (reader.tag()) {
         case kTagEveryView:

@@ -7,7 +7,7 @@
 
 namespace sim {
 
-// A file is not what was saved.
+// Thrown when a file is not what was saved.
 struct DamagedFile {};
 
 // The contents of the service's file.

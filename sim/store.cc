@@ -1,6 +1,6 @@
 // The saved configuration on disk. A save writes a new folder beside the old one and exchanges the two, so that a
-// reader finds either the old state or the new one. The lock is the kernel's on an open file, so that other processes
-// meet it and it ends with its holder.
+// reader finds either the old state or the new one. The lock is a kernel lock on an open file, so that other processes
+// see it, and it ends when its holder ends.
 #include "sim/store.h"
 
 #include <fcntl.h>

@@ -65,7 +65,7 @@ struct Switch : Script {
     std::vector<Vdc> vdcs = {{kDefaultVdc, "switch", true}};
     std::string store;                               // folder of the saved configuration (store.h); empty: none
     std::string ascii_startup_dir, bin_startup_dir;  // empty: the system manager knows none
-    std::optional<qarn_lock_response> lock_response; // without a store; none: the exchange answers nothing
+    std::optional<qarn_lock_response> lock_response; // used without a store; none: no response
     std::vector<uint32_t> modules;                   // line-card states
     std::map<uint32_t, std::string> error_texts;     // in addition to those of syserr2str
     std::optional<SwitchProfile> switch_profile;
@@ -87,7 +87,8 @@ struct Switch : Script {
     mutable std::size_t num_positioned = 0;
 };
 
-// The switch that the platform functions act on; set before the library is called. An empty switch replaces null.
+// The switch that the platform functions act on; set it before calling the library. After make_current(nullptr) it is
+// an empty switch.
 Switch &current();
 void make_current(Switch *sw);
 

@@ -27,7 +27,7 @@ constexpr ErrorText kErrorTexts[] = {
     {kStatusStoreDamaged, "saved configuration of the service is damaged"},
 };
 
-// One block per response, so that a use after the next exchange is found.
+// One block per response, so that sanitizers find a use after the next exchange.
 std::unique_ptr<unsigned char[]> last_response;
 
 // Lock or release the store on disk, if there is one.

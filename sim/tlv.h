@@ -1,8 +1,8 @@
 // Builder of TLV arrays and replies, for the simulated services, the tests and the benchmarks.
 //
 // Layout of an array: u32 number of TLVs, u32 size of the whole array in bytes (these 8 included), then per TLV u32
-// tag, u32 length and the value, padded with zeros to 4 bytes. All words in host byte order. The reader (tlv.cc)
-// never leaves the array's own size.
+// tag, u32 length and the value, padded with zeros to a multiple of 4 bytes. All words are in host byte order. The
+// reader (tlv.cc) never reads beyond the array's own size.
 #pragma once
 
 #include <cstdint>
@@ -44,7 +44,7 @@ class Tlv {
     uint32_t count() const { return count_; }
 
   private:
-    // The lies of script.h.
+    // The malformed arrays of script.h.
     friend Tlv lie(Tlv tlv, uint32_t tag, uint32_t length, std::string_view value);
     friend Tlv announce(Tlv tlv, uint32_t count);
     friend Tlv announce_size(Tlv tlv, uint32_t size);

@@ -1,4 +1,4 @@
-/* What the installed headers need in C11 and in C++: linkage, visibility, and the layout assertions under every record.
+/* Macros for the installed headers, in C11 and in C++: linkage, visibility, and the layout assertions of the records.
  * Nothing here is part of the binary interface itself. */
 #ifndef QARNCLI_ABI_H
 #define QARNCLI_ABI_H
@@ -22,7 +22,7 @@
 #define QARN_EXPORT __attribute__((visibility("default")))
 #define QARN_PACKED __attribute__((packed))
 
-/* Bracket a record with a flexible array member: C++ compilers take it, but mention it under -pedantic. */
+/* Surround a record with a flexible array member: C++ compilers accept it, but warn about it under -pedantic. */
 #if defined(__cplusplus) && defined(__clang__)
 #define QARN_FLEX_BEGIN _Pragma("clang diagnostic push") _Pragma("clang diagnostic ignored \"-Wc99-extensions\"")
 #define QARN_FLEX_END _Pragma("clang diagnostic pop")

@@ -6,8 +6,9 @@
 
 QARN_BEGIN_DECLS
 
-/* Hand the request (`size` bytes) to the in-process functions: of all services, or of the awaited ones only. A SAP
- * that is still awaited when its function is invoked counts as answered. */
+/* Pass the request (`size` bytes) to the in-process functions: the first declaration covers those of all services, the
+ * second only those of awaited services. A SAP that is still awaited when its function is invoked counts as
+ * answered. */
 QARN_EXPORT void qarn_invoke_all_lib_funcs(uint32_t mts_handle, const void *msg, uint32_t size);
 QARN_EXPORT void qarn_invoke_lib_funcs(uint32_t mts_handle, const void *msg, uint32_t size);
 

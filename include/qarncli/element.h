@@ -27,8 +27,8 @@ enum {
     QARN_DEP_CONDITIONAL = 1 /* satisfied when the other element exists and has text of its own */
 };
 
-/* UUIDs with a meaning to the library. The first two are compared by the low 16 bits that keys hold, the others by
- * the element's whole word. */
+/* UUIDs that the library treats specially. It compares the low 16 bits, which keys hold, for the first two, and the
+ * element's whole UUID word for the others. */
 enum {
     QARN_UUID_CONVERSION = 222, /* display conversion; element 1 holds the specification */
     QARN_UUID_INTERFACE = 223,  /* interface blocks; the element id names the sublist */
@@ -48,11 +48,11 @@ QARN_SIZE32(struct qarn_elem_dependency, 16);
 /* Made by qarn_elem_info_create. Belongs to the generation: abandoned by the next one, never freed. */
 struct qarn_elem {
     uint32_t uuid, elem_id; /* keys hold the low 16 bits of each */
-    uint32_t val_type;      /* QARN_VAL_TEXT or QARN_VAL_COMMAND; with any other no interface text is kept */
+    uint32_t val_type;      /* QARN_VAL_TEXT or QARN_VAL_COMMAND; with any other value, no interface text is kept */
     uint32_t level;         /* print level; 0..12 are printed */
     uint32_t property;
     GString *cfg_str;          /* the element's own text */
-    GHashTable *ifindex_table; /* u32 interface index -> GString, or the message in a command message's copy */
+    GHashTable *ifindex_table; /* u32 interface index -> GString, or the message in a copied block */
     GHashTable *key_table;     /* key name -> qarn_key_val */
     GHashTable *keystr_table;  /* key-string name -> GString */
     void *dbg_cmd_buf;         /* debug display only */

@@ -18,7 +18,7 @@ QARN_SIZE(struct qarn_merge_key, 4);
 
 struct qarn_merge_val {
     struct qarn_elem *elem;
-    struct vertex *vertex; /* the element's vertex in the pass being built; null when the entry is made */
+    struct vertex *vertex; /* the element's vertex in the pass being built; null in a new entry */
 };
 QARN_AT32(struct qarn_merge_val, vertex, 4);
 QARN_SIZE32(struct qarn_merge_val, 8);
@@ -26,8 +26,8 @@ QARN_SIZE32(struct qarn_merge_val, 8);
 /* The entry of (low 16 bits of uuid, low 16 bits of elem_id) in merge_elem_table_p, or null. */
 QARN_EXPORT struct qarn_merge_val *qarn_merge_value_get(uint32_t uuid, uint32_t elem_id);
 
-/* Enter `elem` under (uuid, elem->elem_id). An equal key keeps its key object and gets a fresh value without a vertex.
- * Without memory nothing happens. */
+/* Insert `elem` under (uuid, elem->elem_id). If the key is in the table already, the table keeps its key object, and
+ * the key gets a new value without a vertex. Does nothing if memory runs out. */
 QARN_EXPORT void qarn_merge_hash_insert(uint32_t uuid, struct qarn_elem *elem, GHashTable *table);
 
 /* Remove the entry of (uuid, elem->elem_id), if there is one. Frees nothing that the table holds. */

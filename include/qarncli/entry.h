@@ -14,11 +14,11 @@
 
 QARN_BEGIN_DECLS
 
-/* The whole configuration, running or startup. cfg_display keeps the value that a filtered entry point left. */
+/* The whole configuration, running or startup. cfg_display keeps the value that the last filtered entry point set. */
 QARN_EXPORT uint32_t qarn_cli_run_cfg_gen(struct qarn_req *req);
 QARN_EXPORT uint32_t qarn_cli_start_cfg_gen(struct qarn_req *req);
 
-/* Filtered displays. Each sets cfg_display, also for a request that is not valid. */
+/* Filtered displays. Each sets cfg_display, even if the request is not valid. */
 QARN_EXPORT uint32_t qarn_cli_run_vsan_cfg_gen(struct qarn_req *req);
 QARN_EXPORT uint32_t qarn_cli_start_vsan_cfg_gen(struct qarn_req *req);
 QARN_EXPORT uint32_t qarn_cli_run_vlan_cfg_gen(struct qarn_req *req);
@@ -38,14 +38,14 @@ QARN_EXPORT uint32_t qarn_cli_start_fex_cfg_gen(struct qarn_req *req);
 QARN_EXPORT uint32_t qarn_cli_run_exclude_fex_cfg_gen(struct qarn_req *req);
 QARN_EXPORT uint32_t qarn_cli_start_exclude_fex_cfg_gen(struct qarn_req *req);
 
-/* The startup configuration's templates; 0 also on a card that has none, after a message. */
+/* The startup configuration's templates. On a card without templates, prints a message and returns 0. */
 QARN_EXPORT uint32_t qarn_cli_start_template_cfg_gen(struct qarn_req *req);
 
 /* All services but those whose SAPs the tokens name. */
 QARN_EXPORT uint32_t qarn_cli_run_cfg_gen_exclude(struct qarn_req *req);
 QARN_EXPORT uint32_t qarn_cli_start_cfg_gen_exclude(struct qarn_req *req);
 
-/* The one service whose SAP the first token names; 0 after a message for SAP 0. */
+/* The one service whose SAP the first token names. For SAP 0, prints a message and returns 0. */
 QARN_EXPORT uint32_t qarn_cli_run_cfg_gen_sap(struct qarn_req *req);
 QARN_EXPORT uint32_t qarn_cli_start_cfg_gen_sap(struct qarn_req *req);
 

@@ -1,4 +1,4 @@
-/* The exchange with the services. */
+/* Reporting a failed send to a service. */
 #ifndef QARNCLI_EXCHANGE_H
 #define QARNCLI_EXCHANGE_H
 
@@ -6,7 +6,7 @@
 
 QARN_BEGIN_DECLS
 
-/* Explain in the output why a send to one service returned `ret`. Reads errno, which must still be the send's. */
+/* Print why a send to one service returned `ret`. Reads errno, which nothing may have changed since the send. */
 QARN_EXPORT void handle_error(int32_t ret);
 
 QARN_END_DECLS

@@ -50,11 +50,11 @@ QARN_AT(struct qarn_merge_graph_info, graph, 8);
 QARN_EXPORT void init_graph(struct graph *graph);
 QARN_EXPORT void qarn_merge_graph_info_init(struct qarn_merge_graph_info *info, int32_t level, int32_t intf_only);
 
-/* 1 when the pass admits the element: its level is the pass's (or the pass's is QARN_EVERY_LEVEL), and it is an
- * interface element where the pass wants only those. */
+/* 1 when the pass admits the element: the element has the level of the pass (or the pass takes QARN_EVERY_LEVEL), and
+ * is an interface element if the pass takes only those. */
 QARN_EXPORT int32_t qarn_merge_val_filter_check(struct qarn_merge_val *value, struct qarn_merge_graph_info *pass);
 
-/* Both return null, and change nothing, when there is no memory. */
+/* Both return null, and change nothing, if memory runs out. */
 QARN_EXPORT struct vertex *add_vertex(struct graph *graph, void *data);
 QARN_EXPORT struct edge *add_edge(struct vertex *from, struct vertex *to);
 

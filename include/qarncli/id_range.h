@@ -9,7 +9,7 @@ QARN_BEGIN_DECLS
 struct qarn_id_mask;
 
 /* Print one line that names the set as ranges, such as "vlan 1-5,7,10-12"; an empty set gives the line without a
- * range. One call of the output routine each, whatever the length of the text. */
+ * range. Each function calls the output routine exactly once, whatever the length of the text. */
 QARN_EXPORT void qarn_vlan_mask_print(const struct qarn_id_mask *mask);
 QARN_EXPORT void qarn_vlan_config_mask_print(const struct qarn_id_mask *mask);
 QARN_EXPORT void qarn_vsan_mask_print(const struct qarn_id_mask *mask);

@@ -26,7 +26,7 @@ struct if_index_list {
 QARN_AT32(struct if_index_list, ifindexes, 4);
 QARN_SIZE32(struct if_index_list, 8);
 
-/* Most indexes that if_index_list takes. */
+/* The maximum number of indexes in if_index_list. */
 enum { QARN_MAX_IFINDEXES = 20000 };
 
 #endif

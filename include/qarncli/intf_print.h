@@ -16,7 +16,7 @@ QARN_EXPORT void qarn_send_intf_info(const char *name);
 /* 1 when the text's first line is blank, else 0. */
 QARN_EXPORT int32_t qarn_print_isspace_check(const char *text, int32_t length);
 
-/* Print the unnecessary-space warning for a service; for the shell. */
+/* Print the unnecessary-space warning for a service. Called by the shell only. */
 QARN_EXPORT void qarn_isspace_err_print(uint32_t uuid, uint32_t elem_id);
 
 QARN_END_DECLS

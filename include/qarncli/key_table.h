@@ -36,7 +36,7 @@ QARN_EXPORT void qarn_keystr_print(void *name, void *value, void *key);
 /* g_hash_table_foreach callback over a keystr_table: collect a name that was not printed before. */
 QARN_EXPORT void qarn_get_keys(void *name, void *value, void *unused);
 QARN_EXPORT int32_t qarn_feature_key_printed(const char *name);
-/* The new entry, or null without memory. */
+/* Returns the new entry, or null if memory runs out. */
 QARN_EXPORT struct feature_key_entry *add_feature_key_to_list(const char *name);
 /* g_hash_table_foreach callback over a keystr_table: print one name and what is filed under it, unsorted. */
 QARN_EXPORT void qarn_key_feature_print(void *name, void *value, void *unused);

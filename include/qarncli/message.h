@@ -21,7 +21,7 @@ enum { QARN_SOURCE_RUNNING = 1, QARN_SOURCE_STARTUP = 2 };
 
 QARN_FLEX_BEGIN
 struct qarn_cfg_req_msg {
-    uint32_t src_sap; /* who asks: replies go there */
+    uint32_t src_sap; /* SAP of the requester: replies go there */
     struct qarn_id_mask vsan_mask;
     struct qarn_id_mask vlan_mask;
     uint32_t reserved;     /* 0 */
@@ -65,7 +65,7 @@ QARN_SIZE(struct qarn_cfg_req_msg, 2740);
 struct qarn_cfg_frag {
     uint32_t last;      /* non-zero on this SAP's last fragment */
     uint32_t total_len; /* bytes of the whole reply; only the first fragment's value counts */
-    uint32_t sap;       /* who answers */
+    uint32_t sap;       /* SAP of the service that answers */
     uint32_t len;       /* bytes of data after this header */
     unsigned char data[];
 };

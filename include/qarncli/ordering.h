@@ -9,17 +9,18 @@
 QARN_BEGIN_DECLS
 
 QARN_EXPORT void init_queue(struct queue *queue);
-QARN_EXPORT int32_t enqueue(struct queue *queue, void *data); /* the new count, or -1 without memory */
+QARN_EXPORT int32_t enqueue(struct queue *queue, void *data); /* the new count, or -1 if out of memory */
 QARN_EXPORT void *dequeue(struct queue *queue);               /* the head's data, its node freed; null when empty */
 
 /* Call fn(data, arg) for every node from head to tail. */
 QARN_EXPORT void traverse(struct queue *queue, void (*fn)(void *data, void *arg), void *arg);
 
-/* Order the graph into the queue: elements after those they depend on; by sweeps over the vertices in ascending
- * (uuid, elem_id). Returns 0, or -1 for a loop (the queue keeps what could be placed) or without memory. */
+/* Order the graph into the queue, each element after those that it depends on, by sweeps over the vertices in ascending
+ * (uuid, elem_id). Returns 0, or -1 if there is a loop (the queue then holds what could be placed) or memory runs
+ * out. */
 QARN_EXPORT int32_t visit2(struct graph *graph, struct queue *queue);
 
-/* The same by first in, first out; same results. Aborts the process without memory. */
+/* Like visit2, but first in, first out instead of sweeps; same return values. Aborts the process if memory runs out. */
 QARN_EXPORT int32_t visit(struct graph *graph, struct queue *queue);
 
 /* qsort comparator over struct vertex pointers: uuid, then elem_id, unsigned. */

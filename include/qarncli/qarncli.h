@@ -5,9 +5,10 @@
  *
  * Errors:
  *   A function that can fail returns a status of the platform's error space (status.h), 0 for success. A function that
- *   makes a record returns null without memory. What the user must see has then been printed. Nothing throws.
+ *   makes a record returns null if memory runs out. By then, the function has printed what the user must see. No
+ *   function throws.
  * Texts:
- *   NUL-terminated, except where a field's comment differs. Integers are in host byte order.
+ *   NUL-terminated, unless a field's comment says otherwise. Integers are in host byte order.
  * Ownership:
  *   The caller keeps what it hands in. What a function hands out belongs to the library unless its comment names who
  *   frees it; the data of a generation stays valid until the next generation begins.
@@ -17,8 +18,8 @@
  *   One command at a time in a process. A command installs handlers for SIGINT, SIGHUP and SIGPIPE (interruption.h) and
  *   leaves them installed.
  * Globals:
- *   globals.h lists them, with the life of each value. Some are only ever set while the library is loaded, so a shell
- *   runs each command in a process of its own.
+ *   globals.h lists them, with the lifetime of each value. Some are only ever set while the library is loaded, so a
+ *   shell runs each command in a process of its own.
  */
 #ifndef QARNCLI_QARNCLI_H
 #define QARNCLI_QARNCLI_H

@@ -1,4 +1,4 @@
-/* The queue of print order. */
+/* The queue that holds elements in print order. */
 #ifndef QARNCLI_QUEUE_H
 #define QARNCLI_QUEUE_H
 

@@ -10,20 +10,20 @@ QARN_BEGIN_DECLS
 
 enum { QARN_MAX_TOKENS = 64 };
 
-/* Token ids with a meaning to the library. */
+/* Token ids that the library treats specially. */
 enum {
-    QARN_TOKEN_FORWARDED_FIRST = 117, /* up to the last: sent to the services as token_id */
+    QARN_TOKEN_FORWARDED_FIRST = 117, /* ids from FIRST to LAST are sent to the services as token_id */
     QARN_TOKEN_FORWARDED_LAST = 152,
     QARN_TOKEN_MEMBERSHIP = 167, /* interface display with the members of port channels */
     QARN_TOKEN_NO_PROFILE_MERGE = 202,
-    QARN_TOKEN_SYNC_BODY = 203,     /* switch profile without its head text; no ASCII startup file instead */
+    QARN_TOKEN_SYNC_BODY = 203,     /* switch profile without its head text; the ASCII startup file is not shown */
     QARN_TOKEN_EXTRA_RUNNING = 204, /* forwarded as extra_opt of running displays */
-    QARN_TOKEN_EXTRA_STARTUP = 205, /* of startup displays */
+    QARN_TOKEN_EXTRA_STARTUP = 205, /* forwarded as extra_opt of startup displays */
     QARN_TOKEN_SYNC_PLAIN = 206,    /* switch profile without its "configure sync" frame */
     QARN_TOKEN_COMMAND_109 = 2060   /* counts as no extra token in command 109 */
 };
 
-/* Token type of interfaces: on the first token of an interface display, only the named interfaces are shown. */
+/* Token type of interfaces: if the first token of an interface display has it, only the named ones are shown. */
 #define QARN_TOKEN_TYPE_INTERFACE 0x40200002u
 
 /* One token of the command. A token without a value means no ranges, an empty name or SAP 0. */
@@ -72,7 +72,7 @@ enum {
     QARN_INFO_EXTRA_OPT = 0x20    /* written: token 204 (running) or 205 (startup) was given */
 };
 
-/* Values of qarn_req.sap that are no SAP. */
+/* Values of qarn_req.sap that are not SAPs. */
 #define QARN_SAP_NONE 0u               /* no service is named */
 #define QARN_SAP_ALL_CONSUMERS 1u      /* every consumer of the request opcode */
 #define QARN_SAP_TABLE_ROW 0xffffffffu /* row `index` of the shell's SAP and feature tables */
@@ -84,9 +84,9 @@ enum {
     QARN_COMMAND_STARTUP_VDCS = 165
 };
 
-/* Bits of g_cli_generic_option, which the shell sets for the time of a command. */
+/* Bits of g_cli_generic_option, which the shell sets for the duration of a command. */
 enum {
-    QARN_OPTION_SAVED_NOW = 0x04, /* the header of a running display gives its time as that of saving */
+    QARN_OPTION_SAVED_NOW = 0x04, /* a running display gets the header of a startup display saved now */
     QARN_OPTION_CHECKPOINT = 0x10 /* the display is a checkpoint: every VLAN has a header of its own */
 };
 

@@ -47,11 +47,11 @@ QARN_EXPORT int32_t qarn_is_startup_cfg_present(struct qarn_req *req, char *path
 QARN_EXPORT int32_t qarn_is_startup_bin_cfg_present(struct qarn_req *req);
 /* scandir filter: 1 for a name that does not begin with ".". */
 QARN_EXPORT int dir_empty_check(const struct dirent *entry);
-/* Show the ASCII file through a program of its own, on its standard output; -1 when there is no such path. */
+/* Show the ASCII file by running a separate program, which writes to standard output; -1 if the file is missing. */
 QARN_EXPORT int32_t qarn_merge_cat_file(const char *path);
-/* Take (1) or release (0) the store in the name of this process. 0, or the error, which has been printed. */
+/* Lock (1) or release (0) the store for this process. Returns 0, or the error, which has been printed. */
 QARN_EXPORT uint32_t qarn_startup_cfg_lock(uint32_t mts_handle, uint32_t lock);
-/* Ask the line-card manager for the module list, for the shell; always 0. */
+/* Ask the line-card manager for the module list; for the shell. Always returns 0. */
 QARN_EXPORT uint32_t qarn_startup_cfg_modlist_get(struct qarn_req *req);
 
 QARN_END_DECLS

@@ -7,7 +7,7 @@
 
 QARN_BEGIN_DECLS
 
-/* Tags. Some consume the next TLVs, whose own tags are not looked at, as operands: their follow-ups. */
+/* Tags. Some take the next TLVs as operands, called follow-ups; the tags of follow-ups are ignored. */
 enum {
     QARN_TLV_TAG_ELEM_INFO = 0,   /* five words: uuid, elem_id, level, property, val_type; opens an element */
     QARN_TLV_TAG_DEPENDENCY = 1,  /* three words: uuid, elem_id, dep_type */
@@ -19,8 +19,8 @@ enum {
 };
 
 /* Decode the TLV array at `array`, which is trusted, into `table` (the element store merge_elem_table_p). Everything
- * that is kept is copied. Returns 0, also when decoding stops early because the array holds more TLVs than it
- * announces, or QARN_STATUS_NO_MEMORY, _NO_PAYLOAD, _BAD_MESSAGE; what was merged before an error stays. */
+ * that is kept is copied. Returns QARN_STATUS_NO_MEMORY, _NO_PAYLOAD or _BAD_MESSAGE on an error (what was merged
+ * before it stays), else 0, even if decoding stops early because the array holds more TLVs than it announces. */
 QARN_EXPORT uint32_t qarn_parse_tlv(const void *array, GHashTable *table);
 
 /* Copy the words of a tag-0 or tag-1 value, of any alignment, into the record. */

@@ -8,7 +8,7 @@ QARN_BEGIN_DECLS
 
 /* A text contributed for the VLAN being aggregated; key_str_list, newest first. malloc'd. */
 struct key_str_entry {
-    GString *str; /* own copy; while the library joins, also an element's text; null: nothing to free */
+    GString *str; /* own copy; while the library joins: own copy or an element's text; null: nothing to free */
     int32_t used; /* 1 once joined */
     struct key_str_entry *next;
 };
@@ -23,7 +23,7 @@ QARN_EXPORT int qarn_vlan_key_cmp_fn(const void *a, const void *b);
 
 /* traverse callback over keystr_element_q: add what the element files under `line`, a GString. */
 QARN_EXPORT void qarn_vlan_keystr_elem_q_cfg_print(void *vertex, void *line);
-/* Put a copy of the text in front of key_str_list; null without memory. */
+/* Put a copy of the text at the head of key_str_list. Returns the entry, or null if memory runs out. */
 QARN_EXPORT struct key_str_entry *add_key_str_list(const char *text);
 /* Join key_str_list in ascending order into g_vlan_aggr_str and file it under g_vlan_id in vlan_reverse_table_p. */
 QARN_EXPORT void qarn_vlan_add_aggr_keystr(void);
@@ -34,7 +34,7 @@ QARN_EXPORT gboolean vlan_table_cleanup(void *key, void *value, void *unused);
 
 /* g_hash_table_foreach callback: list one entry of vlan_reverse_table_p in the output. */
 QARN_EXPORT void qarn_vlan_reversetable_print(void *key, void *value, void *unused);
-/* Match predicate over GString keys: 1 on the first match, which it remembers in g_vlan_bitset; from then on 0. */
+/* Match predicate over GString keys: 1 on the first match, whose value it stores in g_vlan_bitset; then always 0. */
 QARN_EXPORT gboolean qarn_vlan_get_bitmask(void *key, void *value, void *wanted);
 
 QARN_END_DECLS

@@ -32,8 +32,8 @@ class DocumentStarts : public YAML::EventHandler {
     void OnMapEnd() override {}
 };
 
-// Where a second document begins, if there is one. The search ends there, because from some broken texts the parser
-// makes documents without end.
+// Where a second document begins, if there is one. The search ends there, because the parser reads some broken texts as
+// an endless sequence of documents.
 std::optional<YAML::Mark> second_document(const std::string &text) {
     std::istringstream stream(text);
     YAML::Parser parser(stream);
@@ -78,7 +78,7 @@ auto Document::at(const YAML::Node &node, Function function) const {
 }
 
 std::string Document::text(const YAML::Node &node, const std::string &what) const {
-    if (!node.IsScalar()) fail(node, what + " must be a text");
+    if (!node.IsScalar()) fail(node, what + " must be text");
     if (node.Scalar().find('\0') != std::string::npos) fail(node, what + " must not contain a NUL");
     return node.Scalar();
 }
@@ -148,8 +148,8 @@ Mapping::Mapping(const Document &document, const YAML::Node &node, const std::st
         list += (list.empty() ? "" : ", ") + std::string(key);
     document.each_pair(node, what, [&](const YAML::Node &key, const YAML::Node &value) {
         if (std::ranges::find(allowed, key.Scalar()) == allowed.end())
-            document.fail(key, what + " has no key " + quoted(key.Scalar()) + "; allowed: " + list);
-        // The parser marks an absent value at the node that follows, so the message names the line of the key.
+            document.fail(key, what + " has the unknown key " + quoted(key.Scalar()) + "; allowed: " + list);
+        // The parser gives an absent value the line of the next node, so the message names the line of the key.
         if (value.IsNull()) document.fail(key, key.Scalar() + " has no value");
     });
 }

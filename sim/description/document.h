@@ -1,5 +1,5 @@
-// One switch description as a YAML document, and its nodes as texts, numbers, lists and mappings. The first node that
-// breaks the format ends the reading with a DescriptionError that names its line.
+// One switch description as a YAML document, and its nodes as texts, numbers, lists and mappings. Reading ends at the
+// first malformed node with a DescriptionError that names its line.
 #pragma once
 
 #include <yaml-cpp/yaml.h>
@@ -36,7 +36,7 @@ class Document {
     template <typename Row, std::size_t kRows>
     const Row &row_named(const YAML::Node &node, const std::string &what, const Row (&rows)[kRows]) const;
 
-    // An undefined node, of a key that is absent, has no items and no pairs. The keys of a mapping are unique texts.
+    // An undefined node (the value of an absent key) has no items and no pairs. The keys of a mapping are unique texts.
     void each_item(const YAML::Node &node, const std::string &what,
                    const std::function<void(const YAML::Node &)> &act) const;
     void each_pair(const YAML::Node &node, const std::string &what,

@@ -1,5 +1,5 @@
-// The elements of a service in a switch description. In the texts of several interfaces or ids, "{n}" is the number of
-// each.
+// The elements of a service in a switch description. In a text for several interfaces or ids, "{n}" is replaced by the
+// number of each interface or id.
 #include "sim/description/elements.h"
 
 #include <algorithm>
@@ -62,7 +62,7 @@ class ElementReader {
             for (const std::string &name : document_.names(names, "interfaces")) {
                 const uint32_t if_index = interfaces.index_of(names, name);
                 if (!seen.insert(if_index).second)
-                    document_.fail(names, "interface " + quoted(name) + " has a text already");
+                    document_.fail(names, "interface " + quoted(name) + " already has a text");
                 const std::string_view number = std::string_view(name).substr(start_of_number(name, name.size()));
                 element_.intf_texts.emplace_back(if_index, with_number(lines, number));
             }
@@ -87,7 +87,7 @@ class ElementReader {
     void read_key_strings(const YAML::Node &node) {
         std::set<std::string> seen;
         const auto add = [&](const YAML::Node &item, const std::string &name, const std::string &lines) {
-            if (!seen.insert(name).second) document_.fail(item, "key string " + quoted(name) + " has a text already");
+            if (!seen.insert(name).second) document_.fail(item, "key string " + quoted(name) + " already has a text");
             element_.key_strings.emplace_back(name, lines);
         };
         document_.each_item(node, "key_strings", [&](const YAML::Node &item) {

@@ -7,7 +7,7 @@
 
 namespace sim {
 
-// Read one element into its service. All services have their names before, because dependencies refer to them.
+// Read one element into its service. All services must already have their names, because dependencies refer to them.
 void read_element(const Document &document, const YAML::Node &node, Service &service, Switch &sw,
                   const Interfaces &interfaces);
 

@@ -10,7 +10,7 @@
 
 namespace sim {
 
-// A text without indentation as the lines below a header: each indented by two blanks and with its newline.
+// Turn a text without indentation into the lines below a header: each indented by two blanks and ended by a newline.
 std::string as_block(std::string_view lines);
 
 void read_port_profiles(const Document &document, const YAML::Node &node, Switch &sw);
@@ -21,7 +21,7 @@ class Interfaces {
     Interfaces(const Document &document, Switch &sw) : document_(document), sw_(sw) {}
 
     void read(const YAML::Node &node);
-    // The index of the interface with the name, which the node holds.
+    // The index of the interface called `name`. An error is reported at `node`, which holds the name.
     uint32_t index_of(const YAML::Node &node, const std::string &name) const;
 
   private:

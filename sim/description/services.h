@@ -7,8 +7,8 @@
 
 namespace sim {
 
-// Read the services with their elements. The interfaces and port profiles are read before, because elements refer to
-// them.
+// Read the services with their elements. The interfaces and port profiles must have been read, because elements refer
+// to them.
 void read_services(const Document &document, const YAML::Node &node, Switch &sw, const Interfaces &interfaces);
 
 } // namespace sim

@@ -14,7 +14,7 @@
 namespace sim {
 namespace {
 
-constexpr uint32_t kLastCallbackSap = INT32_MAX; // a row holds it with a sign
+constexpr uint32_t kLastCallbackSap = INT32_MAX; // a row holds a signed SAP
 
 struct FlagWord {
     const char *word;

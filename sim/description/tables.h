@@ -1,5 +1,5 @@
 // The parts of a switch description that fill the platform's tables: in-process services and features. Both refer to
-// services, which are read before.
+// services, so the services must have been read.
 #pragma once
 
 #include "sim/description/document.h"

@@ -21,7 +21,7 @@ inline bool has_valid_stamp(const unsigned char *message) {
     return stamp == QARN_CMD_STAMP || stamp == QARN_CMD_STAMP_SWAPPED;
 }
 
-// A block with a copy of the message, as long as its own length word; null without memory.
+// A block with a copy of the message, whose length is taken from its length word; null if memory runs out.
 inline Malloced<unsigned char> copy_message(const unsigned char *message) {
     const std::size_t length = message_length(message);
     auto block = allocate<unsigned char>(length + QARN_CMD_PREFIX_SIZE);

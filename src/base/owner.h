@@ -1,5 +1,5 @@
-// Owners of what the C library hands out. Records are allocated with malloc, so that a failed allocation is a null
-// pointer that the caller answers.
+// Owning pointers for memory, strings and files from C libraries. Records are allocated with malloc, so that a failed
+// allocation is a null pointer, which the caller handles.
 #pragma once
 
 #include <cstdio>
@@ -16,7 +16,7 @@ struct Free {
 template <typename T>
 using Malloced = std::unique_ptr<T, Free>;
 
-// An uninitialised record of `size` bytes, or null without memory.
+// An uninitialised record of `size` bytes, or null if memory runs out.
 template <typename T>
 Malloced<T> allocate(std::size_t size = sizeof(T)) {
     return Malloced<T>(static_cast<T *>(std::malloc(size)));

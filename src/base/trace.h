@@ -11,7 +11,7 @@ inline bool debugging(uint32_t bit) {
     return (debug & bit) != 0;
 }
 
-// Write to standard output and flush. Callers test debugging() first, so that a silent trace costs one load.
+// Write to standard output and flush. Callers test debugging() first, so that a disabled trace costs one load.
 [[gnu::format(printf, 1, 2)]] void trace(const char *format, ...);
 
 } // namespace qarn

@@ -80,7 +80,7 @@ void invoke(const qarn_cfg_cb_entry &row, qarn_cb_args &arguments) {
     dlwrap_invoke_func(row.lib_name, row.func_name, &arguments, &result, qarn_parallel_cfg_cb_invoke_handler);
 }
 
-// Send the request to itself and hand it to every row that `select` takes.
+// Send the request to the library's own SAP, receive it, and pass it to every row that `select` accepts.
 template <typename Select>
 void invoke_selected(uint32_t handle, const void *msg, uint32_t size, const char *send_failed, const char *recv_failed,
                      Select select) {

@@ -1,5 +1,6 @@
 // The exchange with the services: the request goes out, the fragments of all services come back interleaved, and each
-// complete reply is decoded at once. A transport failure keeps its errno from before anything is reported.
+// complete reply is decoded at once. The errno of a transport failure is saved before anything is reported, because
+// reporting may change it.
 #include <qarncli/callbacks.h>
 #include <qarncli/exchange.h>
 #include <qarncli/globals.h>
@@ -19,7 +20,7 @@
 namespace qarn {
 namespace {
 
-constexpr uint32_t kSapCliServer = 296;   // waited for once more
+constexpr uint32_t kSapCliServer = 296;   // gets a second wait
 constexpr uint32_t kReceiveTimeout = 120; // between two messages, in the transport's unit
 
 int32_t send_request(uint32_t handle, uint32_t sap, const RequestMessage &message) {
@@ -86,8 +87,8 @@ class Replies {
     }
 
   private:
-    // A receive failed with `err`. The time-out counts from message to message, and a pending CLI server extends it
-    // once.
+    // Whether a receive that failed with `err` ends the wait. The time-out starts again with every message; a CLI
+    // server that is still awaited extends it once.
     bool ends_wait(int err) {
         if (err != ETIME) {
             std::perror("QARN recv");
@@ -121,9 +122,9 @@ class Replies {
         return last != 0 && accept_reply(sap);
     }
 
-    // Decode a service's complete reply, or report why it cannot be. What could be decoded is printed; a line on
-    // standard error, not in the configuration, reports that something is missing. False when there is no reply: its
-    // service is still awaited.
+    // Decode a service's complete reply, or report why that is impossible. What can be decoded will be printed; a line
+    // on standard error, not in the configuration, reports that something is missing. False when there is no reply: the
+    // service is then still awaited.
     bool accept_reply(uint32_t sap) {
         const JoinedReply reply = take_reply(sap);
         if (!reply.bytes) {

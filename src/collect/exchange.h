@@ -10,7 +10,7 @@ namespace qarn {
 // or the status of the first send that failed.
 uint32_t ask_services(uint32_t handle, const RequestMessage &message);
 
-// Decode a joined reply with status 0. False when something of it is missing, or was left out.
+// Decode a joined reply with status 0. False when part of it is missing or was skipped.
 using DecodeReply = bool (*)(const JoinedReply &reply);
 
 struct Collected {

@@ -17,7 +17,7 @@ void set_all(qarn_id_mask *mask) {
     std::memset(mask->bits, 0xff, sizeof mask->bits);
 }
 
-// Ids as the first token's range list names them; a token without a value names none.
+// Set the ids that the range list of the first token names; a token without a value names none.
 void set_named(qarn_id_mask *mask, const qarn_req &req) {
     const auto *ranges = static_cast<const qarn_range_list *>(token_value(req, 0));
     if (ranges == nullptr) return;
@@ -28,8 +28,8 @@ void set_named(qarn_id_mask *mask, const qarn_req &req) {
     }
 }
 
-// Fill a cleared mask: with the ids that the command names in the display that filters by them, with every id in the
-// other displays. Returns whether the command named them.
+// Fill a cleared mask: in the display `filtering_display` with the ids that the command names; in other displays, or
+// without a token, with every id. Returns whether only named ids were set.
 bool fill(qarn_id_mask *mask, const qarn_req &req, uint32_t filtering_display) {
     if (cfg_display != filtering_display || req.num_tokens == 0) {
         set_all(mask);

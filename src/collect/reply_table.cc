@@ -1,7 +1,7 @@
 // Reassembly of replies in msg_table_p. The first fragment of a service bounds its reply; data beyond that bound, or a
 // bound without room for the status word, breaks the reply: its entry stays, without a buffer, until the last fragment
 // finds nothing to hand over. A zeroed guard follows every buffer, so that the platform's readers find an empty array
-// and ended texts where a reply stops short.
+// and terminated texts where a reply is too short.
 #include <qarncli/reply_table.h>
 
 #include <qarncli/globals.h>
@@ -32,14 +32,14 @@ qarn_msg_entry *find_entry(uint32_t sap) {
     return static_cast<qarn_msg_entry *>(g_hash_table_lookup(msg_table_p, &sap));
 }
 
-// Enter a service with its first fragment's bound; null without memory.
+// Add an entry for the service, with the length that its first fragment announces; null if memory runs out.
 qarn_msg_entry *add_entry(const qarn_cfg_frag &frag) {
     auto entry = allocate<qarn_msg_entry>();
     if (!entry) return nullptr;
     *entry = {frag.sap, frag.total_len, 0, nullptr};
     if (frag.total_len >= sizeof(qarn_cfg_reply)) {
         const auto size = block_size<std::size_t>(frag.total_len);
-        if (size == 0) return nullptr; // as much as no machine of this width has
+        if (size == 0) return nullptr; // more than this machine can address
         entry->buf = allocate<unsigned char>(size).release();
         if (entry->buf == nullptr) return nullptr;
     }
@@ -60,7 +60,7 @@ void append(qarn_msg_entry &entry, const qarn_cfg_frag &frag) {
 }
 
 // Zero what the service did not send, and the guard. A large missing tail is taken from the system as zero pages, so
-// that a service which announces gigabytes costs none.
+// that a service that announces gigabytes does not use them up.
 Malloced<unsigned char> with_zeroed_tail(Malloced<unsigned char> bytes, std::size_t filled, std::size_t size) {
     if (size - filled <= kLargeTail) {
         std::memset(bytes.get() + filled, 0, size - filled);

@@ -9,11 +9,11 @@
 namespace qarn {
 
 struct RequestMessage {
-    Malloced<qarn_cfg_req_msg> bytes; // null without memory
+    Malloced<qarn_cfg_req_msg> bytes; // null if memory ran out
     uint32_t size = 0;
 };
 
-// A zeroed message with room for the command's interfaces; who asks, the filters and the command are filled in.
+// A zeroed message with room for the command's interfaces. The requester, the filters and the command are filled in.
 // `target` is what the command selected, 0 for all services.
 RequestMessage begin_request_message(qarn_req *req, uint32_t cfg_source, uint32_t target);
 

@@ -1,6 +1,6 @@
-// The configuration of every virtual device context in turn. A shell of its own, which loads this library again, shows
-// each active VDC; headers and the commands that switch into the VDC and back surround its output, so that the whole
-// reads as one script.
+// The configuration of every virtual device context in turn. For each active VDC a separate shell runs, which loads
+// this library again. Its output is surrounded by a header and the commands that switch into the VDC and back, so that
+// the whole is one script.
 #include <qarncli/entry.h>
 
 #include <qarncli/globals.h>

@@ -21,7 +21,7 @@ namespace {
 // Software card ids of the modules that have templates.
 constexpr uint32_t kTemplateCards[] = {176, 182, 183, 206, 222, 223, 237, 248, 249};
 
-// Some tokens have their effect here; any other becomes cmd_token_id.
+// Some tokens take effect here; any other becomes cmd_token_id.
 void apply_tokens(qarn_req &req, uint32_t extra_token) {
     for (uint32_t i = 0; i < token_count(req); ++i) {
         if (req.tokens[i] == nullptr) continue;
@@ -36,7 +36,7 @@ void apply_tokens(qarn_req &req, uint32_t extra_token) {
     }
 }
 
-// The driver's status as the shell takes it.
+// Run the driver and reduce its status to the 0 or 1 that the shell expects.
 uint32_t run_driver(qarn_req *req, uint32_t cfg_source) {
     return generate(req, cfg_source) != 0 ? 1 : 0;
 }

@@ -1,6 +1,6 @@
-// The generation driver: one command from the shell's request to its last newline. run() is the table of contents. A
-// generation owns its request message, its copy of the startup store's URI and each joined reply; everything that it
-// decodes is left for the printers and abandoned by the next generation.
+// The generation driver: one command from the shell's request to its last newline. run() lists the steps in order. A
+// generation owns its request message, its copy of the startup store's URI and each joined reply. Everything that it
+// decodes stays for the printers, until the next generation abandons it.
 #include <qarncli/entry.h>
 #include <qarncli/globals.h>
 #include <qarncli/if_index_list.h>

@@ -1,4 +1,4 @@
-// One generation under way: what the driver's steps share, and how they end.
+// The state of one generation: what the driver's steps share, and how they end.
 #pragma once
 
 #include <qarncli/message.h>
@@ -43,14 +43,14 @@ inline constexpr Step kGoOn = std::nullopt;
 // Run a whole generation; returns 0 or a status of the platform's error space.
 uint32_t generate(qarn_req *req, uint32_t cfg_source);
 
-// Fresh tables and lists, and the services to ask.
+// Make fresh tables and lists, and list the services to ask.
 Step set_up(Generation &generation);
 
 // The output phase: everything after the replies are in, up to the final callback.
 Step print_configuration(Generation &generation);
 
-// The platform's final callback, for the displays that end in it; 0, or its status. The generation's globals are no
-// longer needed: another command may run in here.
+// Call the platform's final callback, for the displays that end with it; returns 0 or the callback's status. The
+// generation's globals are no longer needed, so another command may run inside the callback.
 uint32_t run_final_callback(const Generation &generation);
 
 } // namespace qarn

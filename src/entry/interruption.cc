@@ -1,7 +1,6 @@
-// The handler of SIGINT, SIGHUP and SIGPIPE, which never leaves the startup store locked. It runs at any point of the
-// driver: gl_q is set before the handler is installed, start_cfg_locked by the lock itself. The handler
-// prints, makes an exchange and calls exit, none of which is async-signal-safe: the contract with the shell asks for
-// it.
+// The handler of SIGINT, SIGHUP and SIGPIPE, which never leaves the startup store locked. It may run at any point of
+// the driver, because gl_q is set before the handler is installed, and start_cfg_locked is set by the lock itself. The
+// handler prints, makes an exchange and calls exit. None of this is async-signal-safe, but interruption.h promises it.
 #include <qarncli/interruption.h>
 
 #include <qarncli/globals.h>

@@ -62,7 +62,7 @@ bool print_levels(qarn_cfg_req_msg *msg) {
         csm_qarn_sp_print("KEYSTR Loop in the graph\n");
         return false;
     }
-    const Lookup lookup; // of what the two queues now hold
+    const Lookup lookup; // indexes what the two queues now hold
     for (int32_t level = 0; level < kPrintLevels; ++level) {
         if (!print_level(entries, level, msg)) return false;
     }
@@ -95,8 +95,8 @@ Step print_switch_profile() {
     return kGoOn;
 }
 
-// Whether the display ends in the platform's final callback. A VSAN or VLAN display first leaves in the request what it
-// has shown.
+// Whether the display ends with the platform's final callback. A VSAN or VLAN display first stores in the request which
+// ids it has shown.
 bool prepare_final_callback(const Generation &gen) {
     qarn_req *req = gen.req;
     const qarn_cfg_req_msg *msg = gen.message.bytes.get();

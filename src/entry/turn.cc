@@ -18,7 +18,7 @@ std::atomic<bool> taken = false; // atomic, so that a second thread is refused t
 } // namespace
 
 Turn::Turn() : is_mine_(!taken.exchange(true)) {
-    if (!is_mine_) std::fputs("A configuration command is still running in this process; try again after it\n", stderr);
+    if (!is_mine_) std::fputs("A configuration command is still running in this process; try again later\n", stderr);
 }
 
 Turn::~Turn() {

@@ -5,8 +5,8 @@
 
 namespace qarn {
 
-// The right of a command to run, held while this lives. An entry point that finds it taken returns 1 and does nothing
-// else; standard error has the reason.
+// The right of a command to run, held while this lives. An entry point that finds it taken writes the reason to
+// standard error, does nothing else and returns 1.
 class Turn {
   public:
     Turn();
@@ -20,7 +20,7 @@ class Turn {
     bool is_mine_;
 };
 
-// Gives the turn away while this lives: another command may run to its end meanwhile.
+// Gives the turn away while this lives, so that another command may run to its end.
 class TurnGivenAway {
   public:
     TurnGivenAway();

@@ -1,4 +1,4 @@
-// The element store: one entry per key. Look-ups go through the index of the generation under way, when there is one.
+// The element store: one entry per key. Look-ups go through the index of the current generation, when there is one.
 #include <qarncli/element_store.h>
 
 #include <qarncli/globals.h>

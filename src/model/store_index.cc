@@ -4,7 +4,8 @@
 namespace qarn {
 namespace {
 
-// Services far apart, the elements of one service side by side. Different keys stay different: the factor is odd.
+// Puts services far apart, and the elements of one service side by side. Different keys stay different, because the
+// factor is odd.
 void *spread(qarn_merge_key key) {
     const auto service = static_cast<uint16_t>(key.uuid * 0x9e37u);
     return GUINT_TO_POINTER(uint32_t{service} << 16 | key.elem_id);

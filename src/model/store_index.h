@@ -1,5 +1,5 @@
-// A second index of the element store. The store hashes a key as one integer, and GLib's table sizes let the keys of a
-// large switch (few services with many elements each) fall on few places; this index spreads them first.
+// A second index of the element store. The store hashes a key as one integer, and with GLib's table sizes many keys of
+// a large switch (few services with many elements each) collide; this index spreads the keys first.
 #pragma once
 
 #include <glib.h>
@@ -19,7 +19,7 @@ class StoreIndex {
     StoreIndex(const StoreIndex &) = delete;
     StoreIndex &operator=(const StoreIndex &) = delete;
 
-    // The index of the generation under way; null when none is.
+    // The index of the current generation; null when there is none.
     static StoreIndex *current() { return current_; }
 
     qarn_merge_val *find(qarn_merge_key key) const;

@@ -1,10 +1,12 @@
 // The decoder: one reply's TLV stream becomes configuration elements, merged into the element store. TlvReader checks
 // every TLV against the reply's extent; what is kept is copied, because the reply is freed right after the call.
 //
-// Where a stream breaks the format without leaving the reply: a value too short for its tag's words is consumed with
-// its follow-ups and changes nothing, except that a tag 0 too short for its words opens no element, so that what
-// follows belongs to none until the next tag 0; a TLV without a value counts as an empty text; a missing follow-up ends
-// the decoding without its entry; a text's length only sizes its copy's first buffer, and never beyond the text.
+// A stream may also break the format without leaving the reply:
+//   a value too short for its tag's words    is skipped with its follow-ups; if the tag is 0, no element is opened, and
+//                                            the TLVs up to the next tag 0 belong to no element
+//   a TLV without a value                    counts as an empty text
+//   a missing follow-up                      ends the decoding; its entry is not kept
+//   a wrong length of a text                 only sizes the first buffer of the copy, and never beyond the text
 #include <qarncli/tlv_decode.h>
 
 #include <qarncli/element_store.h>
@@ -30,7 +32,7 @@ GString *new_string(const Tlv &tlv, const TextValue &text) {
     return g_string_append_len(string, text.chars, static_cast<gssize>(text.length));
 }
 
-// Whether a command message may be copied by its own length word: that covers the header and stays inside the TLV.
+// Whether a command message's own length word may be used to copy it: it must cover the header and stay inside the TLV.
 bool has_valid_length(const Tlv &message) {
     if (message.length < QARN_CMD_HEADER_SIZE) return false;
     const uint32_t length = message_length(message.value);
@@ -102,14 +104,14 @@ class Decoder {
         return kNextTlv;
     }
 
-    // It is not known which element was meant, so what follows belongs to none rather than to the element before.
+    // It is unknown which element was meant, so the next TLVs belong to no element, not to the one before.
     Verdict open_nothing() {
         current_ = debug_element_ = nullptr;
         lost_element_ = true;
         return kNextTlv;
     }
 
-    // The element that the group describes: `fresh`, or the one that the store already has under its key. A placeholder
+    // The element that the tag 0 opens: `fresh`, or the one that the store already has under that key. A placeholder
     // gives way to the real element.
     qarn_elem *merge(qarn_elem *fresh) {
         merged_ = false;
@@ -335,7 +337,7 @@ class Decoder {
     qarn_elem *debug_element_ = nullptr; // never stored; made for the debug display only
     bool merged_ = false;                // the current element was in the store before
     bool lost_element_ = false;          // a tag 0 was too short to name its element
-    int64_t count_ = 0;                  // TLVs seen, and follow-ups as far as the announced number includes them
+    int64_t count_ = 0;                  // TLVs and follow-ups seen, as counted against the announced number
 };
 
 } // namespace

@@ -8,8 +8,8 @@
 namespace qarn {
 
 struct Decoding {
-    uint32_t status;  // as of qarn_parse_tlv
-    bool is_complete; // exactly the announced TLVs were read, and each belongs to an element or to none by right
+    uint32_t status;  // as qarn_parse_tlv returns it
+    bool is_complete; // exactly the announced number of TLVs was read, and no tag 0 was too short
 };
 
 // Decode the TLV array at `array` into the element store `table`. Stops, with status 0, at the first value or text that

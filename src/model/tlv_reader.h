@@ -78,7 +78,7 @@ class TlvReader {
     const unsigned char *array_;
     const unsigned char *end_;
     uint32_t cursor_ = 0;
-    std::size_t used_ = 0; // bytes that the TLVs read so far take at least
+    std::size_t used_ = 0; // lower bound of the bytes that the TLVs read so far take
     int64_t taken_ = 0;
 };
 

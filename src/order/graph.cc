@@ -1,6 +1,6 @@
 // The dependency graph of one ordering pass: a vertex per admitted element, an edge from every element to each one
-// that waits for it. The store value of an element remembers its vertex; every pass overwrites that for the elements
-// it admits, also with none, so that a vertex of an earlier pass never counts.
+// that waits for it. The store value of an element holds its vertex. Every pass overwrites it for the elements that it
+// admits, with null where an element gets no vertex, so that a vertex of an earlier pass is never used.
 #include <qarncli/graph.h>
 
 #include <qarncli/element.h>

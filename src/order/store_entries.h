@@ -13,10 +13,10 @@ inline constexpr int32_t kPrintLevels = 13; // 0..12; elements of any other leve
 
 enum class Admit { kEveryElement, kInterfaceElements };
 
-// Lives during the output phase of a generation; the element store is only read then. The entries are in ascending key
-// order, in which one service's elements follow each other as they mostly do in memory. The order decides which vertex
-// is missing when there is no memory for one more, and the sequence of the graph's traces: under QARN_DEBUG_GRAPH the
-// entries keep the store's own order.
+// Lives during the output phase of a generation, when the element store no longer changes. The entries are in ascending
+// key order, in which one service's elements follow each other as they mostly do in memory. The order also determines
+// which vertex is missing if memory runs out, and the order of the graph's traces; for these the entries keep the
+// store's own order under QARN_DEBUG_GRAPH.
 class StoreEntries {
   public:
     explicit StoreEntries(GHashTable *store);
@@ -25,7 +25,7 @@ class StoreEntries {
     StoreEntries &operator=(const StoreEntries &) = delete;
 
     // One ordering pass: the admitted elements of a level (QARN_EVERY_LEVEL for all) into `ordered`, each after those
-    // that it depends on. False for a loop, or without memory.
+    // that it depends on. False if there is a loop or memory runs out.
     bool order(int32_t level, Admit admit, queue *ordered) const;
 
   private:

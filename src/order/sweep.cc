@@ -1,8 +1,8 @@
-// From a graph to a queue in print order. visit2 orders by sweeps: a sweep walks the vertices in ascending
-// (uuid, elem_id) and places every vertex that waits for nothing unplaced; sweeps repeat until one places nothing. A
-// chain against the key order would need as many sweeps as it has vertices, so the sweeps are not walked: the sweep of
-// every vertex is computed, and the vertices are placed sweep by sweep. visit is the plain first-in-first-out ordering,
-// for callers outside the library.
+// From a graph to a queue in print order. visit2 orders by sweeps: a sweep walks the vertices in ascending (uuid,
+// elem_id) and places every vertex that waits for no unplaced one; sweeps repeat until one places nothing. A chain that
+// runs against the key order would need as many sweeps as it has vertices. The sweeps are therefore not walked: each
+// vertex's sweep is computed, and the vertices are placed sweep by sweep. visit is the plain first-in-first-out
+// ordering, for callers outside the library.
 #include <qarncli/element_store.h>
 #include <qarncli/ordering.h>
 #include <qarncli/status.h>
@@ -39,7 +39,7 @@ void count_in_degrees(const graph &graph) {
 // none.
 class Sweeps {
   public:
-    // False without memory.
+    // False if memory runs out.
     bool make_room(int32_t count) {
         const auto size = static_cast<std::size_t>(count);
         sorted_ = allocate<vertex *>(size * sizeof(vertex *));
@@ -63,8 +63,8 @@ class Sweeps {
     }
     vertex **vertices() { return vertices_; }
 
-    // Find every vertex's sweep; `visited` is 1 in the end where there is one. Returns the number of sweeps that place
-    // something.
+    // Find every vertex's sweep. Afterwards `visited` is 1 for each vertex that has a sweep. Returns the number of
+    // sweeps that place something.
     int32_t number() {
         number_topologically();
         std::fill_n(first_, count_, kNone);
@@ -79,8 +79,8 @@ class Sweeps {
         return sweeps;
     }
 
-    // Append the vertices of one sweep, in key order; returns how many it places. One for which there is no queue node
-    // counts as placed.
+    // Append the vertices of one sweep, in key order; returns their number. A vertex counts even if memory for its
+    // queue node runs out.
     int32_t place(int32_t sweep, queue *queue) {
         int32_t placed = 0;
         for (int32_t at = first_[sweep]; at != kNone; at = next_[at], ++placed)

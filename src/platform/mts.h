@@ -1,5 +1,5 @@
-/* Message transport: messages by SAP (service access point) and opcode. A handle is the shell's and has a SAP of its
- * own. Calls that fail return non-zero (the consumer list: a negative number) and set errno. */
+/* Message transport: messages by SAP (service access point) and opcode. A handle belongs to the shell and has a SAP of
+ * its own. Calls that fail return non-zero (the consumer list: a negative number) and set errno. */
 #ifndef QARN_PLATFORM_MTS_H
 #define QARN_PLATFORM_MTS_H
 
@@ -28,7 +28,7 @@ uint32_t mts_sap_get(uint32_t handle);
 /* SAP 0 stands for every consumer of the opcode. */
 int32_t mts_send(uint32_t handle, uint32_t address, uint32_t sap, uint32_t opcode, const void *payload, uint32_t length,
                  uint32_t, uint32_t, uint32_t);
-/* ETIME when the time-out passed without a message. The message lives until mts_drop. */
+/* Sets errno to ETIME when the time-out passed without a message. A message lives until mts_drop. */
 int32_t mts_recv(uint32_t handle, struct mts_msg *msg, const struct qarn_recv_opts *opts);
 void *mts_payload_get(struct mts_msg *msg);
 int32_t mts_drop(uint32_t handle, struct mts_msg *msg);

@@ -7,7 +7,7 @@
 QARN_BEGIN_DECLS
 
 int32_t tlv32_aligned_array_get_num_tlvs(const void *array, uint32_t zero);
-/* 0 and the next TLV, or non-zero at the end. *cursor is 0 before the first call. */
+/* Returns 0 and stores the next TLV, or returns non-zero at the end. *cursor is 0 before the first call. */
 int32_t tlv32_aligned_array_get_next_tlv(const void *array, uint32_t *tag, uint32_t *length, void **value,
                                          uint32_t zero, uint32_t *cursor);
 

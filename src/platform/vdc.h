@@ -15,7 +15,7 @@ struct vdc_map_entry {
 QARN_AT(struct vdc_map_entry, name, 2);
 QARN_SIZE(struct vdc_map_entry, 35);
 
-/* 0 and the five entries, which stay the manager's; otherwise an error code. */
+/* Returns 0 and stores the five entries, which the manager owns, or returns an error code. */
 uint32_t vdc_map_get(struct vdc_map_entry **map);
 uint32_t vdc_is_active(uint32_t id, uint32_t *active);
 uint32_t vdc_get_type(void); /* 2: no port-profile merge */

@@ -36,7 +36,7 @@ const char *text_of(std::time_t time) {
     return text != nullptr ? text : "\n";
 }
 
-// Print the first line of the ASCII startup file with the time of its saving.
+// Print the first line of the ASCII startup file that gives the time of saving.
 void print_saved_at(const char *path) {
     const File file(std::fopen(path, "r"));
     if (!file) {
@@ -60,7 +60,7 @@ void forget_conversion_functions() {
     ddas_destroy_func_ptr = nullptr;
 }
 
-// Resolve one function of the conversion library; false after the loader's message.
+// Resolve one function of the conversion library; if that fails, print the loader's message and return false.
 template <typename Function>
 bool resolve(Function *&function, const char *symbol) {
     function = reinterpret_cast<Function *>(dlsym(lib_handle, symbol));

@@ -90,7 +90,7 @@ uint16_t vdc_of_shell() {
     return id != nullptr ? static_cast<uint16_t>(std::strtol(id, nullptr, 10)) : uint16_t{VDC_DEFAULT_ID};
 }
 
-// Blocks of a port channel's members. The record has room for 36 of them, whatever number the manager answers.
+// Blocks of a port channel's members. The record has room for 36 of them, whatever number the manager returns.
 void print_member_blocks(uint32_t port_channel) {
     pc_info info = {};
     info.pc_if_index = port_channel;

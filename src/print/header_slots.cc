@@ -1,5 +1,5 @@
 // The slots are allocated one by one, because other code may walk keylist. A slot has 500 bytes and grows when a longer
-// header is copied in, so that the header still equals its own key map; without memory to grow, the slot keeps the
+// header is copied in, so that the header still equals its own key map. If memory for that runs out, the slot keeps the
 // first 499 bytes.
 #include "print/header_slots.h"
 

@@ -1,16 +1,15 @@
-// The headers of the keyed pass under way (globals keylist and totalkeys): one slot per entry of the table that the
-// pass collects from.
+// The headers of the current keyed pass (globals keylist and totalkeys): one slot per entry of the table from which the
+// pass collects.
 #pragma once
 
 #include <cstdint>
 
 namespace qarn {
 
-// The slots of one pass: allocated here, filled by the collecting callbacks, released with this on every way out of the
-// pass.
+// The slots of one pass: allocated by the constructor, filled by the collecting callbacks, released by the destructor.
 class HeaderSlots {
   public:
-    // Room for `capacity` headers. Without memory for all of them there are no slots at all, and ok() is false.
+    // Room for `capacity` headers. If memory for any of them runs out, there are no slots at all, and ok() is false.
     explicit HeaderSlots(uint32_t capacity);
     ~HeaderSlots();
     HeaderSlots(const HeaderSlots &) = delete;

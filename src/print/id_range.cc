@@ -1,4 +1,4 @@
-// A set of VLANs or VSANs, named as one line of ranges. A line prints whole: the buffer holds the longest text that
+// A set of VLANs or VSANs, written as one line of ranges. A line is never cut: the buffer holds the longest text that
 // 4096 ids can make.
 #include <qarncli/id_range.h>
 

@@ -36,7 +36,7 @@ struct RenderingState {
     RenderingState &operator=(const RenderingState &) = delete;
 };
 
-// A render handle made from a message, with the shell's debug flags taken from it; null without memory.
+// A render handle made from a message; the shell's debug flags are taken from the message. Null if memory runs out.
 Malloced<unsigned char> make_render_handle(const unsigned char *message) {
     auto handle = copy_message(message);
     if (!handle) return handle;
@@ -114,8 +114,8 @@ unsigned char *complete_message(unsigned char *buffer) {
     return message;
 }
 
-// True when the line was rendered; otherwise a message has been printed, unless there was no memory. The render handle
-// is left to the caller, because it outlives the rendering state.
+// True when the line was rendered; otherwise a message has been printed, unless memory ran out. The caller owns the
+// render handle, because it outlives the rendering state.
 bool render_interface_line(unsigned char *buffer, const char *name, Malloced<unsigned char> &handle) {
     const RenderingState state;
     void *reply = cmd_req_init(buffer, CMD_REPLY_BUFFER_SIZE);
@@ -137,7 +137,7 @@ bool render_interface_line(unsigned char *buffer, const char *name, Malloced<uns
     return true;
 }
 
-// Add an element's value for the interface under way.
+// Add an element's value for the current interface.
 void append_value(qarn_merge_key key, const qarn_elem &elem, void *value) {
     if (elem.val_type == QARN_VAL_TEXT) {
         collect_text(key, static_cast<GString *>(value));

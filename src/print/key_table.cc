@@ -87,8 +87,8 @@ void print_headers_by_index(GHashTable *key_table, Lookup &lookup) {
     }
 }
 
-// The element's keys become headers, sorted, each followed by what is filed under it. False when there is no memory for
-// the headers: nothing more of the element's key tables is printed then.
+// The element's keys become headers, sorted, each followed by what is filed under it. False if memory for the headers
+// runs out: then nothing more of the element's key tables is printed.
 bool run_keyed_pass(const qarn_elem &elem) {
     const guint count = g_hash_table_size(elem.key_table);
     if (count == 0) {

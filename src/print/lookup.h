@@ -1,9 +1,9 @@
 // What the printers look up while the levels print, in indexes built from the ordered queues.
 //
 // Each index gives the same text as a walk over a queue or list by the exported callbacks. The walks write the traces
-// of their debug bits, so under such a bit the index is left aside and the walk prints:
+// of their debug bits, so while such a bit is set the walk is used and not the index:
 //
-//   index of             serves                     instead of a walk over          left aside under
+//   index of             serves                     instead of a walk over          not used under
 //   key strings          key tables, VLANs          keystr_element_q                QARN_DEBUG_STORE
 //   interface values     interface blocks           intf_element_q                  QARN_DEBUG_LOOKUP
 //   printed names        the feature-key pass       key_list                        none: that walk has no traces
@@ -53,7 +53,7 @@ class Lookup {
     Lookup(const Lookup &) = delete;
     Lookup &operator=(const Lookup &) = delete;
 
-    // The indexes of the level passes under way; null when a walk is to print.
+    // The indexes of the current level passes; null when a walk is to be used instead.
     static Lookup *for_key_strings();
     static Lookup *for_interfaces();
     static Lookup *for_printed_names() { return current_; }

@@ -33,7 +33,7 @@ struct VlanKind {
     uint32_t elem_id;
     const char *line; // format of one VLAN's header, which is also the name of the key strings that belong to it
     void (*print_ranges)(const qarn_id_mask *mask);
-    const char *group_trace; // format of the trace of the group under way
+    const char *group_trace; // format of the trace of the current group
     bool has_checkpoint;     // a checkpoint prints these VLANs one by one
 };
 constexpr VlanKind kVlanKinds[] = {
@@ -67,12 +67,12 @@ void mark(int32_t vlan) {
     if (fits_the_set(vlan)) set_id(&vlan_all_bitset, vlan);
 }
 
-// The VLAN of a header slot; null when the slot's text is no key of the table.
+// The VLAN of a header slot; null when the slot's text is not a key of the table.
 const qarn_key_val *find_vlan(const qarn_elem &elem, int32_t slot) {
     return static_cast<const qarn_key_val *>(g_hash_table_lookup(elem.key_table, keylist[slot]));
 }
 
-// Put a text at the head of key_str_list; null without memory.
+// Put a text at the head of key_str_list. Returns the entry, or null if memory runs out.
 key_str_entry *add_entry(GString *text) {
     key_str_entry *entry = allocate<key_str_entry>().release();
     if (entry == nullptr) return nullptr;
@@ -109,11 +109,11 @@ class Contributions {
             add_entry(text);
     }
 
-    const key_str_entry *older_; // entries from before, with texts of their own
+    const key_str_entry *older_; // entries that were on the list before; they own their texts
     bool borrowed_ = false;
 };
 
-// Free the aggregate if it could not be filed for want of memory.
+// Free the aggregate if it could not be filed because memory ran out.
 void discard_unless_filed() {
     if (g_hash_table_lookup(vlan_reverse_table_p, &g_vlan_id) == g_vlan_aggr_str) return;
     g_string_free(g_vlan_aggr_str, TRUE);

@@ -34,7 +34,7 @@ struct Exchange {
 constexpr Exchange kStoreLock = {.opcode = QARN_OPC_STORE_LOCK, .second = 3, .eighth = 76, .tenth = 20};
 constexpr Exchange kModuleList = {.opcode = QARN_OPC_MODULE_LIST, .second = 1, .eighth = 16, .tenth = 0};
 
-// 0 and the response, or an error code.
+// Returns 0 and stores the response, or returns an error code.
 uint32_t request(const Exchange &exchange, uint32_t handle, const void *bytes, uint32_t length, void **response) {
     *response = nullptr;
     return cmi_req_resp(exchange.opcode, exchange.second, bytes, response, &length, "", "", exchange.eighth, handle,
@@ -46,7 +46,7 @@ bool exists(const char *path) {
     return stat(path, &status) == 0;
 }
 
-// Number of entries that count in a directory, -1 when it cannot be read.
+// The number of entries of a directory that dir_empty_check accepts; -1 if the directory cannot be read.
 int count_entries(const char *directory) {
     dirent **entries = nullptr;
     const int count = scandir(directory, &entries, dir_empty_check, nullptr);

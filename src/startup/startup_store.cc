@@ -1,5 +1,5 @@
 // Opening the startup store for a display of the startup configuration. The store stays locked while the services read
-// it; the driver releases it, or the signal handler.
+// it; the driver or the signal handler releases it.
 #include "startup/startup_store.h"
 
 #include <qarncli/globals.h>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kUriSuffix = 4; // characters after the base of the store's URI
 
-// How opening the store ends before the store is open; none to go on.
+// The status with which the command ends because the store is not opened; none if the command goes on.
 using Refusal = std::optional<uint32_t>;
 constexpr Refusal kGoOn = std::nullopt;
 
@@ -33,7 +33,7 @@ Refusal show_ascii_file(const StartupStore &store) {
     return 0;
 }
 
-// The displays that cannot go on without a binary store; each condition asks for it anew.
+// End the displays that cannot go on without a binary store. Each condition looks for that store again.
 Refusal check_both_forms(qarn_req &req, StartupStore &store) {
     if (qarn_is_startup_cfg_present(&req, store.ascii_path) == 0) {
         csm_qarn_sp_print("%s\n", syserr2str(QARN_STATUS_NO_STARTUP));

@@ -14,8 +14,8 @@ struct StartupStore {
     Malloced<char> uri;        // base URI, when the lock's response named one
 };
 
-// Check that the display can go on, lock the store and derive its base URI. Returns the status to end with when it
-// cannot go on; what went wrong, or the ASCII file in place of the configuration, has then been printed.
+// Check that the display can go on, lock the store and derive its base URI. If the display cannot go on, print what
+// went wrong, or the ASCII file instead of the configuration, and return the status to end with.
 std::optional<uint32_t> open_startup_store(qarn_req &req, StartupStore &store);
 
 // Release the startup store if it is held.

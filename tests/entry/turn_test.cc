@@ -3,7 +3,7 @@
 
 namespace {
 
-constexpr char kRefused[] = "A configuration command is still running in this process; try again after it\n";
+constexpr char kRefused[] = "A configuration command is still running in this process; try again later\n";
 
 constexpr uint32_t (*kEntryPoints[])(qarn_req *) = {
     qarn_cli_run_cfg_gen,

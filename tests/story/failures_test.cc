@@ -1,7 +1,7 @@
 // One failure at a time, at every point that a representative command reaches: each allocation of the library's own
 // code, and each platform call. Whatever fails, the command comes back with the status of that failure, the store is
 // free again, and the text holds nothing but lines of the undisturbed text and the lines that report the failure. With
-// LIST_FAILURES in the environment every point is listed with what came of it.
+// LIST_FAILURES in the environment, every point is listed with its result.
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>

@@ -76,7 +76,7 @@ class Story : public testing::Test {
 // What a service with one element (uuid, 1) says.
 Tlv line(uint32_t uuid, std::string_view text, uint32_t level = 3);
 
-// The element store, the tables beside it and the queues as a generation begins, for tests of one room.
+// The element store, its tables and the queues as at the start of a generation, for tests of one room.
 void start_generation(qarn_req *req);
 
 } // namespace test
