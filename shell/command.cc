@@ -278,10 +278,10 @@ void Request::add_ranges(const std::vector<std::pair<uint32_t, uint32_t>> &range
 
 std::vector<std::string_view> words_of(std::string_view line) {
     Words words;
-    auto is_blank = [](unsigned char c) { return std::isspace(c) != 0; };
-    auto at = std::find_if_not(line.begin(), line.end(), is_blank);
+    const auto is_blank = [](unsigned char c) { return std::isspace(c) != 0; };
+    const auto *at = std::find_if_not(line.begin(), line.end(), is_blank);
     while (at != line.end()) {
-        auto end = std::find_if(at, line.end(), is_blank);
+        const auto *end = std::find_if(at, line.end(), is_blank);
         words.emplace_back(at, end);
         at = std::find_if_not(end, line.end(), is_blank);
     }

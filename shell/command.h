@@ -30,6 +30,7 @@ class UnknownCommand : public CommandError {
 class Request {
   public:
     explicit Request(std::string_view line);
+    ~Request() = default;
     Request(const Request &) = delete;
     Request &operator=(const Request &) = delete;
 

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -26,7 +27,7 @@ namespace {
 using shell::Options;
 using shell::Session;
 
-void declare_options(CLI::App &app, Options &options) {
+void declare_session_options(CLI::App &app, Options &options) {
     app.add_option("-c,--command", options.command,
                    "run this command and exit; by default, read commands from standard input, one per line")
         ->type_name("COMMAND");
@@ -40,6 +41,9 @@ void declare_options(CLI::App &app, Options &options) {
         ->envname("VSH_STORE");
     app.add_option("-i,--vdc", options.vdc, "start in this VDC instead of the description's own")->type_name("ID");
     app.add_option("-o", options.display_option, "ignored; for compatibility")->type_name("N");
+}
+
+void declare_options_of_commands(CLI::App &app, Options &options) {
     app.add_flag("--script-mode", options.script_mode, "commands come from a script")->envname("VSH_SCRIPT_MODE");
     app.add_option("--filter-mode", options.filter_mode,
                    "filter bits for the commands, such as 0x08: show the switch profile")
@@ -53,6 +57,9 @@ void declare_options(CLI::App &app, Options &options) {
         ->type_name("MS")
         ->check(CLI::Range(1u, 60000u).description(""))
         ->envname("VSH_TIMEOUT_UNIT");
+}
+
+void declare_help(CLI::App &app) {
     app.footer(shell::list_of_commands() +
                "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
                "Empty lines and lines that begin with ! are skipped.\n"
@@ -70,10 +77,16 @@ void hold_standard_streams() {
     if (opened > STDERR_FILENO) close(opened);
 }
 
+void export_path(const char *variable, const char *option, const std::optional<std::string> &path) {
+    if (!path) return;
+    if (path->empty()) throw std::runtime_error(std::string(option) + " needs a path");
+    setenv(variable, std::filesystem::absolute(*path).c_str(), 1);
+}
+
 // Put the options into the environment, with absolute paths since the reader may run in another folder.
 void export_options(const Options &options) {
-    if (options.switch_file) setenv("VSH_SWITCH", std::filesystem::absolute(*options.switch_file).c_str(), 1);
-    if (options.store) setenv("VSH_STORE", std::filesystem::absolute(*options.store).c_str(), 1);
+    export_path("VSH_SWITCH", "--switch", options.switch_file);
+    export_path("VSH_STORE", "--store", options.store);
     if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
     setenv("VSH_FILTER_MODE", std::to_string(options.filter_mode).c_str(), 1);
     setenv("VSH_DEBUG", std::to_string(options.debug_mask).c_str(), 1);
@@ -107,15 +120,25 @@ int execute_lines(Session &session, std::istream &lines) {
 }
 
 int run(const Options &options) {
+    export_options(options);
+    Session session(options);
+    if (!options.command) return execute_lines(session, std::cin);
+    const std::vector<std::string_view> words = shell::words_of(*options.command);
+    return is_command(words) && !is_end(words) ? session.execute(*options.command) : 0;
+}
+
+int parse_and_run(int argc, char **argv) {
+    CLI::App app("Shows the configuration of a simulated switch.", "vsh");
+    Options options;
+    declare_session_options(app, options);
+    declare_options_of_commands(app, options);
+    declare_help(app);
     try {
-        Session session(options);
-        if (!options.command) return execute_lines(session, std::cin);
-        const std::vector<std::string_view> words = shell::words_of(*options.command);
-        return is_command(words) && !is_end(words) ? session.execute(*options.command) : 0;
-    } catch (const std::runtime_error &error) {
-        std::fprintf(stderr, "vsh: %s\n", error.what());
-        return shell::kExitFailure;
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? 0 : shell::kExitUsage;
     }
+    return run(options);
 }
 
 } // namespace
@@ -125,14 +148,10 @@ int main(int argc, char **argv) {
     // The shell shares the position in its standard input with its children: a child that exits must not move it, as
     // the C library would.
     std::ios::sync_with_stdio(false);
-    CLI::App app("Shows the configuration of a simulated switch.", "vsh");
-    Options options;
-    declare_options(app, options);
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? 0 : shell::kExitUsage;
+        return parse_and_run(argc, argv);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "vsh: %s\n", error.what());
+        return shell::kExitFailure;
     }
-    export_options(options);
-    return run(options);
 }

@@ -32,7 +32,7 @@ class Session {
     const std::string &prompt() const { return prompt_; }
 
   private:
-    void enter(std::optional<uint16_t> vdc); // without an id: the description's own VDC
+    void enter(std::optional<uint16_t> id); // without an id: the description's own VDC
     void switch_to(const std::string &name);
     void switch_back();
     bool try_switch(const std::vector<std::string_view> &words);

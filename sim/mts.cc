@@ -41,7 +41,7 @@ bool hand_over(const Message &message, mts_msg *msg) {
     const std::size_t size = message.payload.size();
     const Received received{kReceivedMark, static_cast<uint32_t>(size), std::malloc(size)};
     if (received.payload == nullptr) return false;
-    std::memcpy(received.payload, message.payload.data(), size);
+    std::memcpy(received.payload, message.payload.data(), size); // NOLINT(bugprone-not-null-terminated-result): bytes
     std::memset(msg->opaque, 0, sizeof msg->opaque);
     std::memcpy(msg->opaque, &received, sizeof received);
     return true;

@@ -21,7 +21,7 @@ constexpr ViewBit kViewBits[] = {
 };
 
 uint32_t view_bit(uint32_t display) {
-    const auto row = std::ranges::find(kViewBits, display, &ViewBit::display);
+    const auto *const row = std::ranges::find(kViewBits, display, &ViewBit::display);
     return row != std::ranges::end(kViewBits) ? row->property : 0;
 }
 

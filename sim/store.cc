@@ -45,7 +45,8 @@ void replace_folder(const std::string &old, const std::string &fresh) {
     if (!fs::exists(old)) return fs::rename(fresh, old);
     if (::renameat2(AT_FDCWD, fresh.c_str(), AT_FDCWD, old.c_str(), RENAME_EXCHANGE) != 0)
         throw StoreError("cannot replace " + old + ": " + std::strerror(errno));
-    fs::remove_all(fresh);
+    std::error_code ignored; // the new configuration is in place; the next copy removes what is left of the old one
+    fs::remove_all(fresh, ignored);
 }
 
 void write_and_replace(const Switch &sw, const std::string &text) {
@@ -131,7 +132,7 @@ void save_startup(const Switch &sw, const std::string &text) {
         fs::create_directories(sw.store);
         if (const uint32_t status = lock_store(sw.store); status == kStatusStoreLocked)
             throw StoreError("startup configuration is locked by another process");
-        else if (status != 0)
+        else if (status != 0) // NOLINT(readability-else-after-return): the status is of this statement
             throw StoreError("cannot lock " + sw.store + ": " + std::strerror(errno));
         const HeldLock held;
         write_and_replace(sw, text);

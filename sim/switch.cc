@@ -13,7 +13,7 @@ Switch *made_current = nullptr;
 
 Switch &current() {
     // Never destroyed: the library may still be called while the process ends.
-    static Switch *const empty = new Switch;
+    static auto *const empty = new Switch;
     return made_current != nullptr ? *made_current : *empty;
 }
 

@@ -72,9 +72,9 @@ struct Switch : Script {
     std::string shell_program; // runs where the platform's own shell is not installed; empty: none
 
     Service &service(std::string name, uint32_t sap, uint32_t uuid);
-    Service *find_service(std::string_view name);
+    Service *find_service(std::string_view wanted);
     const Interface *find_interface(uint32_t index) const;
-    const Interface *find_interface(std::string_view name) const; // case-insensitive
+    const Interface *find_interface(std::string_view wanted) const; // case-insensitive
 
     uint32_t invoked_sap = 0; // of the row of the callback table whose function is being invoked
 

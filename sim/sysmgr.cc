@@ -65,7 +65,7 @@ std::string describe_request(uint32_t opcode, const void *request, uint32_t leng
         return lock != 0 ? "lock" : "unlock";
     }
     const auto *text = static_cast<const char *>(request);
-    return std::string(text, strnlen(text, length));
+    return {text, strnlen(text, length)};
 }
 
 // The library treats a folder that it cannot read as present, so a missing folder must not be returned.

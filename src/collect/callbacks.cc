@@ -43,7 +43,7 @@ class OwnRequest {
     OwnRequest(const OwnRequest &) = delete;
     OwnRequest &operator=(const OwnRequest &) = delete;
 
-    bool send(const void *msg, uint32_t size) {
+    bool send(const void *msg, uint32_t size) const {
         return mts_send(handle_, MTS_ADDRESS_LOCAL, mts_sap_get(handle_), QARN_OPC_REQUEST, msg, size, 0, 0, 0) == 0;
     }
     bool receive() {

@@ -23,7 +23,7 @@ struct mts_msg {
 };
 
 /* Writes the SAPs that consume `opcode`, at most `capacity`, and returns their number. */
-int32_t mts_opc_consumers_list(uint32_t handle, uint32_t opcode, uint32_t *saps, uint32_t capacity);
+int32_t mts_opc_consumers_list(uint32_t handle, uint32_t opcode, uint32_t *consumers, uint32_t capacity);
 uint32_t mts_sap_get(uint32_t handle);
 /* SAP 0 stands for every consumer of the opcode. */
 int32_t mts_send(uint32_t handle, uint32_t address, uint32_t sap, uint32_t opcode, const void *payload, uint32_t length,

@@ -66,22 +66,32 @@ TEST_F(Turn, IsFreeAgainAfterEveryEnding) {
     EXPECT_EQ(body(), "vlan 10\n\n");
 }
 
+int32_t run_another(const char *, ...) {
+    qarn_req another = {};
+    EXPECT_EQ(qarn_cli_run_cfg_gen(&another), 1u);
+    return 0;
+}
+
 TEST_F(Turn, IsGivenAwayDuringTheFinalCallback) {
     run();
     const std::string alone = text.substr(0, text.size() - 1); // without the closing newline
     sw.services.front().elements.front().property = QARN_PROP_VLAN;
 
     uint32_t inner_status = 1;
+    std::optional<test::Interposed> closing;
     sw.final_callback = [&](qarn_req *caller) {
-        sw.final_callback = {};
-        if (caller == &req) inner_status = qarn_cli_run_vlan_cfg_gen(&inner_);
+        if (caller != &req || closing) return 0u;
+        inner_status = qarn_cli_run_vlan_cfg_gen(&inner_);
+        // The first command still has its closing newline to print: what it calls then is refused again.
+        closing.emplace("csm_qarn_sp_print", reinterpret_cast<void *>(run_another));
         return 0u;
     };
     EXPECT_EQ(run(), 0u);
     EXPECT_EQ(inner_status, 0u);
     const std::string header = "\n!Command: inner\n!Time: " + std::string(test::kNowText) + "\nversion 4.2(7)\n";
-    EXPECT_EQ(text, alone + header + "vlan 10\n\n\n" + "\n");
-    EXPECT_EQ(errors, "");
+    EXPECT_EQ(text, alone + header + "vlan 10\n\n\n");
+    EXPECT_EQ(errors, kRefused) << "in the closing newline";
+    closing.reset();
 
     EXPECT_EQ(run(), 0u) << "the next command has the turn";
 }

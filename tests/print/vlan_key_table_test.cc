@@ -15,6 +15,7 @@ class VlanKeyTables : public test::Story {
         sw.service("vlan", 20, QARN_UUID_VLAN).replies(vlans);
         EXPECT_EQ(run(), 0u);
         EXPECT_EQ(g_hash_table_size(vlan_reverse_table_p), 0u) << "a VLAN's text lives for one pass";
+        EXPECT_EQ(keycount, 0) << "nothing is left to join";
         return body();
     }
     test::Tlv vlans = test::Tlv().element({.uuid = QARN_UUID_VLAN, .elem_id = 2});
