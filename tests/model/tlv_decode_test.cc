@@ -24,7 +24,7 @@ Tlv said(const std::string &description) {
     for (std::string item; std::getline(items, item, ';');) {
         std::istringstream words(item);
         std::string what, a, b;
-        char dot;
+        char dot = 0;
         uint32_t n[5] = {};
         words >> what;
         if (std::isdigit(what[0]) != 0) {
@@ -50,7 +50,7 @@ Tlv said(const std::string &description) {
 std::string entries(GHashTable *table, const std::function<std::string(void *, void *)> &describe) {
     std::set<std::string> sorted;
     GHashTableIter iter;
-    void *key, *value;
+    void *key = nullptr, *value = nullptr;
     g_hash_table_iter_init(&iter, table);
     while (g_hash_table_iter_next(&iter, &key, &value))
         sorted.insert(describe(key, value));

@@ -41,9 +41,14 @@ struct Element {
 };
 
 Word word(const Bytes &bytes, std::size_t at) {
-    Word word;
+    Word word = 0;
     std::memcpy(&word, bytes.data() + at, sizeof word);
     return word;
+}
+
+// A text runs to its zero byte.
+string text_of(const Bytes &value) {
+    return value.substr(0, value.find('\0'));
 }
 
 // Where an element is in the store: nobody looks at the upper halves.
@@ -132,7 +137,7 @@ struct Model {
             const auto &[tag, value] = tlvs[i];
             const std::size_t last = i + (tag == 3 || tag == 6 ? 1 : tag == 7 ? 2 : 0);
             if (last >= tlvs.size()) return; // what a TLV without its follow-ups says is open; here it says nothing
-            const string a = tlvs[std::min(i + 1, last)].second.c_str(), b = tlvs[last].second.c_str();
+            const string a = text_of(tlvs[std::min(i + 1, last)].second), b = text_of(tlvs[last].second);
             i = last;
             if (tag == 0) {
                 const Word at = place_of(word(value, 0), word(value, 4));
@@ -153,9 +158,9 @@ struct Model {
                 if (!store.contains(on)) store[on] = std::make_shared<Element>(placeholder);
                 store[on]->property |= 4;
             }
-            if (tag == 2) current->text += value.c_str();
+            if (tag == 2) current->text += text_of(value);
             if (tag == 3) current->intf_texts[word(value, 0)] = a;
-            if (tag == 6) current->key_strings[value.c_str()] = a;
+            if (tag == 6) current->key_strings[text_of(value)] = a;
             if (tag != 7 || (merged && current->uuid == 40)) continue;
             const auto key = current->keys.insert_or_assign(b, std::pair(word(value, 0), a)).first;
             g_hash_table_add(current->key_names.get(), const_cast<char *>(key->first.c_str()));

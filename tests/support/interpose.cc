@@ -93,7 +93,7 @@ std::time_t stopped_time(std::time_t *out) {
 
 } // namespace
 
-Interposed::Interposed(const char *symbol, void *replacement) : symbol_(symbol), original_(nullptr) {
+Interposed::Interposed(const char *symbol, void *replacement) : symbol_(symbol) {
     for_each_slot(symbol, [&](void **slot) {
         original_ = *slot;
         write_slot(slot, replacement);

@@ -16,7 +16,7 @@ class Interposed {
 
   private:
     const char *symbol_;
-    void *original_;
+    void *original_ = nullptr;
 };
 
 // While this lives, the library's own allocations are counted and may fail. GLib's are not among them.

@@ -45,7 +45,7 @@ class Story : public testing::Test {
     void add_token(uint32_t id, void *value = nullptr, uint32_t type = 0);
     void add_ranges_token(const std::vector<std::pair<int32_t, int32_t>> &ranges);
     void add_sap_token(uint32_t sap);
-    void add_text_token(std::string_view text);
+    void add_text_token(std::string_view value);
 
     // A saved configuration: its ASCII text and a binary store. Removed with the fixture.
     void save_startup(std::string_view ascii_text = "");
