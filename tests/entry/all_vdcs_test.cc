@@ -12,7 +12,7 @@ using Words = std::vector<std::string>;
 class AllVdcs : public test::Story {
   protected:
     AllVdcs() {
-        req.cmd_code = 163;
+        req.cmd_code = QARN_COMMAND_RUNNING_VDCS;
         sw.output = stdout; // a file while a command runs
         sw.vdcs = {{1, "sw1"}, {2, "red"}, {3, "blue", false}};
         sw.run_program = [this](const Words &words) {
@@ -30,18 +30,19 @@ class AllVdcs : public test::Story {
 };
 
 TEST_F(AllVdcs, AreShownInTheOrderOfTheMapAsOneScript) {
-    const std::tuple<uint32_t, std::string, std::string> cases[] = {{163, "show running", "Running config for "},
-                                                                    {164, "show running all", "Running config for "},
-                                                                    {165, "show startup", "Startup config for "}};
+    const std::tuple<uint32_t, std::string, std::string> cases[] = {
+        {QARN_COMMAND_RUNNING_VDCS, "show running", "Running config for "},
+        {QARN_COMMAND_RUNNING_ALL_VDCS, "show running all", "Running config for "},
+        {QARN_COMMAND_STARTUP_VDCS, "show startup", "Startup config for "}};
     for (const auto &[code, command, header] : cases) {
         req.cmd_code = code;
         EXPECT_EQ(show(), 0u);
-        EXPECT_EQ(traces, "!" + header + (code == 165 ? "" : "default ") + "vdc: sw1\n\n(1)\n!" + header +
-                              "vdc: red\n\n\nswitchto vdc red\n(2)\nswitchback\n");
+        EXPECT_EQ(traces, "!" + header + (code == QARN_COMMAND_STARTUP_VDCS ? "" : "default ") + "vdc: sw1\n\n(1)\n!" +
+                              header + "vdc: red\n\n\nswitchto vdc red\n(2)\nswitchback\n");
         EXPECT_EQ(started, (std::vector<Words>{{"/opux/bin/vsh", "-i", "1", "-o 40", "-c", command},
                                                {"/opux/bin/vsh", "-i", "2", "-o 40", "-c", command}}));
     }
-    req.cmd_code = 163;
+    req.cmd_code = QARN_COMMAND_RUNNING_VDCS;
     show();
     const std::string whole = traces;
     for (const char *vdc : {"1", "2"}) {
@@ -84,7 +85,7 @@ TEST_F(AllVdcs, EndWhereThePlatformFailsAndRememberTheirTokens) {
     EXPECT_EQ(started, std::vector<Words>());
     req.valid = 2;
     EXPECT_EQ(show(), 1u);
-    EXPECT_EQ(traces, std::string(syserr2str(0x40540022)) + "\n");
+    EXPECT_EQ(traces, std::string(syserr2str(QARN_STATUS_INVALID)) + "\n");
     EXPECT_EQ(sw.calls, Words());
 }
 

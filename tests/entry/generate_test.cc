@@ -12,8 +12,8 @@ namespace {
 using Saps = std::vector<uint32_t>;
 using Calls = std::vector<std::string>;
 
-constexpr uint32_t kOwnSap = 4000, kEveryConsumer = 0, kCliServer = 296; // SAPs
-constexpr uint32_t kOneByOne = 1, kTableRow = 0xffffffff;                // of the request
+constexpr uint32_t kOwnSap = 4000, kEveryConsumer = 0, kCliServer = 296;               // SAPs
+constexpr uint32_t kOneByOne = QARN_SAP_ALL_CONSUMERS, kTableRow = QARN_SAP_TABLE_ROW; // of the request
 constexpr uint32_t kKeyWord = 5, kTimeout = 120;
 
 class Driver : public test::Story {

@@ -98,7 +98,7 @@ TEST_F(Interruption, IsLoggedWithItsZeroByteUnderTheDebugBit) {
     const test::Interposed opening("fopen", reinterpret_cast<void *>(open_log));
     const std::size_t collecting = position("mts_payload_get");
     interrupt(1, SIGHUP, "free");
-    req.dbg_mask = 0x40;
+    req.dbg_mask = QARN_DEBUG_STORE;
     interrupt(collecting, SIGPIPE, unlock + "free");
     interrupt(collecting, SIGINT, unlock + unlock + "free", SIGHUP); // one while another is handled
     std::string log(100, '-');
@@ -109,7 +109,7 @@ TEST_F(Interruption, IsLoggedWithItsZeroByteUnderTheDebugBit) {
 TEST_F(Interruption, IsIgnoredWhenItCannotBeLogged) {
     const test::Interposed opening("fopen", reinterpret_cast<void *>(open_log));
     const std::string refusal = "Unable to open Exception log file\n";
-    req.dbg_mask = 0x40;
+    req.dbg_mask = QARN_DEBUG_STORE;
     log_path = folder + "/none/log";
     std::size_t point = 1;
     sw.on_call = [&](const std::string &) { sw.calls.size() == point ? std::raise(SIGINT) : 0; };

@@ -10,6 +10,9 @@ namespace {
 
 using test::kNowText;
 
+constexpr uint32_t kRunning = QARN_SOURCE_RUNNING, kStartup = QARN_SOURCE_STARTUP;
+constexpr uint32_t kSavedNow = QARN_OPTION_SAVED_NOW, kCheckpoint = QARN_OPTION_CHECKPOINT;
+
 class Header : public test::Story {
   protected:
     ~Header() override {
@@ -29,12 +32,12 @@ TEST_F(Header, NamesTheCommandAndTheTime) {
                       checkpoint = "\n!Command: Checkpoint cmd vdc 2\n" + time_line,
                       startup = "\n!Command: show startup-config\n" + time_line, saved = "!Startup config saved at: ";
     const std::tuple<const char *, uint32_t, uint32_t, std::string> cases[] = {
-        {"running", 1, 0, running},
-        {"running as saved now", 1, 0x04, startup + saved + kNowText + "\n"},
-        {"saved now before checkpoint", 1, 0x14, startup + saved + kNowText + "\n"},
-        {"checkpoint", 1, 0x10, checkpoint},
-        {"startup", 2, 0x04, running + saved + "today\n"},
-        {"startup checkpoint", 2, 0x10, checkpoint + saved + "today\n"},
+        {"running", kRunning, 0, running},
+        {"running as saved now", kRunning, kSavedNow, startup + saved + kNowText + "\n"},
+        {"saved now before checkpoint", kRunning, kSavedNow | kCheckpoint, startup + saved + kNowText + "\n"},
+        {"checkpoint", kRunning, kCheckpoint, checkpoint},
+        {"startup", kStartup, kSavedNow, running + saved + "today\n"},
+        {"startup checkpoint", kStartup, kCheckpoint, checkpoint + saved + "today\n"},
     };
     std::ofstream(path) << "!Startup config saved at: today\n";
     sw.vdc = 0x10002;
@@ -59,10 +62,10 @@ TEST_F(Header, CopiesWhenTheStartupConfigurationWasSaved) {
     };
     for (const auto &[what, file, shown] : cases) {
         std::ofstream(path) << file;
-        EXPECT_EQ(show(2), "\n!Command: show running-config\n" + time_line + shown) << what;
+        EXPECT_EQ(show(kStartup), "\n!Command: show running-config\n" + time_line + shown) << what;
     }
     std::filesystem::remove(path);
-    EXPECT_EQ(show(2), "\n!Command: show running-config\n" + time_line);
+    EXPECT_EQ(show(kStartup), "\n!Command: show running-config\n" + time_line);
     EXPECT_EQ(traces, "Error: opening file: " + path);
 }
 

@@ -130,8 +130,8 @@ TEST_F(DisplayConversion, IsClosedAfterTheMessageOfEveryWayOut) {
     EXPECT_EQ(body(), shown() + last);
     expect_closed();
 
-    g_cli_execution_filter_mode = 0x08;
-    EXPECT_EQ(generate(), 0x405f0001u) << "no switch profile";
+    g_cli_execution_filter_mode = CLI_FILTER_SWITCH_PROFILE;
+    EXPECT_EQ(generate(), QARN_STATUS_FAILED + 0u) << "no switch profile";
     EXPECT_EQ(text, header() + shown() + last);
     expect_closed();
     sw.switch_profile = {.status = 99, .head_text = "never", .sync_cfg = "never"};
@@ -143,7 +143,7 @@ TEST_F(DisplayConversion, IsClosedAfterTheMessageOfEveryWayOut) {
          {std::pair(0u, "KEYSTR Loop in the graph\n"), std::pair(uint32_t{QARN_PROP_INTF}, "Loop in the graph\n")}) {
         sim::Element &loop = ddas->element(3, 3, property);
         loop.dependencies = {{222, 3}};
-        EXPECT_EQ(generate(), 0x405f0001u);
+        EXPECT_EQ(generate(), QARN_STATUS_FAILED + 0u);
         EXPECT_EQ(text, header() + line + last);
         expect_closed();
         ddas->elements.pop_back();

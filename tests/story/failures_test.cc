@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include "platform/cmdshell.h"
 #include "sim/cmdshell.h"
 #include "sim/store.h"
 #include "support/globals.h"
@@ -109,7 +110,8 @@ class Failures : public Story {
     // Generate from the state in which the library is loaded.
     void begin_and_generate(uint32_t cfg_source) {
         test::reset_globals();
-        sim::set_shell_options({.filter_mode = 0x48}); // with the switch profile
+        sim::set_shell_options(
+            {.filter_mode = CLI_FILTER_SWITCH_PROFILE | CLI_FILTER_SYNC_FRAME}); // with the switch profile
         req.info_flags = 0;
         auto &endpoint = sw.transport.endpoints.at(req.mts_handle);
         endpoint.queue.clear(); // of a command that ended early

@@ -92,7 +92,8 @@ struct Model {
             return 0;
         }
         const bool failed = collect(replies);
-        out += command.option == 0x10 ? "\n!Command: Checkpoint cmd vdc 1\n" : "\n!Command: show running-config\n";
+        out += command.option == QARN_OPTION_CHECKPOINT ? "\n!Command: Checkpoint cmd vdc 1\n"
+                                                        : "\n!Command: show running-config\n";
         out += string("!Time: ") + test::kNowText + "\nversion 4.2(7)\n";
         return !print_levels() || failed;
     }
@@ -288,7 +289,7 @@ struct Model {
     void print_vlans(const Element &element, std::vector<string> slots) {
         if (element.id != 2 && element.id != 5) return;
         const string head = element.id == 2 ? "vlan " : "vlan configuration ";
-        const bool checkpoint = element.id == 2 && command.option == 0x10;
+        const bool checkpoint = element.id == 2 && command.option == QARN_OPTION_CHECKPOINT;
         std::ranges::stable_sort(slots, {}, &string::size);
         std::set<Word> group;
         string group_text;
@@ -381,7 +382,8 @@ struct Case : test::Story {
             command.low = words[2];
             command.high = words[3];
         }
-        sim::set_shell_options({.generic_option = command.option = dice.one_in(4) ? 0x10 : 0});
+        sim::set_shell_options(
+            {.generic_option = command.option = dice.one_in(4) ? uint32_t{QARN_OPTION_CHECKPOINT} : 0});
         Replies complete;
         while (!streams.empty()) {
             const auto stream = std::next(streams.begin(), dice.below(streams.size()));
