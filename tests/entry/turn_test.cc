@@ -66,7 +66,10 @@ TEST_F(Turn, IsFreeAgainAfterEveryEnding) {
     EXPECT_EQ(body(), "vlan 10\n\n");
 }
 
+int texts_after_the_callback; // one, unless the other command is let in and prints that it is not valid
+
 int32_t run_another(const char *, ...) {
+    ++texts_after_the_callback;
     qarn_req another = {};
     EXPECT_EQ(qarn_cli_run_cfg_gen(&another), 1u);
     return 0;
@@ -91,6 +94,7 @@ TEST_F(Turn, IsGivenAwayDuringTheFinalCallback) {
     const std::string header = "\n!Command: inner\n!Time: " + std::string(test::kNowText) + "\nversion 4.2(7)\n";
     EXPECT_EQ(text, alone + header + "vlan 10\n\n\n");
     EXPECT_EQ(errors, kRefused) << "in the closing newline";
+    EXPECT_EQ(texts_after_the_callback, 1);
     closing.reset();
 
     EXPECT_EQ(run(), 0u) << "the next command has the turn";
