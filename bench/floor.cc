@@ -1,6 +1,8 @@
 // The least that a program on the element records must do. Everything is allocated and kept as the records demand.
 #include "bench/floor.h"
 
+#include <qarncli/globals.h>
+#include <qarncli/key_table.h>
 #include <qarncli/tlv_decode.h>
 
 #include <cassert>
@@ -34,8 +36,9 @@ struct Tlv {
 
 // The elements of all replies, by what they carry.
 struct Elements {
+    bool may_be_resent = false; // several services send the same elements
     GHashTable *store = g_hash_table_new(g_int_hash, g_int_equal);
-    std::vector<qarn_elem *> plain, with_interfaces, with_keys, with_key_strings, with_vlan_strings;
+    std::vector<qarn_elem *> all, with_interfaces, with_keys, with_key_strings, with_vlan_strings;
 };
 
 template <typename Record>
@@ -69,13 +72,27 @@ class Decoder {
         return operand;
     }
 
+    // What an element is sent again for joins the element that the store has: that takes a look-up, and no record.
     void open_element() {
-        elem_ = qarn_elem_info_create(0, 0, 0, 0);
-        qarn_element_info_tlv_parse(tlv_.value, elem_);
-        const qarn_merge_key key = {static_cast<uint16_t>(elem_->uuid), static_cast<uint16_t>(elem_->elem_id)};
+        qarn_elem header = {};
+        qarn_element_info_tlv_parse(tlv_.value, &header);
+        alignas(gint)
+            const qarn_merge_key key = {static_cast<uint16_t>(header.uuid), static_cast<uint16_t>(header.elem_id)};
+        elem_ = elements_.may_be_resent ? find(&key) : nullptr;
+        if (elem_ == nullptr) add_element(header, key);
+    }
+
+    qarn_elem *find(const qarn_merge_key *key) const {
+        const auto *value = static_cast<const qarn_merge_val *>(g_hash_table_lookup(elements_.store, key));
+        return value != nullptr ? value->elem : nullptr;
+    }
+
+    void add_element(const qarn_elem &header, const qarn_merge_key &key) {
+        elem_ = qarn_elem_info_create(header.uuid, header.elem_id, header.level, header.property);
+        elem_->val_type = header.val_type;
         g_hash_table_insert(elements_.store, allocated(key), allocated(qarn_merge_val{elem_, nullptr}));
-        const bool of_interfaces = (elem_->property & QARN_PROP_INTF) != 0;
-        (of_interfaces ? elements_.with_interfaces : elements_.plain).push_back(elem_);
+        elements_.all.push_back(elem_);
+        if ((elem_->property & QARN_PROP_INTF) != 0) elements_.with_interfaces.push_back(elem_);
     }
 
     void add_to_element() {
@@ -215,13 +232,32 @@ void write_keys(const qarn_elem &owner, const Elements &elements, std::FILE *out
     }
 }
 
+// In a display of one feature the names of its key strings are headers. The names that were printed stay known.
+void write_feature_keys(const qarn_elem &elem, std::FILE *out) {
+    GHashTableIter iter;
+    void *name = nullptr, *text = nullptr;
+    g_hash_table_iter_init(&iter, elem.keystr_table);
+    while (g_hash_table_iter_next(&iter, &name, &text) != 0) {
+        const auto *header = static_cast<const char *>(name);
+        key_list = allocated(feature_key_entry{g_string_new(header), key_list});
+        std::fputs(header, out);
+        write_block(static_cast<GString *>(text), out);
+    }
+}
+
 } // namespace
 
-void run_floor(const Shape &, uint32_t handle, std::FILE *out) {
+void run_floor(const Shape &shape, uint32_t handle, std::FILE *out) {
     Elements elements;
+    elements.may_be_resent = shape.resent > 0;
     receive(handle, elements);
-    for (const qarn_elem *elem : elements.plain)
-        write_block(elem->cfg_str, out);
+    for (const qarn_elem *elem : elements.all) {
+        if (elem->cfg_str->len > 0) write_block(elem->cfg_str, out);
+    }
+    if (shape.feature_keys > 0) {
+        for (const qarn_elem *elem : elements.with_key_strings)
+            write_feature_keys(*elem, out);
+    }
     for (const qarn_elem *owner : elements.with_keys) {
         if (owner->uuid == QARN_UUID_VLAN) {
             write_vlans(*owner, elements, out);

@@ -51,6 +51,15 @@ const Row kRows[] = {
      [](int n) { return Shape{.services = 60, .elements = 271 * n, .chain = Chain::kAscending}; }},
     {"chain, descending", Adds::kText,
      [](int n) { return Shape{.services = 60, .elements = 271 * n, .chain = Chain::kDescending}; }},
+    {"random dependencies", Adds::kText,
+     [](int n) { return Shape{.services = 60, .elements = 271 * n, .random_edges = 2}; }},
+    {"interface chain, descending", Adds::kText,
+     [](int n) {
+         return Shape{.services = 60, .elements = 271 * n, .of_interfaces = true, .chain = Chain::kDescending};
+     }},
+    {"elements sent by 128 services", Adds::kText, [](int n) { return Shape{.services = 128, .resent = 128 * n}; }},
+    {"elements of one interface block", Adds::kText,
+     [](int n) { return Shape{.interfaces = 16, .services = 40, .interface_elements = 25 * n}; }},
     {"keys x key strings", Adds::kText,
      [](int n) { return Shape{.services = 10, .keys = 1250 * n, .key_elements = 2 * n}; }},
     {"keys of one map", Adds::kText, [](int n) { return Shape{.services = 1, .keys = 1000 * n, .one_map = true}; },
@@ -62,7 +71,7 @@ const Row kRows[] = {
     {"interfaces x sparse elements", Adds::kText,
      [](int n) { return Shape{.interfaces = 5000 * n, .services = 10, .interface_elements = 500 * n, .spread = 20}; },
      false},
-    {"feature keys", Adds::kText, [](int n) { return Shape{.services = 0, .feature_keys = 25000 * n}; }, false},
+    {"feature keys", Adds::kText, [](int n) { return Shape{.services = 0, .feature_keys = 25000 * n}; }},
     {"everything", Adds::kText,
      [](int n) {
          return Shape{.interfaces = 5000 * n,
@@ -143,7 +152,7 @@ void report_rows(const std::string &only, int runs) {
 
 int main(int argc, char **argv) {
     try {
-        int runs = 5;
+        int runs = 7;
         std::string only;
         CLI::App app("How the CPU time of commands grows.", "growth");
         app.add_option("--runs", runs)->check(CLI::Range(1, 1000));

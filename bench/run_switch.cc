@@ -8,11 +8,11 @@
 
 int main(int argc, char **argv) {
     try {
-        std::string size = "M";
+        std::string name = "M";
         CLI::App app("Runs one command on a generated switch.", "run_switch");
-        app.add_option("size", size, "S, M or L")->check(CLI::IsMember({"S", "M", "L"}));
+        app.add_option("shape", name)->check(CLI::IsMember(bench::shape_names()));
         CLI11_PARSE(app, argc, argv);
-        const bench::Shape shape = bench::switch_of(size);
+        const bench::Shape &shape = bench::shape_of(name);
         sim::Switch sw;
         sw.output = stdout;
         const uint32_t handle = bench::set_up(sw, shape);

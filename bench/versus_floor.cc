@@ -52,8 +52,8 @@ void report_switches(const std::string &only, int runs) {
     std::printf(
         "| switch | CPU ms | floor ms | ratio | MB | floor MB | ratio | text MB | floor text MB | noise |\n"
         "|---|---|---|---|---|---|---|---|---|---|\n");
-    for (const char *size : {"S", "M", "L"}) {
-        if (only.empty() || only == size) report_floor(size, bench::switch_of(size), runs);
+    for (const bench::NamedShape &named : bench::named_shapes()) {
+        if (only.empty() || only == named.name) report_floor(named.name, named.shape, runs);
     }
 }
 
@@ -61,11 +61,11 @@ void report_switches(const std::string &only, int runs) {
 
 int main(int argc, char **argv) {
     try {
-        int runs = 5;
+        int runs = 7;
         std::string only;
         CLI::App app("CPU time and memory of commands against the least that they need.", "versus_floor");
         app.add_option("--runs", runs)->check(CLI::Range(1, 1000));
-        app.add_option("--only", only, "one size of switch")->check(CLI::IsMember({"S", "M", "L"}));
+        app.add_option("--only", only, "one switch")->check(CLI::IsMember(bench::shape_names()));
         CLI11_PARSE(app, argc, argv);
         if (only.empty()) report_texts(runs);
         report_switches(only, runs);

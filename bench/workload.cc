@@ -2,7 +2,9 @@
 #include "bench/workload.h"
 
 #include <algorithm>
+#include <numeric>
 #include <random>
+#include <stdexcept>
 #include <vector>
 
 #include "sim/reply.h"
@@ -16,6 +18,8 @@ constexpr uint32_t kInterfaceLevel = 12, kKeyLevel = 3, kLevels = 11;
 
 // Element ids of a service, by purpose.
 constexpr uint32_t kPlainIds = 1, kInterfaceIds = 40000, kEmptyIds = 50000, kKeyIds = 60000;
+
+constexpr uint32_t kSharedUuid = 500; // of the elements that every service sends
 
 struct Reply {
     uint32_t sap;
@@ -31,6 +35,7 @@ class Builder {
         if (shape_.vlans > 0) add_vlans();
         if (shape_.keys > 0) add_keys();
         if (shape_.feature_keys > 0) add_feature();
+        if (shape_.random_edges > 0) shuffle_elements();
         for (int service = 0; service < shape_.services; ++service)
             add_service(service);
         return std::move(replies_);
@@ -92,6 +97,7 @@ class Builder {
         name_ = "service-" + std::to_string(service);
         sim::Tlv tlv;
         add_elements(tlv);
+        add_resent_elements(tlv);
         if (shape_.interface_services == 0 || service < shape_.interface_services) {
             add_interface_elements(tlv, service);
         }
@@ -104,13 +110,37 @@ class Builder {
     void add_elements(sim::Tlv &tlv) {
         for (int e = 0; e < shape_.elements; ++e) {
             const uint32_t id = kPlainIds + static_cast<uint32_t>(e);
-            const uint32_t level = shape_.chain != Chain::kNone ? 1 : id % kLevels;
-            tlv.element({.uuid = uuid_, .elem_id = id, .level = level});
+            const bool one_level = shape_.chain != Chain::kNone || shape_.random_edges > 0;
+            tlv.element({.uuid = uuid_,
+                         .elem_id = id,
+                         .level = one_level ? 1 : id % kLevels,
+                         .property = shape_.of_interfaces ? uint32_t{QARN_PROP_INTF} : 0});
             for (int edge = 1; edge <= std::min(shape_.edges, e); ++edge)
                 tlv.after(uuid_, kPlainIds + std::uniform_int_distribution<uint32_t>(0, id - 2)(random_));
+            add_random_edges(tlv, id);
             add_chain(tlv, id);
             for (int text = 0; text < shape_.texts; ++text)
                 tlv.text(line(name_ + " setting " + std::to_string(id) + "." + std::to_string(text)));
+        }
+    }
+
+    // A random order of all elements. Each waits for elements that come earlier in it, so that there is no loop.
+    void shuffle_elements() {
+        order_.resize(static_cast<std::size_t>(shape_.services) * static_cast<std::size_t>(shape_.elements));
+        std::iota(order_.begin(), order_.end(), 0);
+        std::shuffle(order_.begin(), order_.end(), random_);
+        place_.resize(order_.size());
+        for (uint32_t place = 0; place < order_.size(); ++place)
+            place_[order_[place]] = place;
+    }
+
+    void add_random_edges(sim::Tlv &tlv, uint32_t id) {
+        if (shape_.random_edges == 0) return;
+        const auto per_service = static_cast<uint32_t>(shape_.elements);
+        const uint32_t place = place_[(uuid_ - kFirstSap) * per_service + id - kPlainIds];
+        for (int edge = 0; edge < shape_.random_edges && place > 0; ++edge) {
+            const uint32_t earlier = order_[std::uniform_int_distribution<uint32_t>(0, place - 1)(random_)];
+            tlv.after(kFirstSap + earlier / per_service, kPlainIds + earlier % per_service);
         }
     }
 
@@ -124,6 +154,14 @@ class Builder {
         } else if (shape_.chain == Chain::kDescending) {
             if (id < last) tlv.after(uuid_, id + 1);
             if (id == last && uuid_ < last_uuid) tlv.after(uuid_ + 1, kPlainIds);
+        }
+    }
+
+    void add_resent_elements(sim::Tlv &tlv) const {
+        for (int e = 0; e < shape_.resent; ++e) {
+            const uint32_t id = kPlainIds + static_cast<uint32_t>(e);
+            tlv.element({.uuid = kSharedUuid, .elem_id = id, .level = id % kLevels});
+            tlv.text(line(name_ + " adds to " + std::to_string(id)));
         }
     }
 
@@ -190,7 +228,8 @@ class Builder {
     const Shape &shape_;
     std::vector<Reply> replies_;
     std::mt19937 random_{1};
-    uint32_t uuid_ = 0; // of the current service; also its SAP
+    std::vector<uint32_t> order_, place_; // elements counted through all services in the random order; and back
+    uint32_t uuid_ = 0;                   // of the current service; also its SAP
     std::string name_;
 };
 
@@ -240,9 +279,33 @@ Shape large_switch() {
 
 } // namespace
 
-Shape switch_of(std::string_view size) {
-    if (size == "S") return small_switch();
-    return size == "M" ? medium_switch() : large_switch();
+const std::vector<NamedShape> &named_shapes() {
+    static const std::vector<NamedShape> kShapes = {
+        {"S", small_switch()},
+        {"M", medium_switch()},
+        {"L", large_switch()},
+        {"random", {.services = 60, .elements = 1084, .random_edges = 2}},
+        {"interface chain", {.services = 60, .elements = 1084, .of_interfaces = true, .chain = Chain::kDescending}},
+        {"edges", {.services = 60, .elements = 500, .edges = 32}},
+        {"re-sent", {.services = 128, .resent = 512}},
+        {"feature keys", {.services = 0, .feature_keys = 100000}},
+        {"full blocks", {.interfaces = 16, .services = 40, .interface_elements = 100}},
+    };
+    return kShapes;
+}
+
+std::vector<std::string> shape_names() {
+    std::vector<std::string> names;
+    for (const NamedShape &named : named_shapes())
+        names.emplace_back(named.name);
+    return names;
+}
+
+const Shape &shape_of(std::string_view name) {
+    for (const NamedShape &named : named_shapes()) {
+        if (named.name == name) return named.shape;
+    }
+    throw std::runtime_error("unknown shape \"" + std::string(name) + '"');
 }
 
 uint32_t set_up(sim::Switch &sw, const Shape &shape) {

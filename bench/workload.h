@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "sim/switch.h"
 
@@ -25,9 +26,12 @@ struct Shape {
     int empty_interface_elements = 0; // per service: without a text for any interface
 
     int elements = 0;           // per service: elements with text of their own
+    bool of_interfaces = false; // those are interface elements too
     int texts = 1;              // TLVs that make up an element's text
     int edges = 0;              // elements of the same service that each element waits for
+    int random_edges = 0;       // elements anywhere on the switch that each element waits for
     Chain chain = Chain::kNone; // every element of the switch waits for the next lower, or next higher, one
+    int resent = 0;             // elements that every service sends again, each time with another text
 
     int vlans = 0;
     int vlan_elements = 1; // per service: elements with a text for every VLAN
@@ -42,8 +46,16 @@ struct Shape {
     std::size_t fragment_size = 4096;
 };
 
-// The whole switch of a size: "S", "M" or "L".
-Shape switch_of(std::string_view size);
+// A switch that the reports know by name: the whole switches "S", "M" and "L", and the shapes that stress one thing.
+struct NamedShape {
+    const char *name;
+    Shape shape;
+};
+const std::vector<NamedShape> &named_shapes();
+// Their names, in the same order.
+std::vector<std::string> shape_names();
+// Throws when there is no such shape.
+const Shape &shape_of(std::string_view name);
 
 // Fills a switch and queues the replies of its services, fragments in turn, for a new handle; returns the handle.
 uint32_t set_up(sim::Switch &sw, const Shape &shape);
