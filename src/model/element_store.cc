@@ -20,7 +20,7 @@ void qarn_merge_hash_insert(uint32_t uuid, qarn_elem *elem, GHashTable *table) {
     if (!value) return;
     *key = qarn::store_key(uuid, elem->elem_id);
     *value = {elem, nullptr};
-    if (auto *index = qarn::StoreIndex::current()) index->insert(*key, value.get());
+    if (auto *index = qarn::StoreIndex::current()) index->insert(key.get(), value.get());
     // An equal key stays in the table; the new one is then not needed.
     if (g_hash_table_insert(table, key.get(), value.release())) static_cast<void>(key.release());
 }

@@ -13,25 +13,37 @@ void *spread(qarn_merge_key key) {
 
 } // namespace
 
-StoreIndex::StoreIndex() : entries_(g_hash_table_new(g_direct_hash, nullptr)) {
+StoreIndex::StoreIndex()
+    : places_(g_hash_table_new(g_direct_hash, nullptr)), entries_(g_array_new(FALSE, FALSE, sizeof(StoreEntry))) {
     current_ = this;
 }
 
 StoreIndex::~StoreIndex() {
     current_ = nullptr;
-    g_hash_table_destroy(entries_);
+    g_hash_table_destroy(places_);
+    g_array_unref(entries_);
 }
 
-qarn_merge_val *StoreIndex::find(qarn_merge_key key) const {
-    return static_cast<qarn_merge_val *>(g_hash_table_lookup(entries_, spread(key)));
+// A key without a place gives null, 0, and one less is kNoPlace.
+uint32_t StoreIndex::place_of(qarn_merge_key key) const {
+    return GPOINTER_TO_UINT(g_hash_table_lookup(places_, spread(key))) - 1;
 }
 
-void StoreIndex::insert(qarn_merge_key key, qarn_merge_val *value) {
-    g_hash_table_insert(entries_, spread(key), value);
+void StoreIndex::insert(qarn_merge_key *key, qarn_merge_val *value) {
+    const uint32_t place = place_of(*key);
+    if (place == kNoPlace) {
+        const StoreEntry entry = {key, value};
+        g_array_append_val(entries_, entry);
+        g_hash_table_insert(places_, spread(*key), GUINT_TO_POINTER(entries_->len));
+        return;
+    }
+    StoreEntry &entry = g_array_index(entries_, StoreEntry, place);
+    entry = {entry.value != nullptr ? entry.key : key, value};
 }
 
 void StoreIndex::remove(qarn_merge_key key) {
-    g_hash_table_remove(entries_, spread(key));
+    const uint32_t place = place_of(key);
+    if (place != kNoPlace) g_array_index(entries_, StoreEntry, place).value = nullptr;
 }
 
 } // namespace qarn

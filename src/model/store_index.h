@@ -1,5 +1,6 @@
 // A second index of the element store. The store hashes a key as one integer, and with GLib's table sizes many keys of
-// a large switch (few services with many elements each) collide; this index spreads the keys first.
+// a large switch (few services with many elements each) collide; this index spreads the keys first. It also numbers the
+// entries in the order of their arrival, in which a walk over the elements reads memory as it was allocated.
 #pragma once
 
 #include <glib.h>
@@ -9,6 +10,11 @@
 #include <qarncli/element_store.h>
 
 namespace qarn {
+
+struct StoreEntry {
+    qarn_merge_key *key; // the store's own key object
+    qarn_merge_val *value;
+};
 
 // Lives while a generation decodes, orders and prints. qarn_merge_hash_insert and qarn_merge_hash_remove keep it up to
 // date.
@@ -22,14 +28,26 @@ class StoreIndex {
     // The index of the current generation; null when there is none.
     static StoreIndex *current() { return current_; }
 
-    qarn_merge_val *find(qarn_merge_key key) const;
-    void insert(qarn_merge_key key, qarn_merge_val *value);
+    // Null when the store has no entry of the key.
+    qarn_merge_val *find(qarn_merge_key key) const {
+        const uint32_t place = place_of(key);
+        return place != kNoPlace ? at(place).value : nullptr;
+    }
+    // The table keeps the key object of an entry that it has already, and so does the index.
+    void insert(qarn_merge_key *key, qarn_merge_val *value);
     void remove(qarn_merge_key key);
+
+    // Entries by place, in the order of arrival. An entry that was removed has no value.
+    static constexpr uint32_t kNoPlace = UINT32_MAX;
+    uint32_t num_places() const { return entries_->len; }
+    const StoreEntry &at(uint32_t place) const { return g_array_index(entries_, StoreEntry, place); }
+    uint32_t place_of(qarn_merge_key key) const;
 
   private:
     static inline StoreIndex *current_ = nullptr;
 
-    GHashTable *entries_;
+    GHashTable *places_; // spread key -> place + 1
+    GArray *entries_;
 };
 
 } // namespace qarn

@@ -6,7 +6,7 @@
 //                                            the TLVs up to the next tag 0 belong to no element
 //   a TLV without a value                    counts as an empty text
 //   a missing follow-up                      ends the decoding; its entry is not kept
-//   a wrong length of a text                 only sizes the first buffer of the copy, and never beyond the text
+//   a wrong length of a text                 does not matter: a text ends at its NUL
 #include <qarncli/tlv_decode.h>
 
 #include <qarncli/element_store.h>
@@ -19,6 +19,7 @@
 #include "base/command_message.h"
 #include "base/trace.h"
 #include "model/element_filter.h"
+#include "model/store_index.h"
 #include "model/tlv_decode.h"
 #include "model/tlv_reader.h"
 #include "platform/cfglib.h"
@@ -27,9 +28,12 @@
 namespace qarn {
 namespace {
 
-GString *new_string(const Tlv &tlv, const TextValue &text) {
-    GString *string = g_string_sized_new(std::min<std::size_t>(tlv.length, text.length + 1));
-    return g_string_append_len(string, text.chars, static_cast<gssize>(text.length));
+// The text is copied in place: there are millions, and appending costs more than the copy.
+GString *new_string(const TextValue &text) {
+    GString *string = g_string_sized_new(text.length);
+    std::memcpy(string->str, text.chars, text.length + 1);
+    string->len = text.length;
+    return string;
 }
 
 // Whether a command message's own length word may be used to copy it: it must cover the header and stay inside the TLV.
@@ -86,18 +90,18 @@ class Decoder {
 
     Verdict open_element(const Tlv &tlv) {
         if (!tlv.has_words(5)) return open_nothing();
-        qarn_elem *fresh = qarn_elem_info_create(0, 0, 0, 0);
-        if (fresh == nullptr) return QARN_STATUS_NO_MEMORY;
-        if (debugging(QARN_DEBUG_PRINT)) debug_element_ = qarn_elem_info_create(0, 0, 0, 0);
-        qarn_element_info_tlv_parse(tlv.value, fresh);
+        qarn_elem header = {};
+        qarn_element_info_tlv_parse(tlv.value, &header);
         if (debugging(QARN_DEBUG_DECODE)) {
-            csm_qarn_sp_print("UUID:%d Elem:%d Level:%d Property %d\n", fresh->uuid, fresh->elem_id, fresh->level,
-                              fresh->property);
+            csm_qarn_sp_print("UUID:%d Elem:%d Level:%d Property %d\n", header.uuid, header.elem_id, header.level,
+                              header.property);
         }
-        current_ = merge(fresh);
+        current_ = find_or_create(header);
+        if (current_ == nullptr) return QARN_STATUS_NO_MEMORY;
+        if (debugging(QARN_DEBUG_PRINT)) debug_element_ = qarn_elem_info_create(0, 0, 0, 0);
         if (!passes_feature_filter(*current_)) return kNextTlv;
         if (passes_view_filter(*current_)) {
-            store(current_);
+            store_current();
         } else if (merged_) {
             qarn_merge_hash_remove(current_->uuid, current_, table_);
         }
@@ -111,28 +115,60 @@ class Decoder {
         return kNextTlv;
     }
 
-    // The element that the tag 0 opens: `fresh`, or the one that the store already has under that key. A placeholder
-    // gives way to the real element.
-    qarn_elem *merge(qarn_elem *fresh) {
+    // The element that the tag 0 opens: the one that the store already has under that key, or a new one, which takes
+    // the place of a placeholder. Null if memory runs out.
+    qarn_elem *find_or_create(qarn_elem &header) {
         merged_ = false;
-        const qarn_merge_val *entry = qarn_merge_value_get(fresh->uuid, fresh->elem_id);
-        if (entry == nullptr) return fresh;
-        qarn_elem *known = entry->elem;
+        entry_ = qarn_merge_value_get(header.uuid, header.elem_id);
+        if (entry_ == nullptr) return create(header);
+        qarn_elem *known = entry_->elem;
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("Merging with existing element\n");
-            csm_qarn_sp_print("UUID:%d ELEM %d LEVEL %d property %d\n", fresh->uuid, fresh->elem_id, fresh->level,
-                              fresh->property);
+            csm_qarn_sp_print("UUID:%d ELEM %d LEVEL %d property %d\n", header.uuid, header.elem_id, header.level,
+                              header.property);
             csm_qarn_sp_print("MERGE UUID:%d ELEM %d LEVEL %d property %d\n", known->uuid, known->elem_id, known->level,
                               known->property);
         }
         if ((known->property & QARN_PROP_DUMMY) != 0) {
-            qarn_merge_hash_remove(fresh->uuid, known, table_);
-            fresh->property |= QARN_PROP_INTF;
-            return fresh;
+            qarn_merge_hash_remove(header.uuid, known, table_);
+            entry_ = nullptr;
+            header.property |= QARN_PROP_INTF;
+            return is_blank(*known) ? fill(known, header) : create(header);
         }
-        if (static_cast<int32_t>(fresh->property) > 0) known->property = fresh->property;
+        if (static_cast<int32_t>(header.property) > 0) known->property = header.property;
         merged_ = true;
         return known;
+    }
+
+    static qarn_elem *fill(qarn_elem *elem, const qarn_elem &header) {
+        elem->uuid = header.uuid;
+        elem->elem_id = header.elem_id;
+        elem->level = header.level;
+        elem->property = header.property;
+        elem->val_type = header.val_type;
+        return elem;
+    }
+
+    static qarn_elem *create(const qarn_elem &header) {
+        qarn_elem *fresh = qarn_elem_info_create(0, 0, 0, 0);
+        return fresh != nullptr ? fill(fresh, header) : nullptr;
+    }
+
+    // A placeholder that a service sent may hold configuration. One that the decoder made is blank, and its record
+    // serves for the element that arrives.
+    static bool is_blank(const qarn_elem &elem) {
+        return elem.cfg_str->len == 0 && g_hash_table_size(elem.ifindex_table) == 0 &&
+               g_hash_table_size(elem.key_table) == 0 && g_hash_table_size(elem.keystr_table) == 0 &&
+               elem.dep_list == nullptr && elem.dbg_cmd_buf == nullptr;
+    }
+
+    // An element that is sent again keeps its entry, without the vertex of an earlier ordering.
+    void store_current() {
+        if (merged_) {
+            entry_->vertex = nullptr;
+        } else {
+            store(current_);
+        }
     }
 
     Verdict add_dependency(const Tlv &tlv) {
@@ -142,26 +178,29 @@ class Decoder {
         current_->dep_list = dep;
         qarn_elem_dependency_info_tlv_parse(tlv.value, dep);
         if (debugging(QARN_DEBUG_DECODE)) csm_qarn_sp_print("Dependency UUID:%d Elem:%d\n", dep->uuid, dep->elem_id);
-        if (!passes_feature_filter(*current_) || !passes_view_filter(*current_)) return kNextTlv;
-
         const bool orders_interfaces =
             (current_->property & QARN_PROP_INTF) != 0 && (current_->property & QARN_PROP_DUMMY) == 0;
-        if (const qarn_merge_val *entry = qarn_merge_value_get(dep->uuid, dep->elem_id)) {
-            store_again(entry->elem, orders_interfaces);
+        if (!orders_interfaces && leaves_targets_alone_) return kNextTlv;
+        if (!passes_feature_filter(*current_) || !passes_view_filter(*current_)) return kNextTlv;
+
+        if (qarn_merge_val *entry = qarn_merge_value_get(dep->uuid, dep->elem_id)) {
+            renew(*entry, orders_interfaces);
             return kNextTlv;
         }
         return orders_interfaces ? add_placeholder(*dep) : kNextTlv;
     }
 
-    // What an interface element depends on is ordered among the interface elements.
-    void store_again(qarn_elem *target, bool orders_interfaces) {
+    // What an interface element depends on is ordered among the interface elements. Its entry loses the vertex of an
+    // earlier ordering.
+    void renew(qarn_merge_val &entry, bool orders_interfaces) {
+        qarn_elem *target = entry.elem;
         if (orders_interfaces) target->property |= QARN_PROP_INTF;
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("Dependent UUID:%d Elem:%d present. setting property %d\n", target->uuid, target->elem_id,
                               target->property);
             print_current_element();
         }
-        store(target);
+        entry.vertex = nullptr;
     }
 
     Verdict add_placeholder(const qarn_elem_dependency &dep) {
@@ -221,7 +260,7 @@ class Decoder {
     Verdict add_interface_text(Malloced<uint32_t> if_index, const Tlv &operand) {
         const std::optional<TextValue> text = reader_.text(operand);
         if (!text) return kEnd;
-        GString *value = new_string(operand, *text);
+        GString *value = new_string(*text);
         if (debugging(QARN_DEBUG_INTERFACE)) csm_qarn_sp_print("Ifindex:%x Str:%s\n", *if_index, value->str);
         insert_interface_value(std::move(if_index), value);
         return kNextTlv;
@@ -284,7 +323,7 @@ class Decoder {
 
     // A key that is there already keeps its copy of the name and takes the new value.
     static void insert_by_name(GHashTable *table, const TextValue &name, void *value) {
-        char *copy = g_strndup(name.chars, name.length);
+        auto *copy = static_cast<char *>(g_memdup2(name.chars, name.length + 1));
         if (!g_hash_table_insert(table, copy, value)) g_free(copy);
     }
 
@@ -295,7 +334,7 @@ class Decoder {
         if (!operand) return kEnd;
         const std::optional<TextValue> text = reader_.text(*operand);
         if (!text) return kEnd;
-        String value(new_string(*operand, *text));
+        String value(new_string(*text));
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("(QARN_TLV_TAG_KEY_STR) Str:%s Len:%d\n", value->str, static_cast<int>(value->len));
         }
@@ -310,7 +349,7 @@ class Decoder {
         if (!map_operand) return kEnd;
         const std::optional<TextValue> map = reader_.text(*map_operand);
         if (!map) return kEnd;
-        String key_map(new_string(*map_operand, *map));
+        String key_map(new_string(*map));
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("(QARN_TLV_TAG_KEY) Val:%s Len %d\n", key_map->str, static_cast<int>(key_map->len));
         }
@@ -334,10 +373,14 @@ class Decoder {
     TlvReader reader_;
     GHashTable *table_;
     qarn_elem *current_ = nullptr;
+    qarn_merge_val *entry_ = nullptr;    // of a current element that is sent again
     qarn_elem *debug_element_ = nullptr; // never stored; made for the debug display only
     bool merged_ = false;                // the current element was in the store before
     bool lost_element_ = false;          // a tag 0 was too short to name its element
-    int64_t count_ = 0;                  // TLVs and follow-ups seen, as counted against the announced number
+    // In a command no entry has a vertex yet while replies are decoded, so a dependency of another than an interface
+    // element changes nothing in its target.
+    const bool leaves_targets_alone_ = StoreIndex::current() != nullptr && !debugging(QARN_DEBUG_DECODE);
+    int64_t count_ = 0; // TLVs and follow-ups seen, as counted against the announced number
 };
 
 } // namespace

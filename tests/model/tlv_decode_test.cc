@@ -225,7 +225,7 @@ TEST_F(Decoding, EndsWithoutMemoryForWhatItKeeps) {
     }
     for (const char *creation : {"qarn_elem_info_create", "qarn_elem_dependency_create"}) {
         sw.next(creation, {});
-        EXPECT_EQ(decode("5.0; after 1.1"), QARN_STATUS_NO_MEMORY + 0u) << creation;
+        EXPECT_EQ(decode("6.0; after 1.1"), QARN_STATUS_NO_MEMORY + 0u) << creation;
     }
 }
 
