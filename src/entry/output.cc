@@ -3,7 +3,6 @@
 // final callback. A loop, or a switch profile that the manager does not return, ends the generation at once; what was
 // printed before stays printed. The display conversion is closed on every way out.
 #include <qarncli/display.h>
-#include <qarncli/element_print.h>
 #include <qarncli/globals.h>
 #include <qarncli/graph.h>
 #include <qarncli/ordering.h>
@@ -14,11 +13,12 @@
 #include "base/trace.h"
 #include "entry/generation.h"
 #include "entry/turn.h"
-#include "order/store_entries.h"
+#include "order/passes.h"
 #include "platform/cfglib.h"
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
+#include "print/element_print.h"
 #include "print/lookup.h"
 
 namespace qarn {
@@ -44,27 +44,28 @@ bool report_loop() {
     return false;
 }
 
-bool print_level(const StoreEntries &entries, int32_t level, qarn_cfg_req_msg *msg) {
+void print_entry(const StoreEntry &entry, void *msg) {
+    print_element(*entry.key, entry.value, *static_cast<const qarn_cfg_req_msg *>(msg));
+}
+
+bool print_level(Passes &passes, int32_t level, qarn_cfg_req_msg *msg) {
     if (debugging(QARN_DEBUG_DECODE)) trace("Configuration for Level:%d\n", level);
     if (add_nl != 0) csm_qarn_sp_print("\n");
     add_nl = 0;
-    queue ordered;
-    if (!entries.order(level, Admit::kEveryElement, &ordered)) return report_loop();
-    traverse(&ordered, qarn_element_cfg_print, msg);
-    return true;
+    return passes.traverse_level(level, print_entry, msg) || report_loop();
 }
 
 bool print_levels(qarn_cfg_req_msg *msg) {
-    const StoreEntries entries(merge_elem_table_p);
-    if (!entries.order(QARN_EVERY_LEVEL, Admit::kInterfaceElements, &intf_element_q)) return report_loop();
+    Passes passes(merge_elem_table_p);
+    if (!passes.order(Admit::kInterfaceElements, &intf_element_q)) return report_loop();
     if (debugging(QARN_DEBUG_DECODE)) print_dummy_elems(&intf_element_q);
-    if (!entries.order(QARN_EVERY_LEVEL, Admit::kEveryElement, &keystr_element_q)) {
+    if (!passes.order(Admit::kEveryElement, &keystr_element_q)) {
         csm_qarn_sp_print("KEYSTR Loop in the graph\n");
         return false;
     }
     const Lookup lookup; // indexes what the two queues now hold
     for (int32_t level = 0; level < kPrintLevels; ++level) {
-        if (!print_level(entries, level, msg)) return false;
+        if (!print_level(passes, level, msg)) return false;
     }
     return true;
 }

@@ -24,6 +24,7 @@
 #include "platform/port_managers.h"
 #include "platform/sysmgr.h"
 #include "platform/vdc.h"
+#include "print/element_print.h"
 #include "print/intf_print.h"
 #include "print/lookup.h"
 
@@ -214,20 +215,24 @@ void print_ordinary_element(const qarn_merge_key &key, qarn_merge_val *value) {
 }
 
 } // namespace
+
+void print_element(const qarn_merge_key &key, qarn_merge_val *value, const qarn_cfg_req_msg &request) {
+    g_intf_uuid = key.uuid;
+    g_intf_elem = key.elem_id;
+    if (debugging(QARN_DEBUG_PRINT)) {
+        csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", key.uuid, key.elem_id);
+    }
+    if (value != nullptr && (value->elem->property & QARN_PROP_DUMMY) != 0) return;
+    if (key.uuid == QARN_UUID_INTERFACE) {
+        print_interface_blocks(key.elem_id, request);
+    } else {
+        print_ordinary_element(key, value);
+    }
+}
+
 } // namespace qarn
 
 void qarn_element_cfg_print(void *vertex, void *request_message) {
-    const qarn_merge_key &key = qarn::key_of_vertex(vertex);
-    g_intf_uuid = key.uuid;
-    g_intf_elem = key.elem_id;
-    if (qarn::debugging(QARN_DEBUG_PRINT)) {
-        csm_qarn_sp_print("Printing config for UUID:%d Elem:%d\n", key.uuid, key.elem_id);
-    }
-    qarn_merge_val *value = qarn::value_of_vertex(vertex);
-    if (value != nullptr && (value->elem->property & QARN_PROP_DUMMY) != 0) return;
-    if (key.uuid == QARN_UUID_INTERFACE) {
-        qarn::print_interface_blocks(key.elem_id, *static_cast<const qarn_cfg_req_msg *>(request_message));
-    } else {
-        qarn::print_ordinary_element(key, value);
-    }
+    qarn::print_element(qarn::key_of_vertex(vertex), qarn::value_of_vertex(vertex),
+                        *static_cast<const qarn_cfg_req_msg *>(request_message));
 }

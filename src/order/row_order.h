@@ -1,0 +1,53 @@
+// The print order of the rows of one pass, in the order of visit2's sweeps (sweep.cc), found from each row's
+// predecessors without a graph.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "base/array.h"
+#include "order/rows.h"
+
+namespace qarn {
+
+// A sweep walks the rows in ascending order and places every row that waits for no unplaced one. A row is placed in the
+// same sweep as its predecessor when the predecessor comes first, else in the next sweep. So a row's sweep is the
+// greatest, over its predecessors, of the predecessor's sweep, plus 1 where the predecessor comes later.
+class RowOrder {
+  public:
+    explicit RowOrder(const Rows &rows);
+
+    // Order the rows of a pass. Afterwards ordered() holds them, but for those that wait for a loop. False if there are
+    // such rows.
+    bool order_all();
+    bool order_interfaces();
+    bool order_level(int32_t level);
+
+    std::span<const uint32_t> ordered() const { return {ordered_.begin(), count_}; }
+
+  private:
+    using Sweep = int32_t;
+    static constexpr Sweep kUnknown = -1;
+    static constexpr Sweep kOpen = INT32_MAX - 1; // on the path that is being followed
+    static constexpr Sweep kNever = INT32_MAX;    // waits for a loop
+
+    // A row on the path, with its first predecessor whose sweep is not counted in yet.
+    struct Step {
+        uint32_t row, next;
+        Sweep sweep;
+    };
+
+    template <typename Candidates, typename Admits>
+    bool order(const Candidates &candidates, Admits admits);
+    template <typename Admits>
+    void find_sweep(uint32_t row, Admits admits);
+    void sort_by_sweep(Sweep last);
+
+    const Rows &rows_;
+    Array<Sweep> sweeps_; // by row
+    Array<uint32_t> ordered_;
+    uint32_t count_ = 0;
+    Array<Step> path_;
+};
+
+} // namespace qarn
