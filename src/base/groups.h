@@ -3,15 +3,23 @@
 
 #include <glib.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
 namespace qarn {
 
 // Values are added in any order, each with its key, and keep that order within the key's group. GLib's functions
-// compare the keys, which belong to the caller. The nodes are allocated in blocks, because there may be millions.
+// compare the keys, which belong to the caller. There may be millions of values: those of a group lie side by side in
+// runs, and the runs are allocated in blocks.
 template <typename T>
 class Groups {
-    struct Node {
-        T value;
-        Node *next;
+    struct Run {
+        Run *next;
+        uint32_t used, room;
+
+        T *values() { return reinterpret_cast<T *>(this + 1); }
+        const T *values() const { return reinterpret_cast<const T *>(this + 1); }
     };
 
   public:
@@ -19,16 +27,20 @@ class Groups {
       public:
         class Iterator {
           public:
-            explicit Iterator(const Node *node) : node_(node) {}
-            const T &operator*() const { return node_->value; }
+            explicit Iterator(const Run *run) : run_(run) {}
+            const T &operator*() const { return run_->values()[at_]; }
             Iterator &operator++() {
-                node_ = node_->next;
+                if (++at_ == run_->used) {
+                    run_ = run_->next;
+                    at_ = 0;
+                }
                 return *this;
             }
             bool operator==(const Iterator &) const = default;
 
           private:
-            const Node *node_;
+            const Run *run_;
+            uint32_t at_ = 0;
         };
 
         Iterator begin() const { return Iterator(first_); }
@@ -36,7 +48,7 @@ class Groups {
 
       private:
         friend Groups;
-        Node *first_ = nullptr, *last_ = nullptr;
+        Run *first_ = nullptr, *last_ = nullptr;
     };
 
     Groups(GHashFunc hash, GEqualFunc equal)
@@ -60,29 +72,41 @@ class Groups {
     }
 
     void add(Group &group, const T &value) {
-        Node *node = new_node();
-        *node = {value, nullptr};
-        (group.last_ != nullptr ? group.last_->next : group.first_) = node;
-        group.last_ = node;
+        Run *last = group.last_;
+        if (last == nullptr || last->used == last->room) {
+            Run *run = new_run(last == nullptr ? 1 : std::min(2 * last->room, kLongestRun));
+            (last != nullptr ? last->next : group.first_) = run;
+            group.last_ = last = run;
+        }
+        last->values()[last->used++] = value;
     }
 
     // Null when the key has no group.
     const Group *find(const void *key) const { return static_cast<const Group *>(g_hash_table_lookup(groups_, key)); }
 
   private:
-    static constexpr gsize kNodesPerBlock = 4096;
+    static constexpr uint32_t kLongestRun = 8;
+    static constexpr std::size_t kBlockSize = 65536;
+    static_assert(sizeof(Run) % alignof(T) == 0 && sizeof(T) % alignof(Run) == 0);
 
-    Node *new_node() {
-        if (blocks_->len == 0 || used_of_block_ == kNodesPerBlock) {
-            g_ptr_array_add(blocks_, g_new(Node, kNodesPerBlock));
-            used_of_block_ = 0;
+    Run *new_run(uint32_t room) {
+        const std::size_t size = sizeof(Run) + room * sizeof(T);
+        if (left_of_block_ < size) {
+            free_ = static_cast<char *>(g_malloc(kBlockSize));
+            g_ptr_array_add(blocks_, free_);
+            left_of_block_ = kBlockSize;
         }
-        return static_cast<Node *>(g_ptr_array_index(blocks_, blocks_->len - 1)) + used_of_block_++;
+        auto *run = reinterpret_cast<Run *>(free_);
+        free_ += size;
+        left_of_block_ -= size;
+        *run = {nullptr, 0, room};
+        return run;
     }
 
     GHashTable *groups_;
     GPtrArray *blocks_;
-    gsize used_of_block_ = 0;
+    char *free_ = nullptr; // of the last block
+    std::size_t left_of_block_ = 0;
 };
 
 } // namespace qarn
