@@ -4,7 +4,9 @@
 #include "print/header_slots.h"
 
 #include <qarncli/globals.h>
+#include <qarncli/key_table.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/owner.h"
@@ -33,6 +35,34 @@ bool allocate_slots(uint32_t capacity) {
         }
     }
     return true;
+}
+
+// A slot with the first bytes of its text behind what all texts begin with, as a number. Most comparisons need no more,
+// and so do not touch the slot.
+struct Sortable {
+    uint64_t head;
+    char *text;
+
+    bool operator<(const Sortable &other) const {
+        return head != other.head ? head < other.head : std::strcmp(text, other.text) < 0;
+    }
+};
+
+std::size_t common_beginning(char *const *slots, int32_t count) {
+    std::size_t length = std::strlen(slots[0]);
+    for (int32_t i = 1; i < count && length > 0; ++i)
+        length = static_cast<std::size_t>(std::mismatch(slots[0], slots[0] + length, slots[i]).first - slots[0]);
+    return length;
+}
+
+// The bytes up to the end of the text, the first one highest.
+uint64_t head_of(const char *text) {
+    uint64_t head = 0;
+    for (unsigned shift = 64; shift > 0 && *text != '\0'; ++text) {
+        shift -= 8;
+        head |= uint64_t{static_cast<unsigned char>(*text)} << shift;
+    }
+    return head;
 }
 
 } // namespace
@@ -65,6 +95,18 @@ void trace_headers() {
     if (!debugging(QARN_DEBUG_STORE)) return;
     for (int32_t i = 0; i < totalkeys; ++i)
         trace(" %d - %s", i, keylist[i]);
+}
+
+void sort_slots_by_text(char **slots, int32_t count) {
+    if (count < 2) return;
+    const auto sortables = allocate<Sortable>(static_cast<std::size_t>(count) * sizeof(Sortable));
+    if (!sortables) return sort_slots(slots, count, qarn_key_cmp_fn);
+    const std::size_t shared = common_beginning(slots, count);
+    for (int32_t i = 0; i < count; ++i)
+        sortables.get()[i] = {head_of(slots[i] + shared), slots[i]};
+    std::sort(sortables.get(), sortables.get() + count);
+    for (int32_t i = 0; i < count; ++i)
+        slots[i] = sortables.get()[i].text;
 }
 
 void sort_slots(char **slots, int32_t count, int (*compare)(const void *, const void *)) {

@@ -28,6 +28,9 @@ void add_header(const char *text);
 // Trace every slot in use, under QARN_DEBUG_STORE.
 void trace_headers();
 
+// Sort slots by their texts, as strcmp does.
+void sort_slots_by_text(char **slots, int32_t count);
+
 // Sort slots by a qsort comparator over char pointers.
 void sort_slots(char **slots, int32_t count, int (*compare)(const void *, const void *));
 

@@ -29,16 +29,14 @@ int length_of(const GString *text) {
     return static_cast<int>(text->len);
 }
 
-void print_texts(const Texts &texts) {
-    for (const GString *text : texts)
-        csm_qarn_sp_print("%s", text->str);
+void print_text(const GString *text) {
+    csm_qarn_sp_print("%s", text->str);
 }
 
 // Everything that the queued elements file under a name.
 void print_filed_under(const char *name) {
     if (auto *lookup = Lookup::for_key_strings()) {
-        if (const Texts *texts = lookup->key_strings(name)) print_texts(*texts);
-        return;
+        return lookup->key_strings().for_each(name, print_text);
     }
     const String key(g_string_new(name));
     traverse(&keystr_element_q, qarn_keystr_elem_q_cfg_print, key.get());
@@ -54,16 +52,13 @@ class TextsByHeader {
         void *key = nullptr;
         g_hash_table_iter_init(&iter, key_table);
         while (g_hash_table_iter_next(&iter, &name, &key) != 0) {
-            Texts &under_header = texts_.open(static_cast<qarn_key_val *>(key)->val_str->str);
-            const Texts *texts = lookup.key_strings(name_of(name));
-            if (texts == nullptr) continue;
-            for (GString *text : *texts)
-                texts_.add(under_header, text);
+            auto &under_header = texts_.open(static_cast<qarn_key_val *>(key)->val_str->str);
+            lookup.key_strings().for_each(name_of(name), [&](GString *text) { texts_.add(under_header, text); });
         }
     }
 
     // Null when no entry has this key map.
-    const Texts *find(const char *header) const { return texts_.find(header); }
+    const Groups<GString *>::Group *find(const char *header) const { return texts_.find(header); }
 
   private:
     Groups<GString *> texts_{g_str_hash, g_str_equal};
@@ -80,9 +75,10 @@ void print_headers_by_index(GHashTable *key_table, Lookup &lookup) {
     const TextsByHeader by_header(key_table, lookup);
     for (int32_t i = 0; i < totalkeys; ++i) {
         csm_qarn_sp_print("%s", keylist[i]);
-        const Texts *texts = by_header.find(keylist[i]);
+        const auto *texts = by_header.find(keylist[i]);
         if (texts == nullptr) continue;
-        print_texts(*texts);
+        for (const GString *text : *texts)
+            print_text(text);
         g_traverse = 1;
     }
 }
@@ -114,6 +110,16 @@ bool prints_feature_keys() {
     return qarn_feature == 1 && qarn_feature_send_all == 0 && g_traverse == 0 && qarnkey == 0 && qarn_feature_dns == 0;
 }
 
+void add_new_feature_key(void *name, void *, void *) {
+    add_header(name_of(name));
+    add_feature_key_to_list(name_of(name));
+}
+
+// While key_list is empty no name was printed before, and one table has no name twice.
+GHFunc collector_of_feature_keys() {
+    return key_list == nullptr && !debugging(QARN_DEBUG_STORE) ? add_new_feature_key : qarn_get_keys;
+}
+
 // The element's key-string names that were not printed before become headers.
 void run_feature_key_pass(const qarn_elem &elem) {
     const guint count = g_hash_table_size(elem.keystr_table);
@@ -121,9 +127,11 @@ void run_feature_key_pass(const qarn_elem &elem) {
     const HeaderSlots slots(count);
     if (!slots.ok()) return;
     if (debugging(QARN_DEBUG_STORE)) trace("num keys %d\n", count);
-    g_hash_table_foreach(elem.keystr_table, qarn_get_keys, nullptr);
+    g_hash_table_foreach(elem.keystr_table, collector_of_feature_keys(), nullptr);
     qarn_sort_traverse_keys();
+    constexpr int32_t kAhead = 8; // sorted slots lie far apart in memory
     for (int32_t i = 0; i < totalkeys; ++i) {
+        if (i + kAhead < totalkeys) __builtin_prefetch(keylist[i + kAhead]);
         csm_qarn_sp_print("%s", keylist[i]);
         print_filed_under(keylist[i]);
     }
@@ -169,7 +177,7 @@ int32_t qarn_sort_traverse_keys() {
 }
 
 void sortmyarray(char **array, int32_t count) {
-    qarn::sort_slots(array, count, qarn_key_cmp_fn);
+    qarn::sort_slots_by_text(array, count);
 }
 
 int qarn_key_cmp_fn(const void *a, const void *b) {

@@ -10,17 +10,6 @@
 namespace qarn {
 namespace {
 
-void add_texts(Groups<GString *> &texts, const qarn_elem &elem) {
-    GHashTableIter iter;
-    void *name = nullptr;
-    void *value = nullptr;
-    g_hash_table_iter_init(&iter, elem.keystr_table);
-    while (g_hash_table_iter_next(&iter, &name, &value) != 0) {
-        auto *text = static_cast<GString *>(value);
-        if (text != nullptr && text->len > 0) texts.add(texts.open(name), text);
-    }
-}
-
 void add_values(Groups<InterfaceValue> &values, const qarn_elem &elem) {
     GHashTableIter iter;
     void *if_index = nullptr;
@@ -50,17 +39,8 @@ Lookup *Lookup::for_interfaces() {
     return debugging(QARN_DEBUG_LOOKUP) ? nullptr : current_;
 }
 
-const Texts *Lookup::key_strings(const char *name) {
-    build_key_strings();
-    return key_strings_->find(name);
-}
-
-void Lookup::build_key_strings() {
-    if (key_strings_) return;
-    key_strings_.emplace(g_str_hash, g_str_equal);
-    for (const queue_node *node = keystr_element_q.head; node != nullptr; node = node->next) {
-        if (const qarn_merge_val *entry = value_of_vertex(node->data)) add_texts(*key_strings_, *entry->elem);
-    }
+const KeyStrings &Lookup::key_strings() {
+    return key_strings_ ? *key_strings_ : key_strings_.emplace(keystr_element_q);
 }
 
 const InterfaceValues *Lookup::interface_values(uint32_t if_index) {
@@ -85,19 +65,17 @@ void Lookup::build_interface_values() {
 }
 
 bool Lookup::is_printed(const char *name) {
-    return g_hash_table_contains(printed_names(), name) != 0;
+    if (!printed_names_) {
+        printed_names_.reset(g_hash_table_new(g_str_hash, g_str_equal));
+        for (const feature_key_entry *entry = key_list; entry != nullptr; entry = entry->next)
+            add_printed(*entry);
+    }
+    return g_hash_table_contains(printed_names_.get(), name) != 0;
 }
 
+// Before the first question key_list itself knows the entry.
 void Lookup::add_printed(const feature_key_entry &entry) {
-    g_hash_table_add(printed_names(), entry.key->str);
-}
-
-GHashTable *Lookup::printed_names() {
-    if (printed_names_) return printed_names_.get();
-    printed_names_.reset(g_hash_table_new(g_str_hash, g_str_equal));
-    for (const feature_key_entry *entry = key_list; entry != nullptr; entry = entry->next)
-        g_hash_table_add(printed_names_.get(), entry->key->str);
-    return printed_names_.get();
+    if (printed_names_) g_hash_table_add(printed_names_.get(), entry.key->str);
 }
 
 } // namespace qarn

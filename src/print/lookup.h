@@ -18,6 +18,7 @@
 #include <optional>
 
 #include "base/groups.h"
+#include "print/key_strings.h"
 
 struct feature_key_entry;
 
@@ -40,8 +41,6 @@ struct InterfaceValue {
     void *value;
 };
 
-// Texts of elements: GStrings that belong to the elements.
-using Texts = Groups<GString *>::Group;
 using InterfaceValues = Groups<InterfaceValue>::Group;
 
 // The indexes of one generation's level passes, during which store and queues are only read. Each index is built when
@@ -58,8 +57,7 @@ class Lookup {
     static Lookup *for_interfaces();
     static Lookup *for_printed_names() { return current_; }
 
-    // The texts that all elements file under a name, in queue order, none of them empty; null when there are none.
-    const Texts *key_strings(const char *name);
+    const KeyStrings &key_strings();
 
     // The values for an interface, in queue order; null when there are none.
     const InterfaceValues *interface_values(uint32_t if_index);
@@ -77,14 +75,11 @@ class Lookup {
 
     static inline Lookup *current_ = nullptr;
 
-    void build_key_strings();
     void build_interface_values();
-    GHashTable *printed_names();
-
-    std::optional<Groups<GString *>> key_strings_;            // by name
+    std::optional<KeyStrings> key_strings_;
     std::optional<Groups<InterfaceValue>> interface_values_;  // by interface index
     bool has_interface_elements_ = false;                     // known once interface_values_ is built
-    std::unique_ptr<GHashTable, DestroyTable> printed_names_; // the entries' own texts
+    std::unique_ptr<GHashTable, DestroyTable> printed_names_; // the entries' own texts; null until the first question
 };
 
 } // namespace qarn

@@ -88,7 +88,8 @@ class Contributions {
   public:
     explicit Contributions(const char *line) : older_(key_str_list) {
         if (Lookup *lookup = Lookup::for_key_strings()) {
-            if (const Texts *texts = lookup->key_strings(line)) borrow(*texts);
+            borrowed_ = true;
+            lookup->key_strings().for_each(line, add_entry);
         } else {
             const String name(g_string_new(line));
             traverse(&keystr_element_q, qarn_vlan_keystr_elem_q_cfg_print, name.get());
@@ -103,12 +104,6 @@ class Contributions {
     Contributions &operator=(const Contributions &) = delete;
 
   private:
-    void borrow(const Texts &texts) {
-        borrowed_ = true;
-        for (GString *text : texts)
-            add_entry(text);
-    }
-
     const key_str_entry *older_; // entries that were on the list before; they own their texts
     bool borrowed_ = false;
 };
