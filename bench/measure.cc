@@ -16,12 +16,6 @@
 namespace bench {
 namespace {
 
-double cpu_now() {
-    timespec now = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 // A field of the process status, in bytes.
 double status_field(const std::string &name) {
     std::ifstream status("/proc/self/status");
@@ -107,6 +101,12 @@ Cost run_apart(const Job &work) {
 
 } // namespace
 
+double cpu_now() {
+    timespec now = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
 void run_library(const Shape &shape, uint32_t handle, std::FILE *) {
     qarn_req req = {};
     req.valid = 1;
@@ -117,13 +117,16 @@ void run_library(const Shape &shape, uint32_t handle, std::FILE *) {
     if (qarn_cli_run_cfg_gen(&req) != 0) throw std::runtime_error("the command failed");
 }
 
+Job apart(Job work) {
+    return [work = std::move(work)] { return run_apart(work); };
+}
+
 Job job(const Shape &shape, Program program) {
-    return
-        [=] { return run_apart([&] { return run(shape, program, open_memory(memfd_create("configuration", 0))); }); };
+    return apart([=] { return run(shape, program, open_memory(memfd_create("configuration", 0))); });
 }
 
 Job line_writer(const std::string &text) {
-    return [=] { return run_apart([&] { return write_lines(text); }); };
+    return apart([=] { return write_lines(text); });
 }
 
 std::string text_of(const Shape &shape) {

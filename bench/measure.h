@@ -27,8 +27,13 @@ void run_library(const Shape &shape, uint32_t handle, std::FILE *out);
 // One run, in a process of its own. The text goes to a file on a memory file system.
 using Job = std::function<Cost()>;
 Job job(const Shape &shape, Program program = run_library);
+// The same for work of any kind.
+Job apart(Job work);
 // Writes the text line by line with fwrite.
 Job line_writer(const std::string &text);
+
+// The CPU time that this process has taken, in seconds.
+double cpu_now();
 
 // What the library writes.
 std::string text_of(const Shape &shape);

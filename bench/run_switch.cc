@@ -4,12 +4,15 @@
 #include <exception>
 #include <string>
 
+#include "bench/floor.h"
 #include "bench/measure.h"
 
 int main(int argc, char **argv) {
     try {
         std::string name = "M";
         CLI::App app("Runs one command on a generated switch.", "run_switch");
+        bool floor = false;
+        app.add_flag("--floor", floor, "run the floor program instead of the library");
         app.add_option("shape", name)->check(CLI::IsMember(bench::shape_names()));
         CLI11_PARSE(app, argc, argv);
         const bench::Shape &shape = bench::shape_of(name);
@@ -17,7 +20,7 @@ int main(int argc, char **argv) {
         sw.output = stdout;
         const uint32_t handle = bench::set_up(sw, shape);
         sim::make_current(&sw);
-        bench::run_library(shape, handle, stdout);
+        (floor ? bench::run_floor : bench::run_library)(shape, handle, stdout);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "run_switch: %s\n", error.what());
         return 1;
