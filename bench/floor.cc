@@ -236,22 +236,22 @@ void write_keys(const qarn_elem &owner, const Elements &elements, std::FILE *out
 // print, and on the list of printed keys for good.
 void write_feature_keys(const qarn_elem &elem, std::FILE *out) {
     constexpr std::size_t kSlotSize = 500;
-    const std::size_t count = g_hash_table_size(elem.keystr_table);
-    keylist = static_cast<char **>(std::malloc(count * sizeof(char *)));
-    for (std::size_t i = 0; i < count; ++i)
-        keylist[i] = static_cast<char *>(std::malloc(kSlotSize));
+    std::vector<char *> slots(g_hash_table_size(elem.keystr_table));
+    for (char *&slot : slots)
+        slot = static_cast<char *>(std::malloc(kSlotSize));
+    keylist = slots.data();
     GHashTableIter iter;
     void *name = nullptr, *text = nullptr;
     g_hash_table_iter_init(&iter, elem.keystr_table);
-    for (char **slot = keylist; g_hash_table_iter_next(&iter, &name, &text) != 0; ++slot) {
-        std::strcpy(*slot, static_cast<const char *>(name));
+    for (auto slot = slots.begin(); g_hash_table_iter_next(&iter, &name, &text) != 0; ++slot) {
+        g_strlcpy(*slot, static_cast<const char *>(name), kSlotSize);
         key_list = allocated(feature_key_entry{g_string_new(*slot), key_list});
         std::fputs(*slot, out);
         write_block(static_cast<GString *>(text), out);
     }
-    for (std::size_t i = 0; i < count; ++i)
-        std::free(keylist[i]);
-    std::free(keylist);
+    for (char *slot : slots)
+        std::free(slot);
+    keylist = nullptr;
 }
 
 } // namespace

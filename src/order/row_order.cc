@@ -3,7 +3,6 @@
 #include "order/row_order.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace qarn {
 
@@ -11,29 +10,37 @@ RowOrder::RowOrder(const Rows &rows)
     : rows_(rows), sweeps_(rows.count()), ordered_(rows.count()), path_(rows.count()) {}
 
 bool RowOrder::order_all() {
-    std::fill_n(sweeps_.begin(), rows_.count(), kUnknown);
-    return order(std::views::iota(uint32_t{0}, rows_.count()), [](uint32_t) { return true; });
+    return order_every_row([](uint32_t) { return true; });
 }
 
 bool RowOrder::order_interfaces() {
-    std::fill_n(sweeps_.begin(), rows_.count(), kUnknown);
-    return order(std::views::iota(uint32_t{0}, rows_.count()),
-                 [this](uint32_t row) { return rows_.is_interface(row); });
+    return order_every_row([this](uint32_t row) { return rows_.is_interface(row); });
 }
 
 bool RowOrder::order_level(int32_t level) {
     const std::span<const uint32_t> candidates = rows_.of_level(level);
     for (const uint32_t row : candidates)
         sweeps_[row] = kUnknown;
-    return order(candidates, [this, level](uint32_t row) { return rows_.level_of(row) == level; });
+    return order(
+        candidates.size(), [candidates](std::size_t at) { return candidates[at]; },
+        [this, level](uint32_t row) { return rows_.level_of(row) == level; });
 }
 
-template <typename Candidates, typename Admits>
-bool RowOrder::order(const Candidates &candidates, Admits admits) {
+template <typename Admits>
+bool RowOrder::order_every_row(Admits admits) {
+    std::fill_n(sweeps_.begin(), rows_.count(), kUnknown);
+    return order(
+        rows_.count(), [](std::size_t at) { return static_cast<uint32_t>(at); }, admits);
+}
+
+// The candidates come in ascending order.
+template <typename RowAt, typename Admits>
+bool RowOrder::order(std::size_t candidates, RowAt row_at, Admits admits) {
     count_ = 0;
     Sweep last = 0;
     bool is_complete = true;
-    for (const uint32_t row : candidates) {
+    for (std::size_t at = 0; at < candidates; ++at) {
+        const uint32_t row = row_at(at);
         if (!admits(row)) continue;
         if (sweeps_[row] == kUnknown) find_sweep(row, admits);
         if (sweeps_[row] == kNever) {
@@ -57,24 +64,26 @@ void RowOrder::find_sweep(uint32_t row, Admits admits) {
     enter(row);
     while (depth > 0) {
         Step &step = path_[depth - 1];
-        const std::span<const uint32_t> predecessors = rows_.predecessors(step.row);
-        bool waits = false;
-        for (; step.next < predecessors.size(); ++step.next) {
-            const uint32_t predecessor = predecessors[step.next];
-            if (!admits(predecessor)) continue;
-            const Sweep sweep = sweeps_[predecessor];
-            if (sweep == kUnknown) {
-                enter(predecessor);
-                waits = true;
-                break;
-            }
-            step.sweep = sweep >= kOpen ? kNever : std::max(step.sweep, sweep + (predecessor > step.row ? 1 : 0));
-            if (step.sweep == kNever) break;
+        if (const std::optional<uint32_t> unknown = count_in(step, admits)) {
+            enter(*unknown);
+        } else {
+            sweeps_[step.row] = step.sweep;
+            --depth;
         }
-        if (waits) continue;
-        sweeps_[step.row] = step.sweep;
-        --depth;
     }
+}
+
+template <typename Admits>
+std::optional<uint32_t> RowOrder::count_in(Step &step, Admits admits) const {
+    const std::span<const uint32_t> predecessors = rows_.predecessors(step.row);
+    for (; step.next < predecessors.size() && step.sweep != kNever; ++step.next) {
+        const uint32_t predecessor = predecessors[step.next];
+        if (!admits(predecessor)) continue;
+        const Sweep sweep = sweeps_[predecessor];
+        if (sweep == kUnknown) return predecessor;
+        step.sweep = sweep >= kOpen ? kNever : std::max(step.sweep, sweep + (predecessor > step.row ? 1 : 0));
+    }
+    return {};
 }
 
 // The rows of a sweep keep their order.

@@ -2,7 +2,9 @@
 // predecessors without a graph.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "base/array.h"
@@ -37,10 +39,15 @@ class RowOrder {
         Sweep sweep;
     };
 
-    template <typename Candidates, typename Admits>
-    bool order(const Candidates &candidates, Admits admits);
+    template <typename Admits>
+    bool order_every_row(Admits admits);
+    template <typename RowAt, typename Admits>
+    bool order(std::size_t candidates, RowAt row_at, Admits admits);
     template <typename Admits>
     void find_sweep(uint32_t row, Admits admits);
+    // Go on with the predecessors of a step, up to the first one whose sweep is unknown; returns that one.
+    template <typename Admits>
+    std::optional<uint32_t> count_in(Step &step, Admits admits) const;
     void sort_by_sweep(Sweep last);
 
     const Rows &rows_;
