@@ -1,44 +1,59 @@
-// The index is a GLib table of its own, whose keys are the store's keys with the service's part spread over 16 bits.
+// A page has room for 256 elements, so that services with few elements do not take much and the table of pages stays
+// small enough for the cache.
 #include "model/store_index.h"
 
 namespace qarn {
 namespace {
 
-// Puts services far apart, and the elements of one service side by side. Different keys stay different, because the
-// factor is odd.
-void *spread(qarn_merge_key key) {
-    const auto service = static_cast<uint16_t>(key.uuid * 0x9e37u);
-    return GUINT_TO_POINTER(uint32_t{service} << 16 | key.elem_id);
+constexpr std::size_t kPageSize = 256;
+
+void *page_number(qarn_merge_key key) {
+    return GUINT_TO_POINTER(uint32_t{key.uuid} << 8 | key.elem_id >> 8);
+}
+
+std::size_t line_on_page(qarn_merge_key key) {
+    return key.elem_id % kPageSize;
 }
 
 } // namespace
 
 StoreIndex::StoreIndex()
-    : places_(g_hash_table_new(g_direct_hash, nullptr)), entries_(g_array_new(FALSE, FALSE, sizeof(StoreEntry))) {
+    : pages_(g_hash_table_new_full(g_direct_hash, nullptr, nullptr, g_free)),
+      entries_(g_array_new(FALSE, FALSE, sizeof(StoreEntry))) {
     current_ = this;
 }
 
 StoreIndex::~StoreIndex() {
     current_ = nullptr;
-    g_hash_table_destroy(places_);
+    g_hash_table_destroy(pages_);
     g_array_unref(entries_);
 }
 
-// A key without a place gives null, 0, and one less is kNoPlace.
+uint32_t *StoreIndex::page_of(qarn_merge_key key) const {
+    return static_cast<uint32_t *>(g_hash_table_lookup(pages_, page_number(key)));
+}
+
+// A line of 0 is one more than kNoPlace.
 uint32_t StoreIndex::place_of(qarn_merge_key key) const {
-    return GPOINTER_TO_UINT(g_hash_table_lookup(places_, spread(key))) - 1;
+    const uint32_t *page = page_of(key);
+    return page != nullptr ? page[line_on_page(key)] - 1 : kNoPlace;
 }
 
 void StoreIndex::insert(qarn_merge_key *key, qarn_merge_val *value) {
-    const uint32_t place = place_of(*key);
-    if (place == kNoPlace) {
+    uint32_t *page = page_of(*key);
+    if (page == nullptr) {
+        page = g_new0(uint32_t, kPageSize);
+        g_hash_table_insert(pages_, page_number(*key), page);
+    }
+    uint32_t &line = page[line_on_page(*key)];
+    if (line == 0) {
         const StoreEntry entry = {key, value};
         g_array_append_val(entries_, entry);
-        g_hash_table_insert(places_, spread(*key), GUINT_TO_POINTER(entries_->len));
-        return;
+        line = entries_->len;
+    } else {
+        StoreEntry &entry = g_array_index(entries_, StoreEntry, line - 1);
+        entry = {entry.value != nullptr ? entry.key : key, value};
     }
-    StoreEntry &entry = g_array_index(entries_, StoreEntry, place);
-    entry = {entry.value != nullptr ? entry.key : key, value};
 }
 
 void StoreIndex::remove(qarn_merge_key key) {

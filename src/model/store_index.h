@@ -1,6 +1,7 @@
 // A second index of the element store. The store hashes a key as one integer, and with GLib's table sizes many keys of
-// a large switch (few services with many elements each) collide; this index spreads the keys first. It also numbers the
-// entries in the order of their arrival, in which a walk over the elements reads memory as it was allocated.
+// a large switch (few services with many elements each) collide. This index keeps neighbouring elements of a service on
+// one page, which a look-up finds by hashing. It also numbers the entries in the order of their arrival, in which a
+// walk over the elements reads memory as it was allocated.
 #pragma once
 
 #include <glib.h>
@@ -44,9 +45,11 @@ class StoreIndex {
     uint32_t place_of(qarn_merge_key key) const;
 
   private:
+    uint32_t *page_of(qarn_merge_key key) const;
+
     static inline StoreIndex *current_ = nullptr;
 
-    GHashTable *places_; // spread key -> place + 1
+    GHashTable *pages_; // service and upper byte of the id -> a page: by lower byte the place + 1, or 0
     GArray *entries_;
 };
 
