@@ -50,7 +50,7 @@ class Rows {
     graph graph_ = {}; // all vertices
     Array<vertex *> vertices_;
     Array<StoreEntry> entries_;
-    Array<const qarn_elem *> elements_;
+    Array<const qarn_elem *> elements_; // those of the entries, without the way through the value
     Array<bool> is_interface_;
     Array<uint8_t> levels_;
     Array<uint32_t> by_level_; // the rows of level 0, then those of level 1, and so on
