@@ -22,7 +22,7 @@ struct vertex {
     void *data;         /* the element's qarn_merge_key */
     int32_t in_degree;  /* working count of the ordering */
     int32_t visited;    /* 1 once the ordering has placed it */
-    struct edge *edges; /* newest first; none in the queues of a command that is ordered without traces */
+    struct edge *edges; /* newest first; none in a command's queues, unless QARN_DEBUG_GRAPH or QARN_DEBUG_DECODE is set */
     struct vertex *next;
 };
 QARN_AT32(struct vertex, in_degree, 4);

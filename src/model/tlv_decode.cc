@@ -101,7 +101,7 @@ class Decoder {
         if (debugging(QARN_DEBUG_PRINT)) debug_element_ = qarn_elem_info_create(0, 0, 0, 0);
         if (!passes_feature_filter(*current_)) return kNextTlv;
         if (passes_view_filter(*current_)) {
-            store_current();
+            if (!merged_ || !in_command_) store(current_); // in a command an entry stays as it is: it has no vertex yet
         } else if (merged_) {
             qarn_merge_hash_remove(current_->uuid, current_, table_);
         }
@@ -119,9 +119,9 @@ class Decoder {
     // the place of a placeholder. Null if memory runs out.
     qarn_elem *find_or_create(qarn_elem &header) {
         merged_ = false;
-        entry_ = qarn_merge_value_get(header.uuid, header.elem_id);
-        if (entry_ == nullptr) return create(header);
-        qarn_elem *known = entry_->elem;
+        const qarn_merge_val *entry = qarn_merge_value_get(header.uuid, header.elem_id);
+        if (entry == nullptr) return create(header);
+        qarn_elem *known = entry->elem;
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("Merging with existing element\n");
             csm_qarn_sp_print("UUID:%d ELEM %d LEVEL %d property %d\n", header.uuid, header.elem_id, header.level,
@@ -129,12 +129,7 @@ class Decoder {
             csm_qarn_sp_print("MERGE UUID:%d ELEM %d LEVEL %d property %d\n", known->uuid, known->elem_id, known->level,
                               known->property);
         }
-        if ((known->property & QARN_PROP_DUMMY) != 0) {
-            qarn_merge_hash_remove(header.uuid, known, table_);
-            entry_ = nullptr;
-            header.property |= QARN_PROP_INTF;
-            return is_blank(*known) ? fill(known, header) : create(header);
-        }
+        if ((known->property & QARN_PROP_DUMMY) != 0) return replace_placeholder(known, header);
         if (static_cast<int32_t>(header.property) > 0) known->property = header.property;
         merged_ = true;
         return known;
@@ -154,21 +149,24 @@ class Decoder {
         return fresh != nullptr ? fill(fresh, header) : nullptr;
     }
 
-    // A placeholder that a service sent may hold configuration. One that the decoder made is blank, and its record
-    // serves for the element that arrives.
-    static bool is_blank(const qarn_elem &elem) {
-        return elem.cfg_str->len == 0 && g_hash_table_size(elem.ifindex_table) == 0 &&
-               g_hash_table_size(elem.key_table) == 0 && g_hash_table_size(elem.keystr_table) == 0 &&
-               elem.dep_list == nullptr && elem.dbg_cmd_buf == nullptr;
+    qarn_elem *replace_placeholder(qarn_elem *placeholder, qarn_elem &header) {
+        header.property |= QARN_PROP_INTF;
+        const bool reuses = may_reuse(*placeholder);
+        qarn_elem *fresh = reuses ? placeholder : create(header);
+        if (fresh == nullptr) return nullptr;
+        qarn_merge_hash_remove(header.uuid, placeholder, table_);
+        if (!reuses) return fresh;
+        // Without memory for the removal the store keeps the placeholder.
+        const bool is_removed = qarn_merge_value_get(header.uuid, header.elem_id) == nullptr;
+        return is_removed ? fill(placeholder, header) : create(header);
     }
 
-    // An element that is sent again keeps its entry, without the vertex of an earlier ordering.
-    void store_current() {
-        if (merged_) {
-            entry_->vertex = nullptr;
-        } else {
-            store(current_);
-        }
+    // In a command the record of a placeholder that the decoder made serves for the element that arrives. One that a
+    // service sent may hold configuration.
+    bool may_reuse(const qarn_elem &placeholder) const {
+        return in_command_ && placeholder.cfg_str->len == 0 && g_hash_table_size(placeholder.ifindex_table) == 0 &&
+               g_hash_table_size(placeholder.key_table) == 0 && g_hash_table_size(placeholder.keystr_table) == 0 &&
+               placeholder.dep_list == nullptr;
     }
 
     Verdict add_dependency(const Tlv &tlv) {
@@ -180,27 +178,25 @@ class Decoder {
         if (debugging(QARN_DEBUG_DECODE)) csm_qarn_sp_print("Dependency UUID:%d Elem:%d\n", dep->uuid, dep->elem_id);
         const bool orders_interfaces =
             (current_->property & QARN_PROP_INTF) != 0 && (current_->property & QARN_PROP_DUMMY) == 0;
-        if (!orders_interfaces && leaves_targets_alone_) return kNextTlv;
+        if (in_command_ && !orders_interfaces && !debugging(QARN_DEBUG_DECODE)) return kNextTlv; // nothing would change
         if (!passes_feature_filter(*current_) || !passes_view_filter(*current_)) return kNextTlv;
 
-        if (qarn_merge_val *entry = qarn_merge_value_get(dep->uuid, dep->elem_id)) {
-            renew(*entry, orders_interfaces);
+        if (const qarn_merge_val *entry = qarn_merge_value_get(dep->uuid, dep->elem_id)) {
+            mark(entry->elem, orders_interfaces);
             return kNextTlv;
         }
         return orders_interfaces ? add_placeholder(*dep) : kNextTlv;
     }
 
-    // What an interface element depends on is ordered among the interface elements. Its entry loses the vertex of an
-    // earlier ordering.
-    void renew(qarn_merge_val &entry, bool orders_interfaces) {
-        qarn_elem *target = entry.elem;
+    // What an interface element depends on is ordered among the interface elements.
+    void mark(qarn_elem *target, bool orders_interfaces) {
         if (orders_interfaces) target->property |= QARN_PROP_INTF;
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("Dependent UUID:%d Elem:%d present. setting property %d\n", target->uuid, target->elem_id,
                               target->property);
             print_current_element();
         }
-        entry.vertex = nullptr;
+        if (!in_command_) store(target);
     }
 
     Verdict add_placeholder(const qarn_elem_dependency &dep) {
@@ -323,7 +319,7 @@ class Decoder {
 
     // A key that is there already keeps its copy of the name and takes the new value.
     static void insert_by_name(GHashTable *table, const TextValue &name, void *value) {
-        auto *copy = static_cast<char *>(g_memdup2(name.chars, name.length + 1));
+        auto *copy = static_cast<char *>(std::memcpy(g_malloc(name.length + 1), name.chars, name.length + 1));
         if (!g_hash_table_insert(table, copy, value)) g_free(copy);
     }
 
@@ -372,15 +368,12 @@ class Decoder {
 
     TlvReader reader_;
     GHashTable *table_;
+    const bool in_command_ = StoreIndex::current() != nullptr; // not called by a program on its own
     qarn_elem *current_ = nullptr;
-    qarn_merge_val *entry_ = nullptr;    // of a current element that is sent again
     qarn_elem *debug_element_ = nullptr; // never stored; made for the debug display only
     bool merged_ = false;                // the current element was in the store before
     bool lost_element_ = false;          // a tag 0 was too short to name its element
-    // In a command no entry has a vertex yet while replies are decoded, so a dependency of another than an interface
-    // element changes nothing in its target.
-    const bool leaves_targets_alone_ = StoreIndex::current() != nullptr && !debugging(QARN_DEBUG_DECODE);
-    int64_t count_ = 0; // TLVs and follow-ups seen, as counted against the announced number
+    int64_t count_ = 0;                  // TLVs and follow-ups seen, as counted against the announced number
 };
 
 } // namespace

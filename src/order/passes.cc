@@ -1,5 +1,6 @@
-// Without traces the passes share one set of rows. The debug bits of the graph and of the sweeps trace what the
-// exported functions do, so under these bits each pass builds its graph from the store.
+// The passes share one set of rows. The debug bits of the graph and of the sweeps trace what the exported functions do,
+// so under these bits each pass builds its graph from the store. It does the same if memory for the rows runs out: the
+// records of a graph are small, and one that is missing costs one element in one pass.
 #include "order/passes.h"
 
 #include <qarncli/graph.h>
@@ -36,7 +37,8 @@ namespace {
 Passes::Passes(GHashTable *store) : store_(store) {
     if (debugging(QARN_DEBUG_GRAPH | QARN_DEBUG_DECODE)) return;
     rows_.emplace(*StoreIndex::current());
-    order_.emplace(*rows_);
+    if (rows_->ok()) order_.emplace(*rows_);
+    if (!order_ || !order_->ok()) rows_.reset();
 }
 
 bool Passes::order(Admit admit, queue *ordered) {

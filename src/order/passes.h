@@ -17,13 +17,13 @@ namespace qarn {
 
 enum class Admit { kEveryElement, kInterfaceElements };
 
-// Lives during the output phase of a generation. Each function returns false if there is a loop or memory runs out; the
-// elements that do not wait for a loop are then in the queue.
+// Lives during the output phase of a generation. Each function returns false if there is a loop, or if memory runs out.
 class Passes {
   public:
     explicit Passes(GHashTable *store);
 
-    // Order the admitted elements of all levels into `ordered`, each after those that it depends on.
+    // Order the admitted elements of all levels into `ordered`, each after those that it depends on. Elements that wait
+    // for a loop are left out.
     bool order(Admit admit, queue *ordered);
     // Order the elements of a level and hand their entries to `print`, each with `argument`; none if there is a loop.
     using Print = void (*)(const StoreEntry &entry, void *argument);

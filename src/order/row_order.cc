@@ -3,11 +3,17 @@
 #include "order/row_order.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qarn {
 
 RowOrder::RowOrder(const Rows &rows)
-    : rows_(rows), sweeps_(rows.count()), ordered_(rows.count()), path_(rows.count()) {}
+    : rows_(rows),
+      sweeps_(rows.count()),
+      ordered_(rows.count()),
+      sorted_(rows.count()),
+      ends_(rows.count() + std::size_t{1}),
+      path_(rows.count()) {}
 
 bool RowOrder::order_all() {
     return order_every_row([](uint32_t) { return true; });
@@ -86,19 +92,17 @@ std::optional<uint32_t> RowOrder::count_in(Step &step, Admits admits) const {
     return {};
 }
 
-// The rows of a sweep keep their order.
+// The rows of a sweep keep their order. There are no more sweeps than rows.
 void RowOrder::sort_by_sweep(Sweep last) {
     const auto sweeps = static_cast<std::size_t>(last) + 1;
-    Array<uint32_t> filled(sweeps + 1);
-    std::fill_n(filled.begin(), sweeps + 1, 0);
+    std::fill_n(ends_.begin(), sweeps + 1, 0);
     for (uint32_t i = 0; i < count_; ++i)
-        ++filled[static_cast<std::size_t>(sweeps_[ordered_[i]]) + 1];
+        ++ends_[static_cast<std::size_t>(sweeps_[ordered_[i]]) + 1];
     for (std::size_t sweep = 0; sweep < sweeps; ++sweep)
-        filled[sweep + 1] += filled[sweep];
-    Array<uint32_t> sorted(rows_.count());
+        ends_[sweep + 1] += ends_[sweep];
     for (uint32_t i = 0; i < count_; ++i)
-        sorted[filled[static_cast<std::size_t>(sweeps_[ordered_[i]])]++] = ordered_[i];
-    ordered_ = std::move(sorted);
+        sorted_[ends_[static_cast<std::size_t>(sweeps_[ordered_[i]])]++] = ordered_[i];
+    std::swap(ordered_, sorted_);
 }
 
 } // namespace qarn

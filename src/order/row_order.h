@@ -19,6 +19,9 @@ class RowOrder {
   public:
     explicit RowOrder(const Rows &rows);
 
+    // False if memory ran out; then nothing may be ordered.
+    bool ok() const { return sweeps_ && ordered_ && sorted_ && ends_ && path_; }
+
     // Order the rows of a pass. Afterwards ordered() holds them, but for those that wait for a loop. False if there are
     // such rows.
     bool order_all();
@@ -54,6 +57,7 @@ class RowOrder {
     Array<Sweep> sweeps_; // by row
     Array<uint32_t> ordered_;
     uint32_t count_ = 0;
+    Array<uint32_t> sorted_, ends_; // while sorting: the new order; of each sweep, where the next row goes
     Array<Step> path_;
 };
 

@@ -17,6 +17,7 @@ namespace {
 class SortedPlaces {
   public:
     explicit SortedPlaces(const StoreIndex &store) : numbers_(store.num_places()) {
+        if (!numbers_) return;
         for (uint32_t place = 0; place < store.num_places(); ++place) {
             const StoreEntry &entry = store.at(place);
             if (entry.value == nullptr) continue;
@@ -26,6 +27,7 @@ class SortedPlaces {
         std::sort(numbers_.begin(), numbers_.begin() + count_);
     }
 
+    explicit operator bool() const { return static_cast<bool>(numbers_); }
     uint32_t count() const { return count_; }
     uint32_t operator[](uint32_t at) const { return static_cast<uint32_t>(numbers_[at]); }
 
@@ -63,44 +65,57 @@ Rows::Rows(const StoreIndex &store)
       levels_(store.num_places()),
       by_level_(store.num_places()),
       first_predecessor_(store.num_places() + 1),
-      predecessors_(g_array_new(FALSE, FALSE, sizeof(uint32_t))) {
+      ok_(fill(store)) {}
+
+bool Rows::fill(const StoreIndex &store) {
     const SortedPlaces places(store);
     Array<uint32_t> row_at_place(store.num_places());
+    const bool has_room = places && row_at_place && vertices_ && entries_ && elements_ && is_interface_ && levels_ &&
+                          by_level_ && first_predecessor_;
+    if (!has_room) return false;
     std::fill_n(row_at_place.begin(), store.num_places(), kNoRow);
     for (uint32_t i = 0; i < places.count(); ++i) {
         read_ahead(store, places, i);
         const uint32_t row = count_;
-        add_row(store.at(places[i]), store);
+        if (!add_row(store.at(places[i]), store)) return false;
         if (count_ > row) row_at_place[places[i]] = row;
     }
-    first_predecessor_[count_] = predecessors_->len;
+    first_predecessor_[count_] = predecessors_.count();
     turn_places_into_rows(row_at_place);
     group_by_level();
+    return true;
 }
 
-// What comes before the row is noted by its place in the store, because its own row may not be there yet.
-void Rows::add_row(const StoreEntry &entry, const StoreIndex &store) {
+bool Rows::add_row(const StoreEntry &entry, const StoreIndex &store) {
     const qarn_elem &elem = *entry.value->elem;
-    vertex *added = may_print(elem) ? add_vertex(&graph_, entry.key) : nullptr;
+    entry.value->vertex = nullptr;
+    if (!may_print(elem)) return true;
+    vertex *added = add_vertex(&graph_, entry.key);
+    if (added == nullptr) return false;
     entry.value->vertex = added;
-    if (added == nullptr) return;
     vertices_[count_] = added;
     entries_[count_] = entry;
     elements_[count_] = &elem;
     is_interface_[count_] = (elem.property & QARN_PROP_INTF) != 0;
     levels_[count_] = static_cast<uint8_t>(std::min(elem.level, uint32_t{kPrintLevels}));
-    first_predecessor_[count_] = predecessors_->len;
+    first_predecessor_[count_] = predecessors_.count();
+    ++count_;
+    return add_predecessors(elem, store);
+}
+
+// What comes before the row is noted by its place in the store, because its own row may not be there yet.
+bool Rows::add_predecessors(const qarn_elem &elem, const StoreIndex &store) {
     for (const auto *dep = elem.dep_list; dep != nullptr; dep = dep->next) {
         if (dep->dep_type != QARN_DEP_ORDER) continue;
         const uint32_t place = store.place_of(store_key(dep->uuid, dep->elem_id));
-        if (place != StoreIndex::kNoPlace) g_array_append_val(predecessors_, place);
+        if (place != StoreIndex::kNoPlace && !predecessors_.append(place)) return false;
     }
-    ++count_;
+    return true;
 }
 
 // A place without a row drops out.
 void Rows::turn_places_into_rows(const Array<uint32_t> &row_at_place) {
-    auto *const numbers = reinterpret_cast<uint32_t *>(predecessors_->data);
+    uint32_t *const numbers = predecessors_.begin();
     uint32_t kept = 0;
     for (uint32_t row = 0; row < count_; ++row) {
         const uint32_t begin = std::exchange(first_predecessor_[row], kept);

@@ -15,14 +15,13 @@ namespace qarn {
 inline constexpr int32_t kPrintLevels = 13; // 0..12; elements of any other level are never printed
 
 // Lives during the output phase, when the elements no longer change. Every row has a vertex, which the queues hold. A
-// conditional element whose condition is not satisfied has no row, and neither has an element for whose vertex memory
-// ran out.
+// conditional element whose condition is not satisfied has no row.
 class Rows {
   public:
     explicit Rows(const StoreIndex &store);
-    ~Rows() { g_array_unref(predecessors_); }
-    Rows(const Rows &) = delete;
-    Rows &operator=(const Rows &) = delete;
+
+    // False if memory ran out; then nothing else may be asked.
+    bool ok() const { return ok_; }
 
     uint32_t count() const { return count_; }
     vertex *vertex_of(uint32_t row) const { return vertices_[row]; }
@@ -35,14 +34,16 @@ class Rows {
     std::span<const uint32_t> of_level(int32_t level) const;
     // The rows that the element waits for, each as often as the element names it.
     std::span<const uint32_t> predecessors(uint32_t row) const {
-        const auto *rows = reinterpret_cast<const uint32_t *>(predecessors_->data);
+        const uint32_t *rows = predecessors_.begin();
         return {rows + first_predecessor_[row], rows + first_predecessor_[row + 1]};
     }
 
   private:
     static constexpr uint32_t kNoRow = UINT32_MAX;
 
-    void add_row(const StoreEntry &entry, const StoreIndex &store);
+    bool fill(const StoreIndex &store);
+    bool add_row(const StoreEntry &entry, const StoreIndex &store);
+    bool add_predecessors(const qarn_elem &elem, const StoreIndex &store);
     void turn_places_into_rows(const Array<uint32_t> &row_at_place);
     void group_by_level();
 
@@ -56,7 +57,8 @@ class Rows {
     Array<uint32_t> by_level_; // the rows of level 0, then those of level 1, and so on
     uint32_t first_of_level_[kPrintLevels + 2] = {};
     Array<uint32_t> first_predecessor_; // of each row, in predecessors_; and the end
-    GArray *predecessors_;
+    Numbers predecessors_;
+    bool ok_;
 };
 
 } // namespace qarn

@@ -1,8 +1,8 @@
 // From a graph to a queue in print order. visit2 orders by sweeps: a sweep walks the vertices in ascending (uuid,
 // elem_id) and places every vertex that waits for no unplaced one; sweeps repeat until one places nothing. A chain that
 // runs against the key order would need as many sweeps as it has vertices. The sweeps are therefore not walked: each
-// vertex's sweep is computed, and the vertices are placed sweep by sweep. A command without traces needs no graph: it
-// finds the same order from its rows (row_order.h). visit is the plain first-in-first-out ordering, for callers outside
+// vertex's sweep is computed, and the vertices are placed sweep by sweep. A command mostly needs no graph: it finds the
+// same order from its rows (row_order.h). visit is the plain first-in-first-out ordering, for callers outside
 // the library.
 #include <qarncli/element_store.h>
 #include <qarncli/ordering.h>
