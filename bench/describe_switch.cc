@@ -2,7 +2,8 @@
 // and of services; each service has some elements of its own and a text for every interface.
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <exception>
+
+#include "bench/program.h"
 
 namespace {
 
@@ -43,7 +44,7 @@ void write_description(const Shape &shape) {
 } // namespace
 
 int main(int argc, char **argv) {
-    try {
+    return bench::run_program("describe_switch", [&] {
         Shape shape;
         CLI::App app("Describes a switch of a given size.", "describe_switch");
         app.add_option("--interfaces", shape.interfaces, "front ports")->check(CLI::Range(1, 20000));
@@ -53,9 +54,6 @@ int main(int argc, char **argv) {
         app.add_option("--lines", shape.lines, "lines per service and interface")->check(CLI::Range(1, 100));
         CLI11_PARSE(app, argc, argv);
         write_description(shape);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "describe_switch: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+        return 0;
+    });
 }

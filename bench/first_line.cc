@@ -3,12 +3,12 @@
 // levels take.
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "bench/measure.h"
+#include "bench/program.h"
 
 namespace {
 
@@ -52,7 +52,7 @@ void report(const char *name, const bench::Shape &shape, int runs) {
 } // namespace
 
 int main(int argc, char **argv) {
-    try {
+    return bench::run_program("first_line", [&] {
         int runs = 7;
         std::string only;
         CLI::App app("CPU time from the header to the first line of the configuration.", "first_line");
@@ -63,9 +63,6 @@ int main(int argc, char **argv) {
         for (const bench::NamedShape &named : bench::named_shapes()) {
             if (only.empty() || only == named.name) report(named.name, named.shape, runs);
         }
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "first_line: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+        return 0;
+    });
 }

@@ -3,12 +3,12 @@
 // program (floor.h) grows with the same one. Runs of all sizes alternate; the report shows medians.
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "bench/floor.h"
 #include "bench/measure.h"
+#include "bench/program.h"
 
 namespace {
 
@@ -139,30 +139,30 @@ void report_chains(int runs) {
 
 void report_rows(const std::string &only, int runs) {
     std::printf("| doubled | CPU ms | text | CPU | CPU per byte | floor | noise |\n|---|---|---|---|---|---|---|\n");
-    int reported = 0;
     for (const Row &row : kRows) {
-        if (!only.empty() && only != row.name) continue;
-        report(row, runs);
-        ++reported;
+        if (only.empty() || only == row.name) report(row, runs);
     }
-    if (reported == 0) throw std::runtime_error("unknown row \"" + only + '"');
+}
+
+std::vector<std::string> row_names() {
+    std::vector<std::string> names;
+    for (const Row &row : kRows)
+        names.emplace_back(row.name);
+    return names;
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-    try {
+    return bench::run_program("growth", [&] {
         int runs = 7;
         std::string only;
         CLI::App app("How the CPU time of commands grows.", "growth");
         app.add_option("--runs", runs)->check(CLI::Range(1, 1000));
-        app.add_option("--only", only, "one row");
+        app.add_option("--only", only, "one row")->check(CLI::IsMember(row_names()));
         CLI11_PARSE(app, argc, argv);
         report_rows(only, runs);
         if (only.empty()) report_chains(runs);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "growth: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+        return 0;
+    });
 }

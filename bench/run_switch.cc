@@ -1,14 +1,14 @@
 // Runs "show running-config" once on a generated switch, in this process and with nothing around it: for profilers.
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <exception>
 #include <string>
 
 #include "bench/floor.h"
 #include "bench/measure.h"
+#include "bench/program.h"
 
 int main(int argc, char **argv) {
-    try {
+    return bench::run_program("run_switch", [&] {
         std::string name = "M";
         CLI::App app("Runs one command on a generated switch.", "run_switch");
         bool floor = false;
@@ -21,9 +21,6 @@ int main(int argc, char **argv) {
         const uint32_t handle = bench::set_up(sw, shape);
         sim::make_current(&sw);
         (floor ? bench::run_floor : bench::run_library)(shape, handle, stdout);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "run_switch: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+        return 0;
+    });
 }

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/program.h"
+
 namespace {
 
 // Runs a program with its output going to `output`. Returns its user and system time in milliseconds, children
@@ -71,7 +73,7 @@ class TemporaryFile {
 } // namespace
 
 int main(int argc, char **argv) {
-    try {
+    return bench::run_program("shell_cpu", [&] {
         std::string folder = "build/release", interfaces = "2000", services = "20";
         int runs = 9;
         CLI::App app("CPU time of the shell's show running-config.", "shell_cpu");
@@ -88,9 +90,6 @@ int main(int argc, char **argv) {
         report("built-in switch", {shell, "-c", "show running-config"}, runs);
         report((interfaces + " interfaces, " + services + " services").c_str(),
                {shell, "-s", description.path(), "-c", "show running-config"}, runs);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "shell_cpu: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+        return 0;
+    });
 }

@@ -2,11 +2,11 @@
 // fwrite, and against the floor (floor.h). Runs alternate; the report shows medians.
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <exception>
 #include <string>
 
 #include "bench/floor.h"
 #include "bench/measure.h"
+#include "bench/program.h"
 
 namespace {
 
@@ -60,7 +60,7 @@ void report_switches(const std::string &only, int runs) {
 } // namespace
 
 int main(int argc, char **argv) {
-    try {
+    return bench::run_program("versus_floor", [&] {
         int runs = 7;
         std::string only;
         CLI::App app("CPU time and memory of commands against the least that they need.", "versus_floor");
@@ -69,9 +69,6 @@ int main(int argc, char **argv) {
         CLI11_PARSE(app, argc, argv);
         if (only.empty()) report_texts(runs);
         report_switches(only, runs);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "versus_floor: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+        return 0;
+    });
 }

@@ -1,5 +1,6 @@
 /* The dependency graph of one ordering pass. Edges run from an element to those that wait for it. Graphs belong to
- * the generation and are abandoned, never freed. */
+ * the generation and are abandoned, never freed. A command builds them under QARN_DEBUG_GRAPH or QARN_DEBUG_DECODE;
+ * otherwise it orders without edges, and the vertices in its queues have none. */
 #ifndef QARNCLI_GRAPH_H
 #define QARNCLI_GRAPH_H
 
@@ -22,7 +23,7 @@ struct vertex {
     void *data;         /* the element's qarn_merge_key */
     int32_t in_degree;  /* working count of the ordering */
     int32_t visited;    /* 1 once the ordering has placed it */
-    struct edge *edges; /* newest first; none in a command's queues, unless QARN_DEBUG_GRAPH or QARN_DEBUG_DECODE is set */
+    struct edge *edges; /* newest first */
     struct vertex *next;
 };
 QARN_AT32(struct vertex, in_degree, 4);
