@@ -166,8 +166,11 @@ int32_t mts_opc_consumers_list(uint32_t handle, uint32_t opcode, uint32_t *consu
     if (const auto outcome = sw.enter("mts_opc_consumers_list", "%u, %u, %u", handle, opcode, capacity))
         return static_cast<int32_t>(outcome->result);
     uint32_t count = 0;
-    for (const Service &service : sw.services)
-        if (count < capacity && consumes(service, opcode)) consumers[count++] = service.sap;
+    for (const Service &service : sw.services) {
+        if (!consumes(service, opcode)) continue;
+        if (count < capacity) consumers[count] = service.sap;
+        ++count;
+    }
     return static_cast<int32_t>(count);
 }
 

@@ -46,6 +46,7 @@
 #include <qarncli/managers.h>
 #include <qarncli/message.h>
 #include <qarncli/ordering.h>
+#include <qarncli/outcome.h>
 #include <qarncli/profile.h>
 #include <qarncli/queue.h>
 #include <qarncli/reply_table.h>

@@ -6,11 +6,15 @@
 #include <qarncli/globals.h>
 #include <qarncli/message.h>
 #include <qarncli/service_list.h>
+#include <qarncli/status.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 
 #include "base/trace.h"
 #include "collect/service_list.h"
+#include "outcome/outcome.h"
 #include "platform/cfglib.h"
 #include "platform/mts.h"
 #include "platform/programs.h"
@@ -76,8 +80,22 @@ void invoke(const qarn_cfg_cb_entry &row, qarn_cb_args &arguments) {
     if (debugging(QARN_DEBUG_COLLECT)) {
         trace("Invoking Function:%s from Library:%s\n", row.func_name, row.lib_name);
     }
+    const auto sap = static_cast<uint32_t>(std::max(row.sap, 0));
+    if (sap != 0) note_service(sap, QARN_OUTCOME_ANSWERED_NOTHING); // until its reply comes
     uint32_t result = 0;
-    dlwrap_invoke_func(row.lib_name, row.func_name, &arguments, &result, qarn_parallel_cfg_cb_invoke_handler);
+    if (dlwrap_invoke_func(row.lib_name, row.func_name, &arguments, &result, qarn_parallel_cfg_cb_invoke_handler) !=
+        0) {
+        note_service(sap, QARN_OUTCOME_NOT_LOADED);
+    } else if (result != 0) {
+        note_service(sap, QARN_OUTCOME_CALL_FAILED, result);
+    }
+}
+
+// No function is called, and the command goes on.
+void report_uninvoked(const char *failure) {
+    const int err = errno;
+    std::perror(failure);
+    note_refusal(QARN_OUTCOME_TRANSPORT, QARN_STATUS_TRANSPORT(err));
 }
 
 // Send the request to the library's own SAP, receive it, and pass it to every row that `select` accepts.
@@ -85,8 +103,8 @@ template <typename Select>
 void invoke_selected(uint32_t handle, const void *msg, uint32_t size, const char *send_failed, const char *recv_failed,
                      Select select) {
     OwnRequest request(handle);
-    if (!request.send(msg, size)) return std::perror(send_failed);
-    if (!request.receive()) return std::perror(recv_failed);
+    if (!request.send(msg, size)) return report_uninvoked(send_failed);
+    if (!request.receive()) return report_uninvoked(recv_failed);
     qarn_cb_args arguments = request.arguments();
     const uint32_t cfg_source = request.cfg_source();
     if (cfg_source != QARN_SOURCE_RUNNING && cfg_source != QARN_SOURCE_STARTUP) return;
@@ -118,8 +136,9 @@ void qarn_invoke_all_lib_funcs(uint32_t mts_handle, const void *msg, uint32_t si
 // selected.
 void qarn_invoke_lib_funcs(uint32_t mts_handle, const void *msg, uint32_t size) {
     uint32_t consumers[MTS_CONSUMER_CAPACITY];
-    const int32_t num_consumers = qarn::query_consumers(mts_handle, consumers);
-    if (num_consumers < 0) return;
+    const int32_t answered = qarn::query_consumers(mts_handle, consumers);
+    if (answered < 0) return;
+    const int32_t num_consumers = std::min<int32_t>(answered, MTS_CONSUMER_CAPACITY);
     const auto select = [&](const qarn_cfg_cb_entry &row, uint32_t cfg_source) {
         if (row.sap <= 0 || !qarn::contains(saps, num_saps, row.sap)) return false;
         if (!qarn::serves(row, cfg_source)) return false;

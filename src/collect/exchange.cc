@@ -14,6 +14,7 @@
 #include "base/bytes.h"
 #include "base/trace.h"
 #include "collect/exchange.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 #include "platform/mts.h"
 
@@ -71,6 +72,29 @@ void count_answer(uint32_t sap) {
     if (debugging(QARN_DEBUG_COLLECT)) qarn_sap_list_pending_print(saps, num_saps);
 }
 
+void print_reason(const qarn_outcome_service &service) {
+    const unsigned received = service.received, expected = service.expected;
+    if (service.state == QARN_OUTCOME_CUT_SHORT) {
+        std::fprintf(stderr, "%u of %u bytes arrived\n", received, expected);
+    } else if (service.state == QARN_OUTCOME_BROKEN) {
+        std::fprintf(stderr, "it cannot be read from byte %u of %u on\n", received, expected);
+    } else if (received > expected) {
+        std::fprintf(stderr, "it has more than the %u TLVs that it announced\n", expected);
+    } else {
+        std::fprintf(stderr, "it has %u of the %u TLVs that it announced\n", received, expected);
+    }
+}
+
+// What is decoded will be printed; a line on standard error, not in the configuration, reports that something is
+// missing.
+void note_decoded(uint32_t sap, qarn_outcome_service became) {
+    became.sap = sap;
+    note_service(became);
+    if (became.state == QARN_OUTCOME_ANSWERED) return;
+    std::fprintf(stderr, "The configuration of Sap %u is incomplete: ", sap);
+    print_reason(became);
+}
+
 // One command's replies, from the first receive to the last.
 class Replies {
   public:
@@ -122,22 +146,23 @@ class Replies {
         return last != 0 && accept_reply(sap);
     }
 
-    // Decode a service's complete reply, or report why that is impossible. What can be decoded will be printed; a line
-    // on standard error, not in the configuration, reports that something is missing. False when there is no reply: the
-    // service is then still awaited.
+    // Decode a service's complete reply, or report why that is impossible. False when there is no reply: the service is
+    // then still awaited.
     bool accept_reply(uint32_t sap) {
         const JoinedReply reply = take_reply(sap);
         if (!reply.bytes) {
             csm_qarn_sp_print("Unable to extract data for Sap %d\n", sap);
+            note_service(sap, QARN_OUTCOME_NOT_EXTRACTABLE);
             collected_.missing = QARN_STATUS_FAILED;
             return false;
         }
         count_answer(sap);
         if (const uint32_t status = load_u32(reply.bytes.get()); status != 0) {
             csm_qarn_sp_print("Sap %d returned failure code:0x%x\n", sap, status);
+            note_service(sap, QARN_OUTCOME_FAILED, status);
             collected_.missing = QARN_STATUS_FAILED;
-        } else if (!decode_(reply)) {
-            std::fprintf(stderr, "The configuration of Sap %u is incomplete\n", sap);
+        } else {
+            note_decoded(sap, decode_(reply));
         }
         return true;
     }

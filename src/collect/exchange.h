@@ -1,6 +1,8 @@
 // Asking the services and receiving what they answer.
 #pragma once
 
+#include <qarncli/outcome.h>
+
 #include "collect/reply_table.h"
 #include "collect/request_message.h"
 
@@ -10,8 +12,8 @@ namespace qarn {
 // or the status of the first send that failed.
 uint32_t ask_services(uint32_t handle, const RequestMessage &message);
 
-// Decode a joined reply with status 0. False when part of it is missing or was skipped.
-using DecodeReply = bool (*)(const JoinedReply &reply);
+// Decode a joined reply with status 0. Returns what became of it: answered, cut short, miscounted or broken.
+using DecodeReply = qarn_outcome_service (*)(const JoinedReply &reply);
 
 struct Collected {
     uint32_t broken = 0;  // status when the transport failed: nothing can be printed

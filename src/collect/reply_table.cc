@@ -81,7 +81,7 @@ JoinedReply take_reply(uint32_t sap) {
     reply.bytes.reset(static_cast<unsigned char *>(entry->buf));
     if (!reply.bytes) return reply;
     reply.size = entry->total_len;
-    reply.is_whole = entry->filled == entry->total_len;
+    reply.filled = entry->filled;
     reply.bytes = with_zeroed_tail(std::move(reply.bytes), entry->filled, reply.size + kGuard);
     return reply;
 }

@@ -10,7 +10,7 @@ namespace qarn {
 struct JoinedReply {
     Malloced<unsigned char> bytes; // a qarn_cfg_reply; null when the SAP has none, or it was broken
     uint32_t size = 0;             // bytes that the service announced; zeros follow them
-    bool is_whole = false;         // all of them arrived
+    uint32_t filled = 0;           // bytes that arrived
 };
 
 // Take the joined reply of `sap` out of the reply table.

@@ -11,6 +11,7 @@
 
 #include "base/trace.h"
 #include "collect/service_list.h"
+#include "outcome/outcome.h"
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "platform/mts.h"
@@ -31,13 +32,14 @@ int32_t query_consumers(uint32_t handle, uint32_t *list) {
         std::perror("Num Consumers");
         return -1;
     }
-    return std::min<int32_t>(answered, MTS_CONSUMER_CAPACITY);
+    return answered;
 }
 
 bool list_consumers(uint32_t handle) {
     const int32_t count = query_consumers(handle, saps);
     if (count < 0) return false;
-    num_saps = count;
+    num_saps = std::min<int32_t>(count, MTS_CONSUMER_CAPACITY);
+    note_consumers_left_out(static_cast<uint32_t>(count - num_saps));
     return true;
 }
 

@@ -7,8 +7,8 @@
 
 namespace qarn {
 
-// The SAPs that consume the request opcode, written to `list` (256 entries). Returns their number, or -1 after a
-// message when the transport does not answer.
+// The SAPs that consume the request opcode; the first 256 are written to `list`. Returns the number of all, or -1 after
+// a message when the transport does not answer.
 int32_t query_consumers(uint32_t handle, uint32_t *list);
 
 // Store every consumer of the request opcode in saps and num_saps. False when the transport does not answer; num_saps

@@ -11,6 +11,7 @@
 
 #include "base/tokens.h"
 #include "entry/turn.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 #include "platform/programs.h"
 #include "platform/vdc.h"
@@ -59,6 +60,7 @@ int32_t show_vdc(const Command *command, const vdc_map_entry &vdc, bool among_ot
     int32_t result = 0;
     if (command == nullptr) {
         csm_qarn_sp_print("Wrong command\n");
+        note_refusal(QARN_OUTCOME_NOT_SUPPORTED);
     } else {
         if (among_others) print_header(*command, vdc);
         std::fflush(nullptr); // the shell writes to the same output
@@ -82,6 +84,7 @@ uint32_t qarn_cli_run_cfg_gen_vdcall(qarn_req *req) {
     vdc_map_entry *map = nullptr;
     if (const uint32_t status = vdc_map_get(&map); status != 0) {
         csm_qarn_sp_print("VDC map get failed %0x\n", status);
+        qarn::note_refusal(QARN_OUTCOME_NO_VDCS, status);
         return 0;
     }
     const auto count = std::count_if(map, map + VDC_MAP_ENTRIES, [](const vdc_map_entry &vdc) { return vdc.id != 0; });
@@ -90,11 +93,14 @@ uint32_t qarn_cli_run_cfg_gen_vdcall(qarn_req *req) {
         if (vdc->id == 0) continue;
         if (const uint32_t status = vdc_is_active(vdc->id, &active); status != 0) {
             csm_qarn_sp_print("vdc_is_active failed %0x\n", status);
+            qarn::note_refusal(QARN_OUTCOME_NO_VDCS, status);
             return 0;
         }
         if (active == 0) continue;
         const int32_t result = qarn::show_vdc(qarn::find_command(req->cmd_code), *vdc, count > 1);
         if (result != 0) rc = result;
     }
+    if (rc != 0) qarn::note_refusal(QARN_OUTCOME_PROGRAM, static_cast<uint32_t>(rc));
+    qarn::note_printed();
     return rc != 0 ? 1 : 0;
 }

@@ -12,6 +12,7 @@
 #include "base/tokens.h"
 #include "entry/generation.h"
 #include "entry/turn.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 #include "platform/port_managers.h"
 
@@ -75,6 +76,7 @@ uint32_t show_service(qarn_req *req, uint32_t cfg_source) {
     req->sap = token_sap(*req, 0);
     if (req->sap == 0) {
         csm_qarn_sp_print("Invalid SAP\n");
+        note_refusal(QARN_OUTCOME_INVALID_SAP);
         return 0;
     }
     return run_driver(req, cfg_source);
@@ -117,6 +119,7 @@ uint32_t qarn_cli_start_template_cfg_gen(qarn_req *req) {
     if (std::find(std::begin(qarn::kTemplateCards), std::end(qarn::kTemplateCards), card) ==
         std::end(qarn::kTemplateCards)) {
         csm_qarn_sp_print("ERROR: Command not supported on this platform\n");
+        qarn::note_refusal(QARN_OUTCOME_NOT_SUPPORTED);
         return 0;
     }
     cfg_display = QARN_DISPLAY_TEMPLATE;

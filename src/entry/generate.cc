@@ -16,6 +16,7 @@
 #include "entry/turn.h"
 #include "model/store_index.h"
 #include "model/tlv_decode.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 
 namespace qarn {
@@ -50,7 +51,10 @@ void choose_display_variant(const Generation &gen) {
 
 Step select(Generation &gen) {
     const std::optional<uint32_t> target = select_services(*gen.req);
-    if (!target) return end_at_once(QARN_STATUS_FAILED);
+    if (!target) {
+        note_refusal(QARN_OUTCOME_NO_CONSUMERS);
+        return end_at_once(QARN_STATUS_FAILED);
+    }
     gen.target = *target;
     return kGoOn;
 }
@@ -69,24 +73,51 @@ Step open_store(Generation &gen) {
 
 Step build_request(Generation &gen) {
     gen.message = begin_request_message(gen.req, gen.cfg_source, gen.target);
-    if (!gen.message.bytes) return common_exit(QARN_STATUS_FAILED);
-    if (cfg_display == QARN_DISPLAY_INTERFACE && if_index_list_p->count == 0) return common_exit(0);
+    if (!gen.message.bytes) {
+        note_refusal(QARN_OUTCOME_NO_MEMORY);
+        return common_exit(QARN_STATUS_FAILED);
+    }
+    if (cfg_display == QARN_DISPLAY_INTERFACE && if_index_list_p->count == 0) {
+        note_printed(); // there is no interface to show
+        return common_exit(0);
+    }
     const char *uri = gen.store.uri ? gen.store.uri.get() : QARN_DEFAULT_STARTUP_URI;
     complete_request_message(gen.message.bytes.get(), *gen.req, uri);
     return kGoOn;
 }
 
-bool decode(const JoinedReply &reply) {
+// A reply that was cut short is decoded as far as it goes; that it was cut is then the reason for whatever is missing.
+qarn_outcome_service decode(const JoinedReply &reply) {
+    constexpr uint32_t kArrayAt = offsetof(qarn_cfg_reply, tlvs);
     const unsigned char *bytes = reply.bytes.get();
-    const Decoding decoding =
-        decode_reply(bytes + offsetof(qarn_cfg_reply, tlvs), bytes + reply.size, merge_elem_table_p);
-    return reply.is_whole && decoding.is_complete;
+    const Decoding decoding = decode_reply(bytes + kArrayAt, bytes + reply.size, merge_elem_table_p);
+    qarn_outcome_service became = {};
+    became.status = decoding.status;
+    became.expected = reply.size;
+    if (reply.filled != reply.size) {
+        became.state = QARN_OUTCOME_CUT_SHORT;
+        became.received = reply.filled;
+    } else if (decoding.end == Decoding::End::kBroken) {
+        became.state = QARN_OUTCOME_BROKEN;
+        became.received = kArrayAt + decoding.offset;
+    } else if (decoding.end == Decoding::End::kMiscounted) {
+        became.state = QARN_OUTCOME_MISCOUNTED;
+        became.expected = decoding.announced;
+        became.received = decoding.taken;
+    }
+    return became;
 }
 
 Step collect(Generation &gen) {
-    if (const uint32_t status = ask_services(gen.handle, gen.message); status != 0) return end_at_once(status);
+    if (const uint32_t status = ask_services(gen.handle, gen.message); status != 0) {
+        note_refusal(QARN_OUTCOME_TRANSPORT, status);
+        return end_at_once(status);
+    }
     const Collected collected = receive_replies(gen.handle, decode);
-    if (collected.broken != 0) return end_at_once(collected.broken);
+    if (collected.broken != 0) {
+        note_refusal(QARN_OUTCOME_TRANSPORT, collected.broken);
+        return end_at_once(collected.broken);
+    }
     gen.recv_err = collected.missing;
     return kGoOn;
 }

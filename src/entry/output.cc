@@ -14,6 +14,7 @@
 #include "entry/generation.h"
 #include "entry/turn.h"
 #include "order/passes.h"
+#include "outcome/outcome.h"
 #include "platform/cfglib.h"
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
@@ -83,11 +84,15 @@ void print_sync_block(const char *text) {
 Step print_switch_profile() {
     if (g_bypass_sp_qarn == 1) return kGoOn;
     const Malloced<qarn_sp_result> answer(csm_get_switch_profile_qarn(gl_q, ppm_merge_input));
-    if (!answer) return end_at_once(QARN_STATUS_FAILED);
+    if (!answer) {
+        note_refusal(QARN_OUTCOME_NO_SWITCH_PROFILE);
+        return end_at_once(QARN_STATUS_FAILED);
+    }
     const String sync_cfg(answer->sync_cfg);
     String head_text(answer->head_text);
     if (answer->status != 0) {
         csm_qarn_sp_print("config sync manager returned error:%s\n", syserr2str(answer->status));
+        note_refusal(QARN_OUTCOME_NO_SWITCH_PROFILE, answer->status);
         return common_exit(answer->status);
     }
     if (head_text && cmd_token_id != QARN_TOKEN_SYNC_BODY) csm_qarn_sp_print("%s", head_text->str);
@@ -124,6 +129,11 @@ bool prepare_final_callback(const Generation &gen) {
     }
 }
 
+uint32_t call_final_callback(qarn_req *req) {
+    const TurnGivenAway meanwhile;
+    return qarn_cb_run_cfg_generate(req);
+}
+
 } // namespace
 
 Step print_configuration(Generation &gen) {
@@ -131,6 +141,7 @@ Step print_configuration(Generation &gen) {
     print_header(gen);
     DisplayConversion conversion(gen.req);
     if (!print_levels(gen.message.bytes.get())) return end_at_once(QARN_STATUS_FAILED);
+    note_printed();
     if (const Step end = print_switch_profile()) return end;
     conversion.close();
     if (debugging(QARN_DEBUG_STORE)) trace("Info flag = 0x%0x\n", gen.req->info_flags);
@@ -139,8 +150,9 @@ Step print_configuration(Generation &gen) {
 
 uint32_t run_final_callback(const Generation &gen) {
     if (!prepare_final_callback(gen)) return 0;
-    const TurnGivenAway meanwhile;
-    return qarn_cb_run_cfg_generate(gen.req);
+    const uint32_t status = call_final_callback(gen.req);
+    if (status != 0) note_refusal(QARN_OUTCOME_FINAL_CALLBACK, status);
+    return status;
 }
 
 } // namespace qarn

@@ -9,22 +9,39 @@
 
 #include "collect/service_list.h"
 #include "entry/generation.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 
 namespace qarn {
+namespace {
+
+void note_asked_services() {
+    for (int32_t i = 0; i < num_saps; ++i) {
+        if (saps[i] != 0) note_asked(saps[i]);
+    }
+}
+
+} // namespace
 
 // The interface lists keep what they held when the interface manager fails; the manager's error has been printed.
 Step set_up(Generation &gen) {
-    qarn_merge_init(gen.req);
+    if (const uint32_t status = qarn_merge_init(gen.req); status != 0) {
+        note_refusal(QARN_OUTCOME_NO_INTERFACES, status);
+    }
     qarn_ppm_merge_init(gen.req, gen.cfg_source);
-    if (qarn_feature != 1 && !list_consumers(gen.handle)) return end_at_once(QARN_STATUS_FAILED);
+    if (qarn_feature != 1 && !list_consumers(gen.handle)) {
+        note_refusal(QARN_OUTCOME_NO_CONSUMERS);
+        return end_at_once(QARN_STATUS_FAILED);
+    }
     sap_ctr = num_saps - num_saps_exclude;
     trace_service_lists();
     qarn_exclude_saps();
     if (num_saps <= 0) {
         csm_qarn_sp_print("No registered SAPS\n");
+        note_refusal(QARN_OUTCOME_NO_SERVICES);
         return end_at_once(0);
     }
+    note_asked_services();
     return kGoOn;
 }
 

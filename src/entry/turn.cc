@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdio>
 
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
 
@@ -18,24 +19,32 @@ std::atomic<bool> taken = false; // atomic, so that a second thread is refused t
 } // namespace
 
 Turn::Turn() : is_mine_(!taken.exchange(true)) {
-    if (!is_mine_) std::fputs("A configuration command is still running in this process; try again later\n", stderr);
+    if (is_mine_) {
+        begin_outcome();
+    } else {
+        std::fputs("A configuration command is still running in this process; try again later\n", stderr);
+    }
 }
 
 Turn::~Turn() {
-    if (is_mine_) taken = false;
+    if (!is_mine_) return;
+    conclude_outcome();
+    taken = false;
 }
 
-TurnGivenAway::TurnGivenAway() {
+TurnGivenAway::TurnGivenAway() : outcome_(take_outcome()) {
     taken = false;
 }
 
 TurnGivenAway::~TurnGivenAway() {
     taken = true;
+    put_outcome_back(outcome_);
 }
 
 bool is_valid(const qarn_req &req) {
     if (req.valid == 1) return true;
     csm_qarn_sp_print("%s\n", syserr2str(QARN_STATUS_INVALID));
+    note_refusal(QARN_OUTCOME_INVALID_REQUEST);
     return false;
 }
 

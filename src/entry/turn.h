@@ -3,6 +3,8 @@
 
 #include <qarncli/request.h>
 
+#include "outcome/outcome.h"
+
 namespace qarn {
 
 // The right of a command to run, held while this lives. An entry point that finds it taken writes the reason to
@@ -27,6 +29,9 @@ class TurnGivenAway {
     ~TurnGivenAway();
     TurnGivenAway(const TurnGivenAway &) = delete;
     TurnGivenAway &operator=(const TurnGivenAway &) = delete;
+
+  private:
+    OutcomeRecord outcome_; // of the command that gave the turn away
 };
 
 // Whether the shell accepted the command; if not, that has been printed.

@@ -15,6 +15,7 @@
 #include "base/owner.h"
 #include "base/tokens.h"
 #include "base/trace.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 #include "platform/ifmgr.h"
 #include "platform/sysmgr.h"
@@ -53,6 +54,7 @@ void combine(const ifindex_sublist *chain) {
     const std::size_t total = count_indexes(chain);
     const std::size_t room = std::min<std::size_t>(total, QARN_MAX_IFINDEXES);
     if (total > room) {
+        note_interfaces_left_out(static_cast<uint32_t>(total - room));
         std::fprintf(stderr, "%zu interfaces beyond the first %zu are left out\n", total - room, room);
     }
     uint32_t *indexes = allocate<uint32_t>(room * sizeof(uint32_t)).release();

@@ -53,18 +53,28 @@ class Decoder {
     Decoder(const TlvReader &reader, GHashTable *table) : reader_(reader), table_(table) {}
 
     Decoding run() {
-        const int32_t announced = reader_.announced();
-        if (debugging(QARN_DEBUG_DECODE)) trace("Num TLVs = %d\n", announced);
+        announced_ = reader_.announced();
+        if (debugging(QARN_DEBUG_DECODE)) trace("Num TLVs = %d\n", announced_);
         while (const std::optional<Tlv> tlv = reader_.next()) {
             ++count_;
             if (debugging(QARN_DEBUG_DECODE)) trace("TLV Ctr = %d\n", static_cast<int>(count_));
-            if (count_ > announced) return {0, false};
-            if (const Verdict verdict = act_on(*tlv)) return {*verdict, false};
+            if (count_ > announced_) return ended(0, Decoding::End::kMiscounted);
+            if (const Verdict verdict = act_on(*tlv)) return ended(*verdict, Decoding::End::kBroken);
         }
-        return {0, reader_.taken() == announced && !lost_element_};
+        if (lost_element_at_) return ended(0, Decoding::End::kBroken);
+        if (reader_.leaves_reply()) return ended(0, Decoding::End::kBroken);
+        return ended(0, reader_.taken() == announced_ ? Decoding::End::kWhole : Decoding::End::kMiscounted);
     }
 
   private:
+    Decoding ended(uint32_t status, Decoding::End end) const {
+        return {.status = status,
+                .end = end,
+                .announced = static_cast<uint32_t>(announced_),
+                .taken = static_cast<uint32_t>(reader_.taken()),
+                .offset = static_cast<uint32_t>(lost_element_at_.value_or(reader_.last_begin()))};
+    }
+
     Verdict act_on(const Tlv &tlv) {
         switch (tlv.tag) {
             case QARN_TLV_TAG_ELEM_INFO:
@@ -111,7 +121,7 @@ class Decoder {
     // It is unknown which element was meant, so the next TLVs belong to no element, not to the one before.
     Verdict open_nothing() {
         current_ = debug_element_ = nullptr;
-        lost_element_ = true;
+        if (!lost_element_at_) lost_element_at_ = reader_.last_begin();
         return kNextTlv;
     }
 
@@ -372,8 +382,9 @@ class Decoder {
     qarn_elem *current_ = nullptr;
     qarn_elem *debug_element_ = nullptr; // never stored; made for the debug display only
     bool merged_ = false;                // the current element was in the store before
-    bool lost_element_ = false;          // a tag 0 was too short to name its element
-    int64_t count_ = 0;                  // TLVs and follow-ups seen, as counted against the announced number
+    int32_t announced_ = 0;
+    std::optional<std::size_t> lost_element_at_; // the first tag 0 that was too short to name its element
+    int64_t count_ = 0;                          // TLVs and follow-ups seen, as counted against the announced number
 };
 
 } // namespace

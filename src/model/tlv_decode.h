@@ -8,8 +8,16 @@
 namespace qarn {
 
 struct Decoding {
-    uint32_t status;  // as qarn_parse_tlv returns it
-    bool is_complete; // exactly the announced number of TLVs was read, and no tag 0 was too short
+    enum class End {
+        kWhole,      // exactly the announced number of TLVs was read
+        kMiscounted, // more or fewer of them
+        kBroken      // a TLV does not fit into the reply, is not what its tag needs, or ended the decoding
+    };
+
+    uint32_t status = 0; // as qarn_parse_tlv returns it
+    End end = End::kWhole;
+    uint32_t announced = 0, taken = 0; // TLVs
+    uint32_t offset = 0;               // of what broke the reply, in the array
 };
 
 // Decode the TLV array at `array` into the element store `table`. Stops, with status 0, at the first value or text that

@@ -40,6 +40,7 @@ class TlvReader {
     // The next TLV; none at the end of the array, or when it does not lie inside the reply. `used_` is a lower bound
     // for the offset of the next tag; it stops a run of empty TLVs at the end of the reply.
     std::optional<Tlv> next() {
+        begin_ = used_;
         if (end_ != nullptr && used_ + kTlvHeader > static_cast<std::size_t>(end_ - array_)) return {};
         Tlv tlv;
         void *value = nullptr;
@@ -49,7 +50,10 @@ class TlvReader {
             tlv.length = 0;
         } else {
             tlv.value = static_cast<const unsigned char *>(value);
-            if (!holds(tlv.value, tlv.length)) return {};
+            if (!holds(tlv.value, tlv.length)) {
+                leaves_reply_ = true;
+                return {};
+            }
         }
         ++taken_;
         return tlv;
@@ -57,6 +61,11 @@ class TlvReader {
 
     // TLVs handed out so far.
     int64_t taken() const { return taken_; }
+
+    // Whether the walk ended at a TLV that does not lie inside the reply.
+    bool leaves_reply() const { return leaves_reply_; }
+    // Where the last TLV that was asked for begins, or a little before.
+    std::size_t last_begin() const { return begin_; }
 
     // The text that begins at the TLV's value and runs to its NUL, wherever that is inside the reply.
     std::optional<TextValue> text(const Tlv &tlv) const {
@@ -79,6 +88,8 @@ class TlvReader {
     const unsigned char *end_;
     uint32_t cursor_ = 0;
     std::size_t used_ = 0; // lower bound of the bytes that the TLVs read so far take
+    std::size_t begin_ = 0;
+    bool leaves_reply_ = false;
     int64_t taken_ = 0;
 };
 

@@ -8,6 +8,7 @@
 
 #include "base/trace.h"
 #include "model/store_index.h"
+#include "outcome/outcome.h"
 
 namespace qarn {
 namespace {
@@ -42,6 +43,25 @@ Passes::Passes(GHashTable *store) : store_(store) {
 }
 
 bool Passes::order(Admit admit, queue *ordered) {
+    const bool is_complete = order_into(admit, ordered);
+    if (!is_complete) note_loop_of(admit);
+    return is_complete;
+}
+
+// Rows name the loop, for a pass that went by a graph too.
+void Passes::note_loop_of(Admit admit) const {
+    note_loop(admit == Admit::kEveryElement ? QARN_OUTCOME_KEY_STRING_PASS : QARN_OUTCOME_INTERFACE_PASS);
+    const Rows rows(*StoreIndex::current());
+    RowOrder order(rows);
+    if (!rows.ok() || !order.ok()) return;
+    if (admit == Admit::kEveryElement ? order.order_all() : order.order_interfaces()) return; // memory ran out instead
+    order.for_each_of_loop([&](uint32_t row) {
+        const qarn_merge_key &key = *rows.entry_of(row).key;
+        note_loop_element(key.uuid, key.elem_id);
+    });
+}
+
+bool Passes::order_into(Admit admit, queue *ordered) {
     if (!rows_) return order_by_graph(QARN_EVERY_LEVEL, admit, ordered);
     const bool is_complete = admit == Admit::kEveryElement ? order_->order_all() : order_->order_interfaces();
     init_queue(ordered);
@@ -54,7 +74,10 @@ bool Passes::order(Admit admit, queue *ordered) {
 
 bool Passes::traverse_level(int32_t level, Print print, void *argument) {
     if (!rows_) return traverse_by_graph(level, print, argument);
-    if (!order_->order_level(level)) return false;
+    if (!order_->order_level(level)) {
+        note_loop(QARN_OUTCOME_LEVEL_PASS);
+        return false;
+    }
     const std::span<const uint32_t> ordered = order_->ordered();
     for (std::size_t at = 0; at < ordered.size(); ++at) {
         read_ahead(*rows_, ordered.subspan(at));
@@ -65,7 +88,10 @@ bool Passes::traverse_level(int32_t level, Print print, void *argument) {
 
 bool Passes::traverse_by_graph(int32_t level, Print print, void *argument) const {
     queue ordered;
-    if (!order_by_graph(level, Admit::kEveryElement, &ordered)) return false;
+    if (!order_by_graph(level, Admit::kEveryElement, &ordered)) {
+        note_loop(QARN_OUTCOME_LEVEL_PASS);
+        return false;
+    }
     for (const queue_node *node = ordered.head; node != nullptr; node = node->next) {
         auto *key = static_cast<qarn_merge_key *>(static_cast<const vertex *>(node->data)->data);
         print({key, qarn_merge_value_get(key->uuid, key->elem_id)}, argument);

@@ -30,7 +30,9 @@ class Passes {
     bool traverse_level(int32_t level, Print print, void *argument);
 
   private:
+    bool order_into(Admit admit, queue *ordered);
     bool traverse_by_graph(int32_t level, Print print, void *argument) const;
+    void note_loop_of(Admit admit) const;
     bool order_by_graph(int32_t level, Admit admit, queue *ordered) const;
 
     GHashTable *store_;

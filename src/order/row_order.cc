@@ -92,6 +92,19 @@ std::optional<uint32_t> RowOrder::count_in(Step &step, Admits admits) const {
     return {};
 }
 
+uint32_t RowOrder::row_that_never_prints() const {
+    uint32_t row = 0;
+    while (sweeps_[row] != kNever)
+        ++row;
+    return row;
+}
+
+// A row waits for a loop because one of its predecessors does.
+uint32_t RowOrder::next_that_never_prints(uint32_t row) const {
+    const std::span<const uint32_t> predecessors = rows_.predecessors(row);
+    return *std::ranges::find_if(predecessors, [this](uint32_t before) { return sweeps_[before] == kNever; });
+}
+
 // The rows of a sweep keep their order. There are no more sweeps than rows.
 void RowOrder::sort_by_sweep(Sweep last) {
     const auto sweeps = static_cast<std::size_t>(last) + 1;

@@ -30,6 +30,19 @@ class RowOrder {
 
     std::span<const uint32_t> ordered() const { return {ordered_.begin(), count_}; }
 
+    // After a pass that failed: call `visit` with the rows of one loop, each of which waits for the next one.
+    template <typename Visit>
+    void for_each_of_loop(Visit visit) const {
+        uint32_t row = row_that_never_prints();
+        for (uint32_t steps = rows_.count(); steps > 0; --steps)
+            row = next_that_never_prints(row); // leads into a loop, and once around at least
+        const uint32_t first = row;
+        do {
+            visit(row);
+            row = next_that_never_prints(row);
+        } while (row != first);
+    }
+
   private:
     using Sweep = int32_t;
     static constexpr Sweep kUnknown = -1;
@@ -42,6 +55,8 @@ class RowOrder {
         Sweep sweep;
     };
 
+    uint32_t row_that_never_prints() const;
+    uint32_t next_that_never_prints(uint32_t row) const;
     template <typename Admits>
     bool order_every_row(Admits admits);
     template <typename RowAt, typename Admits>

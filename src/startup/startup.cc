@@ -15,6 +15,7 @@
 
 #include "base/owner.h"
 #include "base/trace.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 #include "platform/programs.h"
 #include "platform/sysmgr.h"
@@ -88,8 +89,14 @@ int dir_empty_check(const dirent *entry) {
 }
 
 int32_t qarn_merge_cat_file(const char *path) {
-    if (!qarn::exists(path)) return -1;
-    execute_program_and_wait("/bin/cat", path, static_cast<char *>(nullptr));
+    if (!qarn::exists(path)) {
+        qarn::note_refusal(QARN_OUTCOME_NO_STARTUP);
+        return -1;
+    }
+    if (execute_program_and_wait("/bin/cat", path, static_cast<char *>(nullptr)) != 0) {
+        qarn::note_refusal(QARN_OUTCOME_PROGRAM);
+    }
+    qarn::note_printed();
     return 0;
 }
 

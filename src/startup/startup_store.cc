@@ -9,6 +9,7 @@
 
 #include "base/bytes.h"
 #include "base/trace.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
 
@@ -23,6 +24,7 @@ constexpr Refusal kGoOn = std::nullopt;
 
 Refusal refuse_without_copy() {
     csm_qarn_sp_print("ERROR: Please do 'copy run start' and retry.\n");
+    note_refusal(QARN_OUTCOME_NO_BINARY_STARTUP);
     return 0;
 }
 
@@ -37,11 +39,13 @@ Refusal show_ascii_file(const StartupStore &store) {
 Refusal check_both_forms(qarn_req &req, StartupStore &store) {
     if (qarn_is_startup_cfg_present(&req, store.ascii_path) == 0) {
         csm_qarn_sp_print("%s\n", syserr2str(QARN_STATUS_NO_STARTUP));
+        note_refusal(QARN_OUTCOME_NO_STARTUP);
         return QARN_STATUS_NO_STARTUP;
     }
     if (cfg_display != QARN_DISPLAY_ALL && qarn_is_startup_bin_cfg_present(&req) == 0) return refuse_without_copy();
     if (qarn_feature == 1 && qarn_is_startup_bin_cfg_present(&req) == 0) {
         csm_qarn_sp_print("ERROR:No binary startup-config present. Use \"show startup-config\" instead.\n");
+        note_refusal(QARN_OUTCOME_NO_BINARY_STARTUP);
         return 0;
     }
     if (qarn_feature != 1 && qarn_is_startup_bin_cfg_present(&req) == 0) return show_ascii_file(store);
@@ -61,6 +65,7 @@ Refusal derive_uri(qarn_req &req, StartupStore &store) {
     store.uri = allocate<char>(n);
     if (!store.uri) {
         csm_qarn_sp_print("Failed to allocate memory for startup uri\n");
+        note_refusal(QARN_OUTCOME_NO_MEMORY);
         return QARN_STATUS_FAILED;
     }
     std::memset(store.uri.get(), 0, n);
@@ -78,7 +83,10 @@ Refusal derive_uri(qarn_req &req, StartupStore &store) {
 std::optional<uint32_t> open_startup_store(qarn_req &req, StartupStore &store) {
     req.info_flags |= QARN_INFO_STARTUP;
     if (const Refusal refusal = check_both_forms(req, store)) return refusal;
-    if (const uint32_t status = qarn_startup_cfg_lock(req.mts_handle, 1); status != 0) return status;
+    if (const uint32_t status = qarn_startup_cfg_lock(req.mts_handle, 1); status != 0) {
+        note_refusal(QARN_OUTCOME_STORE_REFUSED, status);
+        return status;
+    }
     return derive_uri(req, store);
 }
 

@@ -1,0 +1,45 @@
+// The record of the current command's outcome, which the rooms write as they learn it.
+#pragma once
+
+#include <glib.h>
+#include <qarncli/outcome.h>
+
+#include <cstdint>
+
+namespace qarn {
+
+struct OutcomeRecord {
+    qarn_outcome outcome;
+    bool is_printed;
+    GArray *services, *loop; // null while empty
+};
+
+// Begin the record of a new command.
+void begin_outcome();
+// The record is taken while another command may run, and put back.
+OutcomeRecord take_outcome();
+void put_outcome_back(const OutcomeRecord &record);
+
+// Why the command ends early. The first reason stays.
+void note_refusal(uint32_t refusal, uint32_t status = 0);
+// The command has come to the end of what it prints.
+void note_printed();
+// The command returns; settles the verdict.
+void conclude_outcome();
+
+void note_consumers_left_out(uint32_t count);
+void note_interfaces_left_out(uint32_t count);
+
+// A service is asked; until more is known it is silent.
+void note_asked(uint32_t sap);
+// What became of a service. A fault stays, whatever the service does later; an in-process function's silence does not.
+void note_service(const qarn_outcome_service &service);
+inline void note_service(uint32_t sap, uint32_t state, uint32_t status = 0) {
+    note_service({sap, state, status, 0, 0});
+}
+
+// The refusal by a loop in a pass, and the elements of the loop, one by one.
+void note_loop(uint32_t pass);
+void note_loop_element(uint16_t uuid, uint16_t elem_id);
+
+} // namespace qarn
