@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "shell/command.h"
+#include "shell/report.h"
 #include "sim/store.h"
 
 namespace shell {
@@ -21,9 +22,10 @@ uint32_t copy_running_to_startup(qarn_req *req) {
     std::FILE *const output = sw.output;
     sw.output = nullptr;
     sw.printed.clear();
-    const uint32_t status = qarn_cli_run_cfg_gen(req);
+    qarn_cli_run_cfg_gen(req);
     sw.output = output;
-    if (status != 0) return refuse("the running configuration is incomplete; nothing was saved");
+    if (report_outcome(sw) != kExitComplete)
+        return refuse("the running configuration is incomplete; nothing was saved");
     try {
         sim::save_startup(sw, sw.printed);
     } catch (const sim::StoreError &error) {

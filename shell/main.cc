@@ -21,6 +21,7 @@
 #include "shell/command.h"
 #include "shell/run.h"
 #include "shell/session.h"
+#include "sim/description.h"
 
 namespace {
 
@@ -63,9 +64,14 @@ void declare_help(CLI::App &app) {
     app.footer(shell::list_of_commands() +
                "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
                "Empty lines and lines that begin with ! are skipped.\n"
-               "\nExit status: that of the command, 0 or 1; in a session, that of the last command that failed, or 0.\n"
-               "Also 1 if the switch description or the store is unusable; 2 for an unknown command or a wrong\n"
-               "argument; 130 after an interruption; 141 if nothing reads the output.");
+               "\nExit status:\n"
+               "  0    the configuration is complete\n"
+               "  1    the command could not be carried out: no startup configuration, locked, cannot write\n"
+               "  2    unknown command, wrong argument or description\n"
+               "  3    the configuration was printed, but a part is missing; standard error names it\n"
+               "  4    elements wait for each other; standard error names them\n"
+               "  130  interrupted; 141: nothing reads the output; 128+N: ended by signal N\n"
+               "Of several commands the worst: 2, 1, an interruption, 4, 3.");
 }
 
 // Open /dev/null for each of the three standard streams that the caller closed, so that no other file gets its number.
@@ -113,7 +119,7 @@ int execute_lines(Session &session, std::istream &lines) {
         if (is_end(words)) return result;
         if (is_command(words)) {
             const int status = session.execute(line);
-            result = status != 0 ? status : result;
+            result = shell::worse_of(result, status);
             if (status == shell::kExitBrokenPipe) return result;
         }
     }
@@ -150,6 +156,9 @@ int main(int argc, char **argv) {
     std::ios::sync_with_stdio(false);
     try {
         return parse_and_run(argc, argv);
+    } catch (const sim::DescriptionError &error) {
+        std::fprintf(stderr, "vsh: %s\n", error.what());
+        return shell::kExitUsage;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
         return shell::kExitFailure;

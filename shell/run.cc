@@ -1,6 +1,6 @@
 // A display command runs in a child process. The library keeps state from one command to the next and ends the process
 // when it is interrupted; a child per command gives each command a fresh library and lets the shell survive. The
-// child's last act is to write the entry point's status to a pipe, so that an empty pipe means an early end.
+// child's last act is to write the exit code to a pipe, so that an empty pipe means an early end.
 #include "shell/run.h"
 
 #include <fcntl.h>
@@ -45,10 +45,17 @@ class InterruptsIgnored {
     struct sigaction before_ = {};
 };
 
+// What was printed goes out before what is said of it. Copying the configuration reports its outcome itself.
+int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req) {
+    const auto status = static_cast<int>(entry(&req));
+    std::fflush(stdout);
+    return entry == copy_running_to_startup ? status : report_outcome(sw);
+}
+
 [[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report) {
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
-    uint32_t status = entry(&request.req);
+    int status = run_and_report(sw, entry, request.req);
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
         std::fprintf(stderr, "vsh: cannot write: %s\n", std::strerror(errno));
         status = kExitFailure;
@@ -102,9 +109,9 @@ int run_command(sim::Switch &sw, EntryPoint entry, Request &request) {
     int result = child < 0 ? report_failure("fork") : kExitFailure;
     close(ends[1]);
     if (const std::optional<int> wait_status = child < 0 ? std::nullopt : wait_for(child)) {
-        uint32_t status = 0;
+        int status = 0;
         const bool reported = read(ends[0], &status, sizeof status) == sizeof status;
-        result = reported ? static_cast<int>(status) : explain_early_end(*wait_status);
+        result = reported ? status : explain_early_end(*wait_status);
     }
     close(ends[0]);
     return result;

@@ -104,8 +104,9 @@ int Session::execute(const std::string &line) {
         std::fprintf(stderr, "vsh: %s\n%s", error.what(), list_of_commands().c_str());
     } catch (const CommandError &error) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
-    } catch (const std::runtime_error &error) {
-        // The other VDC's description or store is unusable; this VDC stays current.
+    } catch (const sim::DescriptionError &error) { // of another VDC; this VDC stays current
+        std::fprintf(stderr, "vsh: %s\n", error.what());
+    } catch (const std::runtime_error &error) { // its store is unusable
         std::fprintf(stderr, "vsh: %s\n", error.what());
         return kExitFailure;
     }
