@@ -53,6 +53,11 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
     app.add_option("-d,--debug", options.debug_mask, "debug mask for the commands, such as 0x41")
         ->type_name("MASK")
         ->envname("VSH_DEBUG");
+    app.add_flag("--fail-partial", options.fail_partial,
+                 "print nothing to standard output unless the configuration is complete");
+    app.add_option("--output", options.output, "write the configuration to this file instead, and only a complete one")
+        ->type_name("FILE")
+        ->needs("-c");
     app.add_option("--timeout-unit", options.timeout_unit,
                    "milliseconds per unit of the receive time-out, which has 120 units (default 1000)")
         ->type_name("MS")

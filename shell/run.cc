@@ -95,7 +95,7 @@ int report_failure(const char *what) {
 
 } // namespace
 
-int run_command(sim::Switch &sw, EntryPoint entry, Request &request) {
+int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return report_failure("pipe");
     std::fflush(stdout); // or the child would print what it inherits once more
@@ -104,6 +104,7 @@ int run_command(sim::Switch &sw, EntryPoint entry, Request &request) {
     const pid_t child = fork();
     if (child == 0) {
         ignored.restore();
+        if (output != STDOUT_FILENO && dup2(output, STDOUT_FILENO) < 0) _exit(report_failure("dup2"));
         run_in_child(sw, entry, request, ends[1]);
     }
     int result = child < 0 ? report_failure("fork") : kExitFailure;

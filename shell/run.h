@@ -7,8 +7,9 @@
 
 namespace shell {
 
-// Run the entry point in a child process with a transport handle of its own, and wait for it. Returns the command's
+// Run the entry point in a child process with a transport handle of its own and the descriptor `output` as its standard
+// output, and wait for it. Returns the command's
 // exit code, or one for the way in which the child ended early.
-int run_command(sim::Switch &sw, EntryPoint entry, Request &request);
+int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output);
 
 } // namespace shell

@@ -2,6 +2,8 @@
 // own description, if it has one; commands then run on the VDC's switch, which keeps the map of the whole.
 #include "shell/session.h"
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +11,7 @@
 
 #include "shell/built_in_switch.h"
 #include "shell/command.h"
+#include "shell/held_output.h"
 #include "shell/run.h"
 #include "sim/description.h"
 #include "sim/notation.h"
@@ -94,7 +97,15 @@ int Session::run_line(const std::string &line) {
     request.options.filter_mode = options_.filter_mode;
     request.options.script_mode = options_.script_mode;
     const EntryPoint entry = parse_command(line, *switch_, request);
-    return run_command(*switch_, entry, request);
+    if (!options_.output && !options_.fail_partial) return run_command(*switch_, entry, request, STDOUT_FILENO);
+    HeldOutput held(options_.output);
+    const int result = run_command(*switch_, entry, request, held.descriptor());
+    if (result == kExitComplete) {
+        held.publish();
+    } else {
+        held.report_withheld();
+    }
+    return result;
 }
 
 int Session::execute(const std::string &line) {

@@ -19,7 +19,9 @@ struct Options {
     std::string display_option; // ignored: a shell on the switch passes it
     uint32_t debug_mask = 0, filter_mode = 0;
     bool script_mode = false;
-    uint32_t timeout_unit = 1000; // milliseconds
+    bool fail_partial = false;         // print nothing unless the configuration is complete
+    std::optional<std::string> output; // file for the configuration, replaced only by a complete one
+    uint32_t timeout_unit = 1000;      // milliseconds
 };
 
 class Session {

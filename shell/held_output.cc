@@ -1,0 +1,108 @@
+// A file is written under another name in its folder, synchronized and renamed, so that a reader finds the old text or
+// the whole new one, after a power failure too.
+#include "shell/held_output.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+namespace shell {
+namespace {
+
+[[noreturn]] void fail(const std::string &path) {
+    throw std::runtime_error("cannot write " + path + ": " + std::strerror(errno));
+}
+
+// The file behind symbolic links, so that the link stays.
+std::string target_of(const std::string &path) {
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
+    return error ? path : target.string();
+}
+
+std::string folder_of(const std::string &path) {
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
+// The permissions of the file that is replaced, or those of a new file.
+mode_t mode_for(const std::string &path) {
+    struct stat old;
+    if (stat(path.c_str(), &old) == 0) {
+        if (!S_ISREG(old.st_mode)) throw std::runtime_error("cannot write " + path + ": it is not a regular file");
+        return old.st_mode & 07777;
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+void sync_folder(const std::string &path) {
+    const int folder = open(folder_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool is_synced = folder >= 0 && fsync(folder) == 0;
+    if (folder >= 0) close(folder);
+    if (!is_synced) fail(path);
+}
+
+} // namespace
+
+HeldOutput::HeldOutput(const std::optional<std::string> &path) {
+    if (!path) {
+        descriptor_ = memfd_create("output", MFD_CLOEXEC);
+        if (descriptor_ < 0) fail("standard output");
+        return;
+    }
+    name_ = *path;
+    path_ = target_of(name_);
+    const mode_t mode = mode_for(path_);
+    temporary_ = path_ + ".XXXXXX";
+    descriptor_ = mkostemp(temporary_.data(), O_CLOEXEC);
+    if (descriptor_ < 0) temporary_.clear();
+    if (descriptor_ < 0 || fchmod(descriptor_, mode) != 0) fail(path_);
+}
+
+HeldOutput::~HeldOutput() {
+    close(descriptor_);
+    if (!temporary_.empty()) unlink(temporary_.c_str());
+}
+
+void HeldOutput::publish() {
+    name_.empty() ? copy_to_standard_output() : replace_file();
+}
+
+void HeldOutput::replace_file() {
+    if (fsync(descriptor_) != 0 || rename(temporary_.c_str(), path_.c_str()) != 0) fail(path_);
+    temporary_.clear();
+    sync_folder(path_);
+}
+
+void HeldOutput::copy_to_standard_output() const {
+    char block[65536];
+    off_t at = 0;
+    while (const ssize_t got = pread(descriptor_, block, sizeof block, at)) {
+        if (got < 0) fail("standard output");
+        for (ssize_t done = 0; done < got;) {
+            const ssize_t written = write(STDOUT_FILENO, block + done, static_cast<std::size_t>(got - done));
+            if (written < 0) fail("standard output");
+            done += written;
+        }
+        at += got;
+    }
+}
+
+void HeldOutput::report_withheld() const {
+    if (name_.empty()) {
+        std::fputs("vsh: nothing was printed, because the configuration is not complete\n", stderr);
+    } else {
+        std::fprintf(stderr, "vsh: %s is left as it was, because the configuration is not complete\n", name_.c_str());
+    }
+}
+
+} // namespace shell
