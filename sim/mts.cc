@@ -1,8 +1,8 @@
 // Message transport. A message goes to the opened handle or to the service that has its SAP. A service that receives a
-// configuration request answers at once, in fragments that wait for the requester. A handle first receives the messages
-// that were sent to it, in order, then one fragment of each answer in turn, so that the replies of all services arrive
-// interleaved as they do on a real switch. Nothing arrives later, so a receive that finds nothing waits for its whole
-// time-out.
+// configuration request answers at once, in fragments that wait for the requester until they are due; only a fault
+// makes a fragment due later. A handle first receives the messages that were sent to it, in order, then one fragment of
+// each answer in turn, so that the replies of all services arrive interleaved as they do on a real switch. A receive
+// that finds nothing waits for the next fragment, but never longer than its time-out.
 #include "sim/mts.h"
 
 #include <unistd.h>
@@ -63,13 +63,6 @@ bool consumes(const Service &service, uint32_t opcode) {
     return service.consumer && opcode == QARN_OPC_REQUEST;
 }
 
-const qarn_cfg_req_msg *as_request(const void *payload, uint32_t length) {
-    if (payload == nullptr || length < sizeof(qarn_cfg_req_msg)) return nullptr;
-    const auto *request = static_cast<const qarn_cfg_req_msg *>(payload);
-    const std::size_t named = (length - sizeof(qarn_cfg_req_msg)) / sizeof request->ifindex_list[0];
-    return request->num_ifindex <= named ? request : nullptr;
-}
-
 bool excludes(const qarn_cfg_req_msg &request, uint32_t sap) {
     const std::size_t count = std::min<std::size_t>(request.num_excl_saps, std::size(request.excl_saps));
     const uint32_t *end = request.excl_saps + count;
@@ -79,7 +72,8 @@ bool excludes(const qarn_cfg_req_msg &request, uint32_t sap) {
 void ask(const Service &service, const qarn_cfg_req_msg &request) {
     Transport::Endpoint *asker = endpoint_of_sap(request.src_sap);
     if (asker == nullptr || service.is_silent || excludes(request, service.sap)) return;
-    asker->streams.push_back(answer(service, request));
+    std::deque<Message> fragments = answer(service, request);
+    if (!fragments.empty()) asker->streams.push_back({service.sap, std::move(fragments)});
 }
 
 void send_to_service(const Service &service, uint32_t opcode, const void *payload, uint32_t length) {
@@ -87,34 +81,33 @@ void send_to_service(const Service &service, uint32_t opcode, const void *payloa
     if (const qarn_cfg_req_msg *request = as_request(payload, length)) ask(service, *request);
 }
 
-uint32_t sender(const std::deque<Message> &stream) {
-    uint32_t sap = 0;
-    const Bytes &payload = stream.front().payload;
-    if (payload.size() >= sizeof(qarn_cfg_frag)) std::memcpy(&sap, payload.data() + offsetof(qarn_cfg_frag, sap), 4);
-    return sap;
-}
-
 // A service finishes one answer before it begins the next.
-bool may_go_on(const std::vector<std::deque<Message>> &streams, std::size_t at) {
-    const uint32_t sap = sender(streams[at]);
+bool may_go_on(const std::vector<Transport::Stream> &streams, std::size_t at) {
     const auto begin = streams.begin();
     return std::none_of(begin, begin + static_cast<std::ptrdiff_t>(at),
-                        [&](const auto &earlier) { return sender(earlier) == sap; });
+                        [&](const auto &earlier) { return earlier.sap == streams[at].sap; });
+}
+
+// The stream whose next fragment has arrived, from the one whose turn it is; none if they are all still to come.
+std::optional<std::size_t> arrived_stream(const Transport::Endpoint &endpoint) {
+    const auto &streams = endpoint.streams;
+    for (std::size_t i = 0; i < streams.size(); ++i) {
+        const std::size_t at = (endpoint.turn + i) % streams.size();
+        if (streams[at].fragments.front().due <= current().transport.now && may_go_on(streams, at)) return at;
+    }
+    return {};
 }
 
 std::optional<Message> next_fragment(Transport::Endpoint &endpoint) {
-    auto &streams = endpoint.streams;
-    if (streams.empty()) return {};
-    std::size_t at = endpoint.turn % streams.size();
-    while (!may_go_on(streams, at))
-        at = (at + 1) % streams.size();
-
-    Message message = std::move(streams[at].front());
-    streams[at].pop_front();
-    endpoint.turn = at + 1;
-    if (streams[at].empty()) {
-        streams.erase(streams.begin() + static_cast<std::ptrdiff_t>(at));
-        endpoint.turn = at;
+    const auto at = arrived_stream(endpoint);
+    if (!at) return {};
+    auto &fragments = endpoint.streams[*at].fragments;
+    Message message = std::move(fragments.front());
+    fragments.pop_front();
+    endpoint.turn = *at + 1;
+    if (fragments.empty()) {
+        endpoint.streams.erase(endpoint.streams.begin() + static_cast<std::ptrdiff_t>(*at));
+        endpoint.turn = *at;
     }
     return message;
 }
@@ -129,12 +122,27 @@ std::optional<Message> next_message(Transport::Endpoint &endpoint, uint32_t opco
     return opcode == QARN_OPC_REPLY ? next_fragment(endpoint) : std::nullopt;
 }
 
-void wait_out(uint32_t timeout) {
-    if (timeout == 0) {
-        for (;;)
-            ::pause(); // only a signal that ends the process ends the wait
+// When the next fragment arrives; never if no service has anything left to send.
+std::optional<uint64_t> next_arrival(const Transport::Endpoint &endpoint, uint32_t opcode) {
+    std::optional<uint64_t> next;
+    if (opcode != QARN_OPC_REPLY) return next;
+    const auto &streams = endpoint.streams;
+    for (std::size_t at = 0; at < streams.size(); ++at) {
+        const uint64_t due = streams[at].fragments.front().due;
+        if (may_go_on(streams, at) && due < next.value_or(UINT64_MAX)) next = due;
     }
-    std::this_thread::sleep_for(current().transport.unit * timeout);
+    return next;
+}
+
+// Wait for the next arrival, or for the whole time-out if the next arrival is later. A time-out of 0 never ends.
+void wait_for_message(const Transport::Endpoint &endpoint, uint32_t opcode, uint32_t timeout) {
+    Transport &transport = current().transport;
+    const auto arrival = next_arrival(endpoint, opcode);
+    if (arrival && (timeout == 0 || *arrival - transport.now <= timeout))
+        return transport.wait(*arrival - transport.now);
+    while (timeout == 0)
+        ::pause(); // only a signal that ends the process ends the wait
+    transport.wait(timeout);
 }
 
 int32_t fail(int error) {
@@ -148,6 +156,11 @@ uint32_t Transport::open(uint32_t sap) {
     const uint32_t handle = endpoints.empty() ? 1 : endpoints.rbegin()->first + 1;
     endpoints[handle].sap = sap;
     return handle;
+}
+
+void Transport::wait(uint64_t units) {
+    now += units;
+    std::this_thread::sleep_for(unit * units);
 }
 
 void Transport::deliver(uint32_t handle, uint32_t opcode, Bytes payload) {
@@ -213,10 +226,11 @@ int32_t mts_recv(uint32_t handle, struct mts_msg *msg, const struct qarn_recv_op
     auto *endpoint = endpoint_of_handle(handle);
     if (endpoint == nullptr) return fail(EBADF);
 
-    const auto message = next_message(*endpoint, opcode);
+    auto message = next_message(*endpoint, opcode);
     if (!message) {
-        wait_out(timeout);
-        return fail(ETIME);
+        wait_for_message(*endpoint, opcode, timeout);
+        message = next_message(*endpoint, opcode);
+        if (!message) return fail(ETIME);
     }
     return hand_over(*message, msg) ? 0 : fail(ENOMEM);
 }

@@ -19,21 +19,31 @@ namespace sim {
 struct Message {
     uint32_t opcode;
     Bytes payload;
+    uint64_t due = 0; // earliest time of arrival, of a fragment that a service still has to send
 };
 
 struct Transport : TransportRecord {
     std::chrono::nanoseconds unit = std::chrono::seconds(1); // of the receive time-out
     std::size_t fragment_size = 4096;                        // bytes of reply per fragment
+    // The transport's clock, in units. Only waiting moves it, so that the order of arrival does not depend on the
+    // machine's speed.
+    uint64_t now = 0;
+    void wait(uint64_t units); // until a signal ends the process, or for so many units
 
     // Open a handle with a SAP of its own.
     uint32_t open(uint32_t sap);
     // Queue a message for a handle. It is received before everything the services still have to send.
     void deliver(uint32_t handle, uint32_t opcode, Bytes payload);
 
+    // What a service still has to send.
+    struct Stream {
+        uint32_t sap; // of the service, whatever its fragments carry
+        std::deque<Message> fragments;
+    };
     struct Endpoint {
         uint32_t sap;
-        std::deque<Message> queue;                // messages in order
-        std::vector<std::deque<Message>> streams; // one per replying service, received in turn
+        std::deque<Message> queue;   // messages in order
+        std::vector<Stream> streams; // one per answer, received in turn
         std::size_t turn = 0;
     };
     std::map<uint32_t, Endpoint> endpoints; // by handle

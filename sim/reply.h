@@ -1,4 +1,4 @@
-// The answer of a service to a request for its configuration, and the fragments that carry it.
+// A request for the configuration, the answer of a service to it, and the fragments that carry the answer.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,9 @@
 
 namespace sim {
 
+// The request in these bytes; null when it is not complete.
+const qarn_cfg_req_msg *as_request(const void *payload, std::size_t length);
+
 // One message of a reply: a qarn_cfg_frag header followed by the data.
 Bytes fragment(uint32_t sap, bool last, uint32_t total_len, const Bytes &data);
 
@@ -18,7 +21,8 @@ Bytes fragment(uint32_t sap, bool last, uint32_t total_len, const Bytes &data);
 std::deque<Message> fragments(uint32_t sap, const Bytes &reply, std::size_t size,
                               std::optional<uint32_t> total_len = {});
 
-// The whole answer of a service, with its failure status: from its script, from the store or from its elements.
+// The whole answer of a service, with its failure status and its faults: from its script, from the store or from its
+// elements. A late service has no answer to its first request.
 std::deque<Message> answer(const Service &service, const qarn_cfg_req_msg &request);
 
 } // namespace sim

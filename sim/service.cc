@@ -64,10 +64,11 @@ void append_element(const Service &service, const Element &element, const qarn_c
     for (const Dependency &dependency : element.dependencies)
         tlv.after(dependency.uuid, dependency.elem_id, dependency.type);
     if (!element.text.empty()) tlv.text(element.text);
+    const uint32_t stamp = service.faults.bad_stamp ? ~uint32_t{QARN_CMD_STAMP} : uint32_t{QARN_CMD_STAMP};
     for (const auto &[if_index, text] : element.intf_texts) {
         if (!wanted.has(if_index)) continue;
         if (element.val_type == QARN_VAL_COMMAND) {
-            tlv.intf_command(if_index, command_message(text));
+            tlv.intf_command(if_index, command_message(text, stamp));
         } else {
             tlv.intf_text(if_index, text);
         }

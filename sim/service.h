@@ -9,6 +9,7 @@
 
 #include <qarncli/qarncli.h>
 
+#include "sim/fault.h"
 #include "sim/tlv.h"
 
 namespace sim {
@@ -44,6 +45,7 @@ struct Service {
     uint32_t status = 0;           // non-zero: the failure status of its replies
     bool is_silent = false;        // never answers on the transport
     std::size_t fragment_size = 0; // bytes of data per fragment; 0: the transport's setting
+    Faults faults;
     // Replaces the elements: returns the whole qarn_cfg_reply for a request.
     std::function<Bytes(const qarn_cfg_req_msg &)> script;
 

@@ -147,6 +147,7 @@ Bytes answer_from_store(const Service &service, const qarn_cfg_req_msg &request)
     Service saved;
     saved.sap = service.sap;
     saved.uuid = service.uuid;
+    saved.faults.bad_stamp = service.faults.bad_stamp;
     try {
         saved.elements = read_elements(service_path(std::string(folder) + std::string(kBinary), service.sap));
     } catch (const DamagedFile &) {

@@ -2,6 +2,7 @@
 #include "sim/description/services.h"
 
 #include "sim/description/elements.h"
+#include "sim/description/faults.h"
 #include "sim/notation.h"
 
 namespace sim {
@@ -22,7 +23,8 @@ void check_unique(const Document &document, const Mapping &entry, const Service 
 
 void read_service(const Document &document, const YAML::Node &node, Switch &sw) {
     const Mapping entry(document, node, "a service",
-                        {"name", "sap", "uuid", "consumer", "silent", "status", "fragment_size", "elements"});
+                        {"name", "sap", "uuid", "consumer", "silent", "status", "fragment_size", "delay", "drip",
+                         "die_after", "cut", "count", "late", "wrong_sap", "twice", "bad_stamp", "elements"});
     Service service;
     service.name = entry.text("name");
     service.sap = entry.number("sap", kFirstSap, kLastSap);
@@ -34,6 +36,7 @@ void read_service(const Document &document, const YAML::Node &node, Switch &sw) 
     service.is_silent = entry.flag("silent", false);
     service.status = entry.number("status", 0, UINT32_MAX, 0);
     service.fragment_size = entry.number("fragment_size", 1, UINT32_MAX, 0);
+    read_faults(document, entry, service);
     sw.services.push_back(service);
 }
 
@@ -47,6 +50,7 @@ void read_services(const Document &document, const YAML::Node &node, Switch &sw,
         document.each_item(entry["elements"], "elements", [&](const YAML::Node &element) {
             read_element(document, element, *service, sw, interfaces);
         });
+        check_faults(document, entry, *service);
         ++service;
     });
 }

@@ -20,7 +20,9 @@ const Service *invoked_service() {
 }
 
 uint32_t send_answer(const Service &service, const qarn_cfg_req_msg &request, uint32_t handle) {
+    Transport &transport = current().transport;
     for (const Message &message : answer(service, request)) {
+        if (message.due > transport.now) transport.wait(message.due - transport.now);
         const auto length = static_cast<uint32_t>(message.payload.size());
         if (mts_send(handle, MTS_ADDRESS_LOCAL, request.src_sap, message.opcode, message.payload.data(), length, 0, 0,
                      0) != 0)
@@ -33,7 +35,7 @@ uint32_t send_answer(const Service &service, const qarn_cfg_req_msg &request, ui
 
 extern "C" {
 
-// Answers as the service would on the transport.
+// Answers as the service would on the transport; a slow service keeps its caller waiting.
 void qarn_inprocess_answer(void *args, uint32_t *result) {
     const auto &arguments = *static_cast<const qarn_cb_args *>(args);
     const qarn_cfg_req_msg *request = request_in(arguments.msg);

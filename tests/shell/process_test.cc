@@ -13,8 +13,9 @@
 
 namespace {
 
-constexpr char kLoud[] = "-s " HERE "/loud.yaml", kSilent[] = "-s " HERE "/silent.yaml -d 0x40";
-// The trace of the only reply of kSilent: the command now waits for the silent service.
+constexpr char kLoud[] = "-s " HERE "/loud.yaml", kSilent[] = "-s " HERE "/silent.yaml -d 0x40",
+               kDelayed[] = "-s " HERE "/delayed.yaml -d 0x40";
+// The trace of the first reply of kSilent and kDelayed: the command now waits for the other service.
 constexpr char kWaiting[] = "Sap ctr = 1\n";
 constexpr char kShow[] = " -c 'show startup-config'", kCopy[] = " -c 'copy running-config startup-config'";
 
@@ -72,12 +73,14 @@ class Shell {
 };
 
 TEST(ShellProcess, GoesOnAfterAnInterruptedCommand) {
-    Shell shell(std::string(kSilent) + " <<.\nshow running-config\nshow running-config service loud\n.\n");
-    ASSERT_TRUE(shell.shows(kWaiting)) << shell.out;
-    shell.signal_group(SIGINT);
-    ASSERT_TRUE(shell.shows("vsh: command interrupted\n")) << shell.out;
-    EXPECT_EQ(shell.status(), 130);
-    EXPECT_NE(shell.out.find("\nloud\n"), std::string::npos) << shell.out;
+    for (const char *arguments : {kSilent, kDelayed}) {
+        Shell shell(std::string(arguments) + " <<.\nshow running-config\nshow running-config service loud\n.\n");
+        ASSERT_TRUE(shell.shows(kWaiting)) << shell.out;
+        shell.signal_group(SIGINT);
+        ASSERT_TRUE(shell.shows("vsh: command interrupted\n")) << shell.out;
+        EXPECT_EQ(shell.status(), 130);
+        EXPECT_NE(shell.out.find("\nloud\n"), std::string::npos) << shell.out;
+    }
 }
 
 TEST(ShellProcess, LocksTheStoreAgainstOthersUntilItsDeath) {
