@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <new>
 
 #include "shell/built_in_switch.h"
 #include "shell/command.h"
@@ -107,6 +108,9 @@ int Session::execute(const std::string &line) {
     } catch (const std::runtime_error &error) {
         // The other VDC's description or store is unusable; this VDC stays current.
         std::fprintf(stderr, "vsh: %s\n", error.what());
+        return kExitFailure;
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "vsh: not enough memory for the command\n");
         return kExitFailure;
     }
     return kExitUsage;
