@@ -3,30 +3,41 @@
 // standard output, everything else to standard error. Options also come from the environment, where the shell puts them
 // for the shells that the display of all VDCs starts.
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <iostream>
+#include <new>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "shell/command.h"
+#include "shell/lines.h"
 #include "shell/run.h"
 #include "shell/session.h"
 #include "sim/description.h"
 
 namespace {
 
+using shell::Lines;
 using shell::Options;
 using shell::Session;
+
+// A check of CLI11: an empty text or what is wrong.
+std::string path_given(const std::string &path) {
+    return path.empty() ? "needs a path" : "";
+}
 
 void declare_session_options(CLI::App &app, Options &options) {
     app.add_option("-c,--command", options.command,
@@ -35,10 +46,12 @@ void declare_session_options(CLI::App &app, Options &options) {
     app.add_option("-s,--switch", options.switch_file,
                    "simulate the switch that this file describes instead of the built-in one")
         ->type_name("FILE")
+        ->check(path_given)
         ->envname("VSH_SWITCH");
     app.add_option("--store", options.store,
                    "folder of the saved configuration (default: from the description, if any)")
         ->type_name("DIR")
+        ->check(path_given)
         ->envname("VSH_STORE");
     app.add_option("-i,--vdc", options.vdc, "start in this VDC instead of the description's own")->type_name("ID");
     app.add_option("-o", options.display_option, "ignored; for compatibility")->type_name("N");
@@ -82,22 +95,21 @@ void declare_help(CLI::App &app) {
 // Open /dev/null for each of the three standard streams that the caller closed, so that no other file gets its number.
 // A write to such a stream still fails.
 void hold_standard_streams() {
-    int opened = STDIN_FILENO;
-    while (opened >= 0 && opened <= STDERR_FILENO)
-        opened = open("/dev/null", O_RDONLY);
-    if (opened > STDERR_FILENO) close(opened);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDONLY) != stream)
+            throw std::runtime_error(std::string("cannot open /dev/null: ") + std::strerror(errno));
+    }
 }
 
-void export_path(const char *variable, const char *option, const std::optional<std::string> &path) {
+void export_path(const char *variable, const std::optional<std::string> &path) {
     if (!path) return;
-    if (path->empty()) throw std::runtime_error(std::string(option) + " needs a path");
     setenv(variable, std::filesystem::absolute(*path).c_str(), 1);
 }
 
 // Put the options into the environment, with absolute paths since the reader may run in another folder.
 void export_options(const Options &options) {
-    export_path("VSH_SWITCH", "--switch", options.switch_file);
-    export_path("VSH_STORE", "--store", options.store);
+    export_path("VSH_SWITCH", options.switch_file);
+    export_path("VSH_STORE", options.store);
     if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
     setenv("VSH_FILTER_MODE", std::to_string(options.filter_mode).c_str(), 1);
     setenv("VSH_DEBUG", std::to_string(options.debug_mask).c_str(), 1);
@@ -112,20 +124,31 @@ bool is_end(const std::vector<std::string_view> &words) {
     return words.size() == 1 && (words[0] == "exit" || words[0] == "quit");
 }
 
-int execute_lines(Session &session, std::istream &lines) {
+// Run one line. False at the end of the session.
+bool execute_line(Session &session, std::string_view line, int &result) {
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    const std::vector<std::string_view> words = shell::words_of(line);
+    if (is_end(words)) return false;
+    if (!is_command(words)) return true;
+    const int status = session.execute(std::string(line));
+    result = shell::worse_of(result, status);
+    return status != shell::kExitBrokenPipe;
+}
+
+// An interruption between commands clears the line of a user who types, and ends a script.
+int execute_lines(Session &session) {
     const bool prompting = isatty(STDIN_FILENO) != 0;
+    Lines lines;
     int result = 0;
     std::string line;
     for (;;) {
         if (prompting) std::fprintf(stderr, "%s# ", session.prompt().c_str());
-        if (!std::getline(lines, line)) return result;
-        if (line.ends_with('\r')) line.pop_back();
-        const std::vector<std::string_view> words = shell::words_of(line);
-        if (is_end(words)) return result;
-        if (is_command(words)) {
-            const int status = session.execute(line);
-            result = shell::worse_of(result, status);
-            if (status == shell::kExitBrokenPipe) return result;
+        const Lines::Event event = lines.next(line);
+        if (event == Lines::Event::kInterruption) {
+            std::fputs(prompting ? "\n" : "vsh: session interrupted\n", stderr);
+            if (!prompting) return shell::kExitInterrupted;
+        } else if (event == Lines::Event::kEnd || !execute_line(session, line, result)) {
+            return result;
         }
     }
 }
@@ -133,7 +156,7 @@ int execute_lines(Session &session, std::istream &lines) {
 int run(const Options &options) {
     export_options(options);
     Session session(options);
-    if (!options.command) return execute_lines(session, std::cin);
+    if (!options.command) return execute_lines(session);
     const std::vector<std::string_view> words = shell::words_of(*options.command);
     return is_command(words) && !is_end(words) ? session.execute(*options.command) : 0;
 }
@@ -147,7 +170,10 @@ int parse_and_run(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? 0 : shell::kExitUsage;
+        std::ostringstream help;
+        if (app.exit(error, help) != 0) return shell::kExitUsage;
+        std::fputs(help.str().c_str(), stdout);
+        return shell::flush_output() ? 0 : shell::kExitFailure;
     }
     return run(options);
 }
@@ -155,17 +181,20 @@ int parse_and_run(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
-    hold_standard_streams();
-    // The shell shares the position in its standard input with its children: a child that exits must not move it, as
-    // the C library would.
-    std::ios::sync_with_stdio(false);
     try {
+        hold_standard_streams();
+        signal(SIGCHLD, SIG_DFL); // the caller may ignore it, and then no child could be waited for
         return parse_and_run(argc, argv);
     } catch (const sim::DescriptionError &error) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
         return shell::kExitUsage;
+    } catch (const shell::LineTooLong &error) {
+        std::fprintf(stderr, "vsh: %s\n", error.what());
+        return shell::kExitUsage;
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "vsh: not enough memory\n");
     } catch (const std::exception &error) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
-        return shell::kExitFailure;
     }
+    return shell::kExitFailure;
 }

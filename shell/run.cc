@@ -1,6 +1,7 @@
 // A display command runs in a child process. The library keeps state from one command to the next and ends the process
 // when it is interrupted; a child per command gives each command a fresh library and lets the shell survive. The
-// child's last act is to write the exit code to a pipe, so that an empty pipe means an early end.
+// child's last act is to write the exit code to a pipe, so that an empty pipe means an early end. The child
+// never outlives its shell.
 #include "shell/run.h"
 
 #include <fcntl.h>
@@ -13,7 +14,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
+#include <new>
 #include <optional>
+
+#include "sim/child.h"
 
 namespace shell {
 namespace {
@@ -28,21 +33,62 @@ uint32_t unused_sap(const sim::Switch &sw) {
     return sap;
 }
 
-// Ignores SIGINT during its lifetime: an interruption is for the child, not for the shell that waits for it.
-class InterruptsIgnored {
+bool is_ignored(int signal) {
+    struct sigaction action = {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+// How the shell takes signals during the life of a child. An interruption is for the child, so the shell ignores it. A
+// signal that ends the shell is held back, so that the shell can end the child first. A signal that the shell's caller
+// ignores or blocks has no effect, as before.
+class SignalsDuringChild {
   public:
-    InterruptsIgnored() {
+    SignalsDuringChild() {
         struct sigaction ignore = {};
         ignore.sa_handler = SIG_IGN;
-        sigaction(SIGINT, &ignore, &before_);
+        sigaction(SIGINT, &ignore, &interruption_before_);
+        sigemptyset(&held_);
+        sigaddset(&held_, SIGCHLD);
+        sigprocmask(SIG_BLOCK, nullptr, &mask_before_);
+        for (const int signal : {SIGHUP, SIGTERM})
+            if (!is_ignored(signal) && sigismember(&mask_before_, signal) == 0) sigaddset(&held_, signal);
+        sigprocmask(SIG_BLOCK, &held_, nullptr);
+        allow_interruption(); // the kernel keeps a blocked signal even where it is ignored
     }
-    ~InterruptsIgnored() { restore(); }
-    InterruptsIgnored(const InterruptsIgnored &) = delete;
-    InterruptsIgnored &operator=(const InterruptsIgnored &) = delete;
-    void restore() { sigaction(SIGINT, &before_, nullptr); }
+    ~SignalsDuringChild() {
+        sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
+        sigaction(SIGINT, &interruption_before_, nullptr);
+    }
+    SignalsDuringChild(const SignalsDuringChild &) = delete;
+    SignalsDuringChild &operator=(const SignalsDuringChild &) = delete;
+
+    // The child takes all signals as the shell's caller wishes; a session blocks SIGINT only for itself.
+    void restore_in_child() {
+        sigaction(SIGINT, &interruption_before_, nullptr);
+        sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
+        allow_interruption();
+    }
+
+    // Wait for one of the held signals and return it, or -1.
+    int wait() const { return sigwaitinfo(&held_, nullptr); }
+
+    // Let the held signal end the shell.
+    [[noreturn]] void deliver(int signal) const {
+        raise(signal);
+        sigprocmask(SIG_UNBLOCK, &held_, nullptr);
+        _exit(128 + signal);
+    }
 
   private:
-    struct sigaction before_ = {};
+    static void allow_interruption() {
+        sigset_t interruption;
+        sigemptyset(&interruption);
+        sigaddset(&interruption, SIGINT);
+        sigprocmask(SIG_UNBLOCK, &interruption, nullptr);
+    }
+
+    struct sigaction interruption_before_ = {};
+    sigset_t held_ = {}, mask_before_ = {};
 };
 
 // What was printed goes out before what is said of it. Copying the configuration reports its outcome itself.
@@ -52,14 +98,23 @@ int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req) {
     return entry == copy_running_to_startup ? status : report_outcome(sw);
 }
 
+// An exception must not leave the child's part of the code, or the child would go on as a second shell.
+int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request) {
+    try {
+        return run_and_report(sw, entry, request.req);
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "vsh: not enough memory for the command\n");
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "vsh: %s\n", error.what());
+    }
+    return kExitFailure;
+}
+
 [[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report) {
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
-    int status = run_and_report(sw, entry, request.req);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fprintf(stderr, "vsh: cannot write: %s\n", std::strerror(errno));
-        status = kExitFailure;
-    }
+    int status = run_entry(sw, entry, request);
+    if (!flush_output()) status = kExitFailure;
     std::fflush(stderr);
     const ssize_t written = write(report, &status, sizeof status);
     _exit(written == sizeof status ? 0 : kExitFailure);
@@ -81,11 +136,26 @@ int explain_early_end(int wait_status) {
     return kExitInterrupted;
 }
 
-std::optional<int> wait_for(pid_t child) {
+std::optional<int> reap(pid_t child, int options) {
     int status = 0;
-    while (waitpid(child, &status, 0) < 0)
-        if (errno != EINTR) return std::nullopt;
-    return status;
+    pid_t ended = -1;
+    do
+        ended = waitpid(child, &status, options);
+    while (ended < 0 && errno == EINTR);
+    return ended == child ? std::optional(status) : std::nullopt;
+}
+
+// Wait for the child. If a signal ends the shell meanwhile, the child ends first: whoever waits for the shell then
+// finds the store unlocked. SIGKILL, because the library's handler of SIGHUP may choose to go on.
+std::optional<int> wait_for(pid_t child, const SignalsDuringChild &signals) {
+    for (;;) {
+        if (const std::optional<int> status = reap(child, WNOHANG)) return status;
+        const int signal = signals.wait();
+        if (signal < 0 || signal == SIGCHLD) continue;
+        kill(child, SIGKILL);
+        reap(child, 0);
+        signals.deliver(signal);
+    }
 }
 
 int report_failure(const char *what) {
@@ -95,21 +165,29 @@ int report_failure(const char *what) {
 
 } // namespace
 
+bool flush_output() {
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return true;
+    std::fprintf(stderr, "vsh: cannot write: %s\n", std::strerror(errno));
+    return false;
+}
+
 int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return report_failure("pipe");
     std::fflush(stdout); // or the child would print what it inherits once more
     std::fflush(stderr);
-    InterruptsIgnored ignored;
+    SignalsDuringChild signals;
+    const pid_t shell = getpid();
     const pid_t child = fork();
     if (child == 0) {
-        ignored.restore();
+        sim::end_with_parent(shell);
+        signals.restore_in_child();
         if (output != STDOUT_FILENO && dup2(output, STDOUT_FILENO) < 0) _exit(report_failure("dup2"));
         run_in_child(sw, entry, request, ends[1]);
     }
     int result = child < 0 ? report_failure("fork") : kExitFailure;
     close(ends[1]);
-    if (const std::optional<int> wait_status = child < 0 ? std::nullopt : wait_for(child)) {
+    if (const std::optional<int> wait_status = child < 0 ? std::nullopt : wait_for(child, signals)) {
         int status = 0;
         const bool reported = read(ends[0], &status, sizeof status) == sizeof status;
         result = reported ? status : explain_early_end(*wait_status);

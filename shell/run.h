@@ -7,9 +7,11 @@
 
 namespace shell {
 
+// Write out what standard output has buffered; false, after a message, if not all of the output could be written.
+bool flush_output();
+
 // Run the entry point in a child process with a transport handle of its own and the descriptor `output` as its standard
-// output, and wait for it. Returns the command's
-// exit code, or one for the way in which the child ended early.
+// output, and wait for it. Returns the command's exit code, or one for the way in which the child ended early.
 int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output);
 
 } // namespace shell

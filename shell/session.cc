@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <new>
 
 #include "shell/built_in_switch.h"
 #include "shell/command.h"
@@ -119,6 +120,9 @@ int Session::execute(const std::string &line) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
     } catch (const std::runtime_error &error) { // its store is unusable
         std::fprintf(stderr, "vsh: %s\n", error.what());
+        return kExitFailure;
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "vsh: not enough memory for the command\n");
         return kExitFailure;
     }
     return kExitUsage;

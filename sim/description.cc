@@ -3,16 +3,14 @@
 #include "sim/description.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <memory>
+#include <new>
 #include <utility>
 
 #include "platform/vdc.h"
 #include "sim/cfglib.h"
 #include "sim/cmdshell.h"
 #include "sim/description/document.h"
+#include "sim/description/file.h"
 #include "sim/description/interfaces.h"
 #include "sim/description/services.h"
 #include "sim/description/tables.h"
@@ -112,29 +110,28 @@ void read_switch(const Document &document, Switch &sw) {
     read_features(document, root["features"], sw);
 }
 
-std::string read_file(const std::string &path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
-    std::string text;
-    char block[4096];
-    while (file) {
-        const std::size_t got = std::fread(block, 1, sizeof block, file.get());
-        text.append(block, got);
-        if (got < sizeof block) break;
+// Name the description when memory runs out: its size is what the user can change.
+template <typename Function>
+void within_memory(const std::string &name, Function function) {
+    try {
+        function();
+    } catch (const std::bad_alloc &) {
+        throw DescriptionError(name + ": not enough memory to load the description");
     }
-    if (!file || std::ferror(file.get())) throw DescriptionError(path + ": " + std::strerror(errno));
-    return text;
 }
 
 } // namespace
 
 void load_description(Switch &sw, const std::string &path) {
-    load_description_text(sw, read_file(path), path);
+    within_memory(path, [&] { load_description_text(sw, read_description(path), path); });
 }
 
 void load_description_text(Switch &sw, const std::string &text, const std::string &name) {
-    clear_show_tables();
-    clear_callback_table();
-    read_switch(Document(name, text), sw);
+    within_memory(name, [&] {
+        clear_show_tables();
+        clear_callback_table();
+        read_switch(Document(name, text), sw);
+    });
 }
 
 } // namespace sim

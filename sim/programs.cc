@@ -13,6 +13,7 @@
 #include <filesystem>
 
 #include "platform/cfglib.h"
+#include "sim/child.h"
 #include "sim/switch.h"
 
 namespace sim {
@@ -36,9 +37,11 @@ int32_t start_and_wait(std::vector<std::string> words) {
         argv.push_back(word.data());
     argv.push_back(nullptr);
     std::fflush(nullptr);
+    const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child < 0) return -1;
     if (child == 0) {
+        end_with_parent(parent); // the kernel keeps this for the program
         ::execv(argv[0], argv.data());
         ::_exit(127); // as a shell reports a program that cannot be started
     }
