@@ -6,27 +6,25 @@
 #include <iterator>
 #include <string>
 
-#include "platform/sysmgr.h"
-
 namespace shell {
 namespace {
 
-std::string with_status(const char *text, uint32_t status) {
+std::string with_status(const sim::Switch &sw, const char *text, uint32_t status) {
     char code[16];
     std::snprintf(code, sizeof code, "0x%x", status);
-    return std::string(text) + " with status " + code + " (" + syserr2str(status) + ")";
+    return std::string(text) + " with status " + code + " (" + sw.error_text(status) + ")";
 }
 
 std::string part(const char *what, uint32_t received, uint32_t expected) {
     return std::to_string(received) + " of " + std::to_string(expected) + " " + what;
 }
 
-std::string reason(const qarn_outcome_service &service) {
+std::string reason(const sim::Switch &sw, const qarn_outcome_service &service) {
     switch (service.state) {
         case QARN_OUTCOME_SILENT:
             return "did not answer in time";
         case QARN_OUTCOME_FAILED:
-            return with_status("failed", service.status);
+            return with_status(sw, "failed", service.status);
         case QARN_OUTCOME_NOT_EXTRACTABLE:
             return "the parts of its reply do not fit together";
         case QARN_OUTCOME_CUT_SHORT:
@@ -39,7 +37,7 @@ std::string reason(const qarn_outcome_service &service) {
         case QARN_OUTCOME_NOT_LOADED:
             return "its function in a shared library cannot be loaded";
         case QARN_OUTCOME_CALL_FAILED:
-            return with_status("its function failed", service.status);
+            return with_status(sw, "its function failed", service.status);
         default:
             return "its function answered nothing";
     }
@@ -71,16 +69,16 @@ void report_loop(const sim::Switch &sw, const qarn_outcome &outcome) {
 }
 
 // Refusals after which a part was printed.
-void report_refusal(const qarn_outcome &outcome) {
+void report_refusal(const sim::Switch &sw, const qarn_outcome &outcome) {
     switch (outcome.refusal) {
         case QARN_OUTCOME_NO_INTERFACES:
-            return report_missing(with_status("the interface manager failed", outcome.status));
+            return report_missing(with_status(sw, "the interface manager failed", outcome.status));
         case QARN_OUTCOME_TRANSPORT:
             return report_missing("the functions of shared libraries were not called");
         case QARN_OUTCOME_NO_SWITCH_PROFILE:
             return report_missing("the configuration-sync manager gave no switch profile");
         case QARN_OUTCOME_FINAL_CALLBACK:
-            return report_missing(with_status("the final callback failed", outcome.status));
+            return report_missing(with_status(sw, "the final callback failed", outcome.status));
         case QARN_OUTCOME_PROGRAM:
             return report_missing("a program that prints a part ended with " + std::to_string(outcome.status));
         default:
@@ -107,14 +105,14 @@ int report_outcome(const sim::Switch &sw) {
     for (uint32_t i = 0; i < outcome.num_services; ++i) {
         const qarn_outcome_service &service = outcome.services[i];
         if (service.state == QARN_OUTCOME_ANSWERED) continue;
-        report_missing(name_of_service(sw, service.sap) + ": " + reason(service));
+        report_missing(name_of_service(sw, service.sap) + ": " + reason(sw, service));
     }
     if (outcome.consumers_left_out > 0) {
         report_missing(std::to_string(outcome.consumers_left_out) + " services beyond the first 256 were not asked");
     }
     report_loop(sw, outcome);
     if (outcome.verdict == QARN_OUTCOME_INCOMPLETE) {
-        report_refusal(outcome);
+        report_refusal(sw, outcome);
         return kExitIncomplete;
     }
     return outcome.refusal == QARN_OUTCOME_LOOP ? kExitLoop : kExitFailure;

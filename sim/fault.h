@@ -30,11 +30,11 @@ class LastRequest {
 };
 
 struct Faults {
-    uint32_t delay = 0;     // before the first fragment, in units of the receive time-out
-    uint32_t drip = 0;      // between two fragments, in the same units
-    uint32_t die_after = 0; // fragments after which it sends nothing more; 0: it sends all
-    bool twice = false;     // sends the answer a second time
-    bool bad_stamp = false; // its command messages have a wrong stamp
+    uint32_t delay = 0;                // before the first fragment, in units of the receive time-out
+    uint32_t drip = 0;                 // between two fragments, in the same units
+    uint32_t die_after = 0;            // fragments after which it sends nothing more; 0: it sends all
+    bool twice = false;                // sends the answer a second time
+    bool bad_stamp = false;            // its command messages have a wrong stamp
     std::optional<uint32_t> cut;       // bytes after which the reply ends; its fragments announce the whole reply
     std::optional<uint32_t> count;     // announced TLVs, in place of the true number
     std::optional<uint32_t> wrong_sap; // in its fragments, in place of its own

@@ -73,6 +73,7 @@ struct Switch : Script {
 
     Service &service(std::string name, uint32_t sap, uint32_t uuid);
     Service *find_service(std::string_view wanted);
+    std::string error_text(uint32_t code) const; // of a status
     const Interface *find_interface(uint32_t index) const;
     const Interface *find_interface(std::string_view wanted) const; // case-insensitive
 

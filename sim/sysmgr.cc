@@ -80,6 +80,15 @@ const char *text_or_null(const std::string &text) {
 
 } // namespace
 
+std::string Switch::error_text(uint32_t code) const {
+    if (const auto found = error_texts.find(code); found != error_texts.end()) return found->second;
+    for (const ErrorText &row : kErrorTexts)
+        if (row.code == code) return row.text;
+    char unknown[40];
+    std::snprintf(unknown, sizeof unknown, "unknown error 0x%x", code);
+    return unknown;
+}
+
 extern "C" {
 
 const char *sysmgrcmi_dir_get(uint32_t handle, uint32_t id, uint32_t zero) {
@@ -135,13 +144,9 @@ const char *srg_sw_ver_get(uint32_t first) {
 }
 
 const char *syserr2str(uint32_t code) {
-    const auto &error_texts = current().error_texts;
-    if (const auto found = error_texts.find(code); found != error_texts.end()) return found->second.c_str();
-    for (const ErrorText &row : kErrorTexts)
-        if (row.code == code) return row.text;
-    static char unknown[40];
-    std::snprintf(unknown, sizeof unknown, "unknown error 0x%x", code);
-    return unknown;
+    static std::string text; // until the next call
+    text = current().error_text(code);
+    return text.c_str();
 }
 
 } // extern "C"

@@ -42,7 +42,9 @@ TEST_F(Outcome, NamesWhatBecameOfEachService) {
     EXPECT_EQ(outcome(), "complete; 20 answered");
     sw.service("failing", 21, 2).status = 5;
     sw.service("silent", 22, 3).silent();
-    sw.service("broken", 23, 4).script = [](const auto &) { return test::line(4, "x\n").text("lost\n").reply().substr(0, 60); };
+    sw.service("broken", 23, 4).script = [](const auto &) {
+        return test::line(4, "x\n").text("lost\n").reply().substr(0, 60);
+    };
     sw.service("miscounted", 24, 5).replies(announce(test::line(5, "x\n"), 9));
     add_function(25, "gone", nullptr);
     add_function(26, "mute", [](const qarn_cb_args *) {});
