@@ -60,12 +60,13 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
 }
 
 void declare_help(CLI::App &app) {
-    app.footer(shell::list_of_commands() +
-               "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
-               "Empty lines and lines that begin with ! are skipped.\n"
-               "\nExit status: that of the command, 0 or 1; in a session, that of the last command that failed, or 0.\n"
-               "Also 1 if the switch description or the store is unusable; 2 for an unknown command or a wrong\n"
-               "argument; 130 after an interruption; 141 if nothing reads the output.");
+    app.footer(
+        shell::list_of_commands() +
+        "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
+        "Empty lines and lines that begin with ! are skipped.\n"
+        "\nExit status: that of the command, 0 or 1; in a session, that of the last command that failed, or 0.\n"
+        "Also 1 if the switch description is unusable, or the store is unusable or not what was saved; 2 for an\n"
+        "unknown command or a wrong argument; 130 after an interruption; 141 if nothing reads the output.");
 }
 
 // Open /dev/null for each of the three standard streams that the caller closed, so that no other file gets its number.

@@ -15,6 +15,8 @@
 #include <cstring>
 #include <optional>
 
+#include "shell/startup_display.h"
+
 namespace shell {
 namespace {
 
@@ -48,7 +50,7 @@ class InterruptsIgnored {
 [[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report) {
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
-    uint32_t status = entry(&request.req);
+    uint32_t status = status_of_display(request.req, entry(&request.req));
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
         std::fprintf(stderr, "vsh: cannot write: %s\n", std::strerror(errno));
         status = kExitFailure;
