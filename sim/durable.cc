@@ -1,4 +1,4 @@
-// Folders are opened without O_CREAT only to force their entries to the disk.
+// A write is complete once it is on the disk: fsync of a file for its bytes, of a folder for the names in it.
 #include "sim/durable.h"
 
 #include <fcntl.h>

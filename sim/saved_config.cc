@@ -89,9 +89,8 @@ std::vector<std::string> names_in(const std::string &folder) {
 
 // A name such as "007" does not belong to the service with SAP 7.
 bool is_in_manifest(const std::string &name) {
-    return std::ranges::any_of(manifest->services, [&](const Manifest::SavedService &service) {
-        return name == std::to_string(service.sap);
-    });
+    return std::ranges::any_of(
+        manifest->services, [&](const Manifest::SavedService &service) { return name == std::to_string(service.sap); });
 }
 
 void report_extra_files(const Switch &sw) {

@@ -1,5 +1,5 @@
-// What takes a shell that is still running: its command is interrupted, and others meet its lock on the store.
-// Everything else that a user meets is a case for run-cases.
+// What takes a shell that is still running: its command is interrupted or killed, and others meet its lock on the
+// store. Everything else that a user meets is a case for run-cases.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
