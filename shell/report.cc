@@ -6,6 +6,8 @@
 #include <iterator>
 #include <string>
 
+#include "sim/saved_config.h"
+
 namespace shell {
 namespace {
 
@@ -101,7 +103,7 @@ int worse_of(int code, int other) {
 
 int report_outcome(const sim::Switch &sw) {
     const qarn_outcome &outcome = *qarn_outcome_last();
-    if (outcome.verdict == QARN_OUTCOME_COMPLETE) return kExitComplete;
+    if (outcome.verdict == QARN_OUTCOME_COMPLETE) return sim::is_saved_config_whole() ? kExitComplete : kExitIncomplete;
     for (uint32_t i = 0; i < outcome.num_services; ++i) {
         const qarn_outcome_service &service = outcome.services[i];
         if (service.state == QARN_OUTCOME_ANSWERED) continue;

@@ -42,6 +42,12 @@ const sim::Vdc &active_vdc(const sim::Switch &sw, Value sim::Vdc::*member, const
     throw CommandError("unknown VDC " + name);
 }
 
+int run(sim::Switch &sw, EntryPoint entry, Request &request, int output) {
+    const int result = run_command(sw, entry, request, output);
+    if (entry == copy_running_to_startup && result >= kExitInterrupted) sim::remove_unfinished_save(sw);
+    return result;
+}
+
 } // namespace
 
 Session::Session(const Options &options) : options_(options) {
@@ -98,9 +104,9 @@ int Session::run_line(const std::string &line) {
     request.options.filter_mode = options_.filter_mode;
     request.options.script_mode = options_.script_mode;
     const EntryPoint entry = parse_command(line, *switch_, request);
-    if (!options_.output && !options_.fail_partial) return run_command(*switch_, entry, request, STDOUT_FILENO);
+    if (!options_.output && !options_.fail_partial) return run(*switch_, entry, request, STDOUT_FILENO);
     HeldOutput held(options_.output);
-    const int result = run_command(*switch_, entry, request, held.descriptor());
+    const int result = run(*switch_, entry, request, held.descriptor());
     if (result == kExitComplete) {
         held.publish();
     } else {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "sim/store.h"
+#include "sim/saved_config.h"
 #include "sim/switch.h"
 
 namespace sim {

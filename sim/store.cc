@@ -1,26 +1,23 @@
-// The saved configuration on disk. A save writes a new folder beside the old one and exchanges the two, so that a
-// reader finds either the old state or the new one. The lock is a kernel lock on an open file, so that other processes
-// see it, and it ends when its holder ends.
+// The layout of the store, and saving. A save writes a new folder beside the old one, forces it to the disk and
+// exchanges the two, so that a reader finds either the old state or the new one, also after a crash.
 #include "sim/store.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
+#include <signal.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <memory>
-#include <utility>
+#include <ctime>
+#include <string_view>
+#include <vector>
 
 #include "platform/vdc.h"
+#include "sim/durable.h"
+#include "sim/manifest.h"
 #include "sim/service_file.h"
 
 namespace sim {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::string_view kScheme = "readonly:";
 constexpr std::string_view kBinary = "/bin", kDebug = "/dbg"; // suffixes of the two URIs
@@ -29,64 +26,106 @@ std::string saved_folder(const std::string &folder) {
     return folder + "/startup-cfg";
 }
 
-std::string service_path(std::string_view binary_folder, uint32_t sap) {
-    return std::string(binary_folder) + '/' + std::to_string(sap);
+// Where a save writes.
+std::string fresh_folder(const std::string &store) {
+    return saved_folder(store) + ".new";
 }
 
-void write_file(const std::string &path, const Bytes &bytes) {
-    std::FILE *file = std::fopen(path.c_str(), "we");
-    const bool is_written = file != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    const bool is_closed = file != nullptr && std::fclose(file) == 0;
-    if (!is_written || !is_closed) throw StoreError("cannot write " + path + ": " + std::strerror(errno));
-}
-
-// Put the folder `fresh` in the place of `old`, and remove `old`.
-void replace_folder(const std::string &old, const std::string &fresh) {
-    if (!fs::exists(old)) return fs::rename(fresh, old);
-    if (::renameat2(AT_FDCWD, fresh.c_str(), AT_FDCWD, old.c_str(), RENAME_EXCHANGE) != 0)
-        throw StoreError("cannot replace " + old + ": " + std::strerror(errno));
-    std::error_code ignored; // the new configuration is in place; the next copy removes what is left of the old one
-    fs::remove_all(fresh, ignored);
-}
-
-void write_and_replace(const Switch &sw, const std::string &text) {
-    const std::string fresh = saved_folder(sw.store) + ".new", binary = fresh + std::string(kBinary);
-    fs::remove_all(fresh); // left by a process that was interrupted
-    fs::create_directories(binary);
-    write_file(fresh + "/system.cfg", text);
-    for (const Service &service : sw.services)
-        write_file(service_path(binary, service.sap), contents_of(service));
-    replace_folder(saved_folder(sw.store), fresh);
-}
-
-// The whole file; nothing when it does not exist.
-std::optional<Bytes> read_file(const std::string &path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
-    if (!file && errno == ENOENT) return {};
-    if (!file) throw DamagedFile();
-    Bytes bytes;
-    char block[4096];
-    while (const std::size_t got = std::fread(block, 1, sizeof block, file.get()))
-        bytes.append(block, got);
-    if (std::ferror(file.get()) != 0) throw DamagedFile();
-    return bytes;
-}
-
-std::vector<Element> read_elements(const std::string &path) {
-    const std::optional<Bytes> contents = read_file(path);
-    return contents ? elements_in(*contents) : std::vector<Element>();
-}
-
-// Open while this process holds the lock. Programs that it starts do not inherit it.
-int lock_file = -1;
-
-class HeldLock {
+// While this lives, signals that would end the process wait, and a file that grows too large is an error.
+class SignalsHeld {
   public:
-    HeldLock() = default;
-    ~HeldLock() { unlock_store(); }
-    HeldLock(const HeldLock &) = delete;
-    HeldLock &operator=(const HeldLock &) = delete;
+    SignalsHeld() {
+        sigemptyset(&held_);
+        for (const int signal : {SIGINT, SIGHUP, SIGTERM, SIGQUIT, SIGPIPE})
+            sigaddset(&held_, signal);
+        sigprocmask(SIG_BLOCK, &held_, &mask_before_);
+        struct sigaction ignore = {};
+        ignore.sa_handler = SIG_IGN;
+        sigaction(SIGXFSZ, &ignore, &size_before_);
+    }
+    ~SignalsHeld() {
+        sigaction(SIGXFSZ, &size_before_, nullptr);
+        sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
+    }
+    SignalsHeld(const SignalsHeld &) = delete;
+    SignalsHeld &operator=(const SignalsHeld &) = delete;
+
+    void throw_if_one_came() const {
+        sigset_t pending;
+        sigpending(&pending);
+        for (const int signal : {SIGINT, SIGHUP, SIGTERM, SIGQUIT, SIGPIPE})
+            if (sigismember(&pending, signal) == 1)
+                throw StoreError(std::string("interrupted by signal ") + std::to_string(signal) +
+                                 "; nothing was saved");
+    }
+
+  private:
+    sigset_t held_ = {}, mask_before_ = {};
+    struct sigaction size_before_ = {};
 };
+
+// A locked store with the folder for a new configuration. Its end releases the store, and if the new configuration did
+// not take its place, removes all that was made for it.
+class Saving {
+  public:
+    explicit Saving(const std::string &store) : store_(store) {
+        try {
+            make_folders(store, made_);
+            had_lock_ = ::access(lock_path(store).c_str(), F_OK) == 0;
+            lock_store(store, LockMode::kExclusive);
+        } catch (const StoreError &) {
+            remove_made_folders();
+            throw;
+        }
+    }
+    ~Saving() {
+        try {
+            remove_tree(fresh());
+        } catch (const StoreError &) { // the next save removes it
+        }
+        if (!is_done_ && !had_lock_) ::unlink(lock_path(store_).c_str());
+        unlock_store();
+        if (!is_done_) remove_made_folders();
+    }
+    Saving(const Saving &) = delete;
+    Saving &operator=(const Saving &) = delete;
+
+    std::string fresh() const { return fresh_folder(store_); }
+    void exchange() {
+        exchange_folder(saved_folder(store_), fresh());
+        is_done_ = true;
+        sync_folder(store_);
+    }
+
+  private:
+    void remove_made_folders() const {
+        for (auto folder = made_.rbegin(); folder != made_.rend(); ++folder)
+            ::rmdir(folder->c_str()); // another process may use it by now: then it is not empty, and stays
+    }
+
+    std::string store_;
+    std::vector<std::string> made_;
+    bool had_lock_ = false, is_done_ = false;
+};
+
+Manifest::SavedService write_service(const std::string &folder, const Service &service) {
+    const Bytes contents = contents_of(service);
+    write_file(service_path(folder, service.sap), contents);
+    return {service.sap, service.name, service.elements.size(), describe_file(contents)};
+}
+
+void write_configuration(const std::string &folder, const Switch &sw, const std::string &text) {
+    const std::string binary = folder + std::string(kBinary);
+    make_folder(folder);
+    make_folder(binary);
+    Manifest manifest{sw.name, sw.vdc, std::time(nullptr), describe_file(text), {}};
+    write_file(text_path(folder), text);
+    for (const Service &service : sw.services)
+        manifest.services.push_back(write_service(folder, service));
+    write_file(manifest_path(folder), manifest_text(manifest));
+    sync_folder(binary);
+    sync_folder(folder);
+}
 
 } // namespace
 
@@ -102,21 +141,16 @@ void use_store(Switch &sw, const std::string &folder) {
         throw StoreError("the path of the store is too long: " + folder);
 }
 
-uint32_t lock_store(const std::string &folder) {
-    if (lock_file >= 0) return 0;
-    const int file = ::open((folder + "/lock").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666);
-    if (file < 0) return kStatusStoreUnusable;
-    if (::flock(file, LOCK_EX | LOCK_NB) != 0) {
-        const bool is_held = errno == EWOULDBLOCK;
-        ::close(file);
-        return is_held ? kStatusStoreLocked : kStatusStoreUnusable;
-    }
-    lock_file = file;
-    return 0;
+std::string text_path(const std::string &saved_folder) {
+    return saved_folder + "/system.cfg";
 }
 
-void unlock_store() {
-    if (lock_file >= 0) ::close(std::exchange(lock_file, -1));
+std::string manifest_path(const std::string &saved_folder) {
+    return saved_folder + "/manifest";
+}
+
+std::string service_path(const std::string &saved_folder, uint32_t sap) {
+    return saved_folder + std::string(kBinary) + '/' + std::to_string(sap);
 }
 
 qarn_lock_response store_response(const Switch &sw) {
@@ -127,33 +161,30 @@ qarn_lock_response store_response(const Switch &sw) {
     return response;
 }
 
-void save_startup(const Switch &sw, const std::string &text) {
-    try {
-        fs::create_directories(sw.store);
-        if (const uint32_t status = lock_store(sw.store); status == kStatusStoreLocked)
-            throw StoreError("startup configuration is locked by another process");
-        else if (status != 0) // NOLINT(readability-else-after-return): the status is of this statement
-            throw StoreError("cannot lock " + sw.store + ": " + std::strerror(errno));
-        const HeldLock held;
-        write_and_replace(sw, text);
-    } catch (const fs::filesystem_error &error) {
-        throw StoreError(error.what());
-    }
-}
-
-Bytes answer_from_store(const Service &service, const qarn_cfg_req_msg &request) {
+std::string requested_folder(const qarn_cfg_req_msg &request) {
     std::string_view folder(request.startup_uri, strnlen(request.startup_uri, sizeof request.startup_uri));
     if (folder.starts_with(kScheme)) folder.remove_prefix(kScheme.size());
-    Service saved;
-    saved.sap = service.sap;
-    saved.uuid = service.uuid;
-    saved.faults.bad_stamp = service.faults.bad_stamp;
+    return std::string(folder);
+}
+
+void save_startup(const Switch &sw, const std::string &text) {
+    const SignalsHeld signals;
+    Saving saving(sw.store);
+    remove_tree(saving.fresh()); // left by a process that was killed
+    write_configuration(saving.fresh(), sw, text);
+    signals.throw_if_one_came();
+    saving.exchange();
+}
+
+void remove_unfinished_save(const Switch &sw) {
+    const std::string left = fresh_folder(sw.store);
+    if (::access(left.c_str(), F_OK) != 0) return;
     try {
-        saved.elements = read_elements(service_path(std::string(folder) + std::string(kBinary), service.sap));
-    } catch (const DamagedFile &) {
-        saved.status = kStatusStoreDamaged;
+        lock_store(sw.store, LockMode::kExclusive);
+        remove_tree(left);
+    } catch (const StoreError &) { // the next save removes it
     }
-    return answer_from_elements(saved, request);
+    unlock_store();
 }
 
 } // namespace sim

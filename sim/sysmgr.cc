@@ -2,9 +2,11 @@
 // and the texts of the error codes. A response of an exchange lives until the next exchange.
 #include "platform/sysmgr.h"
 
+#include <cstdio>
 #include <cstring>
-#include <filesystem>
+#include <memory>
 
+#include "sim/saved_config.h"
 #include "sim/store.h"
 #include "sim/switch.h"
 
@@ -30,13 +32,22 @@ constexpr ErrorText kErrorTexts[] = {
 // One block per response, so that sanitizers find a use after the next exchange.
 std::unique_ptr<unsigned char[]> last_response;
 
-// Lock or release the store on disk, if there is one.
+// Lock or release the store on disk, if there is one. The status has no room for the holder of the lock.
 uint32_t move_lock(const Switch &sw, const void *request) {
     if (sw.store.empty()) return 0;
     qarn_lock_request wanted;
     std::memcpy(&wanted, request, sizeof wanted);
-    if (wanted.lock != 0) return lock_store(sw.store);
-    unlock_store();
+    if (wanted.lock == 0) {
+        unlock_store();
+        return 0;
+    }
+    try {
+        lock_store(sw.store, LockMode::kShared);
+    } catch (const LockError &error) {
+        std::fprintf(stderr, "store: %s\n", error.what());
+        return error.status;
+    }
+    open_saved_config(sw);
     return 0;
 }
 
@@ -68,10 +79,18 @@ std::string describe_request(uint32_t opcode, const void *request, uint32_t leng
     return {text, strnlen(text, length)};
 }
 
-// The library treats a folder that it cannot read as present, so a missing folder must not be returned.
-bool is_missing_in_store(const Switch &sw, const std::string &folder) {
-    std::error_code error;
-    return !sw.store.empty() && std::filesystem::status(folder, error).type() == std::filesystem::file_type::not_found;
+// The library treats a folder that it cannot read as present, so a missing folder must not be returned. The text lives
+// until the next call.
+const std::string &binary_folder(const Switch &sw) {
+    static std::string folder;
+    folder = sw.store.empty() ? sw.bin_startup_dir : folder_of_services(sw);
+    return folder;
+}
+
+// The library looks for the text first, once per display.
+const std::string &text_folder(const Switch &sw) {
+    if (!sw.store.empty()) begin_startup_display(sw);
+    return sw.ascii_startup_dir;
 }
 
 const char *text_or_null(const std::string &text) {
@@ -94,9 +113,8 @@ extern "C" {
 const char *sysmgrcmi_dir_get(uint32_t handle, uint32_t id, uint32_t zero) {
     Switch &sw = current();
     if (sw.enter("sysmgrcmi_dir_get", "%u, %u, %u", handle, id, zero)) return nullptr;
-    if (id == SYSMGR_DIR_ASCII_STARTUP) return text_or_null(sw.ascii_startup_dir);
-    if (id == SYSMGR_DIR_BIN_STARTUP && !is_missing_in_store(sw, sw.bin_startup_dir))
-        return text_or_null(sw.bin_startup_dir);
+    if (id == SYSMGR_DIR_ASCII_STARTUP) return text_or_null(text_folder(sw));
+    if (id == SYSMGR_DIR_BIN_STARTUP) return text_or_null(binary_folder(sw));
     return nullptr;
 }
 

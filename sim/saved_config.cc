@@ -1,0 +1,219 @@
+// The manifest is read once per display, under the lock. A service is compared with it when the service answers.
+#include "sim/saved_config.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "sim/manifest.h"
+#include "sim/notation.h"
+#include "sim/service_file.h"
+#include "sim/store.h"
+
+namespace sim {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kCopyAgain[] = "; save the configuration again with \"copy running-config startup-config\"";
+
+// Of the current display.
+std::optional<Manifest> manifest;
+bool is_whole = true;
+
+void report(const std::string &path, const std::string &what) {
+    std::fprintf(stderr, "store: %s: %s\n", path.c_str(), what.c_str());
+    is_whole = false;
+}
+
+struct Unreadable {
+    int error;
+};
+
+// The whole file.
+Bytes read_file(const std::string &path) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
+    if (!file) throw Unreadable{errno};
+    Bytes bytes;
+    char block[4096];
+    while (const std::size_t got = std::fread(block, 1, sizeof block, file.get()))
+        bytes.append(block, got);
+    if (std::ferror(file.get()) != 0) throw Unreadable{errno};
+    return bytes;
+}
+
+std::string owner(const std::string &switch_name, uint32_t vdc) {
+    return "switch " + sim::quoted(switch_name) + ", VDC " + std::to_string(vdc);
+}
+
+std::string label(const Manifest::SavedService &service) {
+    return "service " + sim::quoted(service.name) + " (SAP " + std::to_string(service.sap) + ')';
+}
+
+// A manifest of another switch is used too: a switch may have got a new name.
+std::optional<Manifest> read_manifest(const Switch &sw) {
+    const std::string path = manifest_path(sw.ascii_startup_dir);
+    std::optional<Manifest> read;
+    try {
+        read = parse_manifest(read_file(path));
+    } catch (const Unreadable &unreadable) {
+        report(path, std::string(std::strerror(unreadable.error)) + kCopyAgain);
+        return {};
+    }
+    if (!read) {
+        report(path, std::string("is not what was saved") + kCopyAgain);
+    } else if (read->switch_name != sw.name || read->vdc != sw.vdc) {
+        report(path, "was saved by " + owner(read->switch_name, read->vdc) + ", not by " + owner(sw.name, sw.vdc));
+    }
+    return read;
+}
+
+// The names of all entries of a folder, in order; none if it cannot be read.
+std::vector<std::string> names_in(const std::string &folder) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        names.push_back(entry->path().filename());
+    std::ranges::sort(names);
+    return names;
+}
+
+// A name such as "007" does not belong to the service with SAP 7.
+bool is_in_manifest(const std::string &name) {
+    return std::ranges::any_of(
+        manifest->services, [&](const Manifest::SavedService &service) { return name == std::to_string(service.sap); });
+}
+
+void report_extra_files(const Switch &sw) {
+    for (const std::string &name : names_in(sw.bin_startup_dir))
+        if (!is_in_manifest(name)) report(sw.bin_startup_dir + '/' + name, "is not in the manifest");
+}
+
+void report_unknown_services(const Switch &sw) {
+    for (const Manifest::SavedService &saved : manifest->services)
+        if (std::ranges::find(sw.services, saved.sap, &Service::sap) == sw.services.end())
+            report(service_path(sw.ascii_startup_dir, saved.sap), label(saved) + " is not part of this switch");
+}
+
+// The header's time of saving comes from the text.
+void compare_text(const Switch &sw) {
+    const std::string path = text_path(sw.ascii_startup_dir);
+    try {
+        const std::string wrong = difference(manifest->text, read_file(path));
+        if (!wrong.empty()) report(path, wrong);
+    } catch (const Unreadable &unreadable) {
+        report(path, std::strerror(unreadable.error));
+    }
+}
+
+std::string decode(const Bytes &contents, std::vector<Element> &elements) {
+    try {
+        elements = elements_in(contents);
+    } catch (const DamagedFile &) {
+        return "cannot be decoded";
+    }
+    return "";
+}
+
+// What is wrong with the contents of a service's file; empty if nothing is. Stores the elements.
+std::string compare(const Manifest::SavedService &saved, const Service &service, const Bytes &contents,
+                    std::vector<Element> &elements) {
+    if (saved.name != service.name) return "is not the file of service " + sim::quoted(service.name);
+    if (std::string wrong = difference(saved.file, contents); !wrong.empty()) return wrong;
+    if (std::string wrong = decode(contents, elements); !wrong.empty()) return wrong;
+    return elements.size() != saved.elements ? "has another number of elements than the manifest" : "";
+}
+
+// False, after a report, if the elements are not those that were saved.
+bool read_elements(const std::string &path, const Service &service, std::vector<Element> &elements) {
+    const Manifest::SavedService *const saved = manifest ? manifest->find(service.sap) : nullptr;
+    std::string wrong;
+    try {
+        const Bytes contents = read_file(path);
+        wrong = saved != nullptr ? compare(*saved, service, contents, elements) : decode(contents, elements);
+    } catch (const Unreadable &unreadable) {
+        wrong = std::strerror(unreadable.error);
+    }
+    if (!wrong.empty()) report(path, (saved != nullptr ? label(*saved) + ": " : "") + wrong);
+    return wrong.empty();
+}
+
+// A file that the manifest does not list was reported when the configuration was opened. Without a manifest, which was
+// reported too, each file counts.
+bool read_service(const std::string &folder, const Service &service, std::vector<Element> &elements) {
+    const std::string path = service_path(folder, service.sap);
+    if (manifest && manifest->find(service.sap) != nullptr) return read_elements(path, service, elements);
+    const bool is_missing = ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+    return is_missing || (!manifest && read_elements(path, service, elements));
+}
+
+bool lists_services(const Switch &sw) {
+    try {
+        const std::optional<Manifest> read = parse_manifest(read_file(manifest_path(sw.ascii_startup_dir)));
+        return !read || !read->services.empty();
+    } catch (const Unreadable &unreadable) {
+        return unreadable.error != ENOENT;
+    }
+}
+
+} // namespace
+
+void begin_startup_display(const Switch &sw) {
+    is_whole = true;
+    for (const std::string &folder : {sw.store, sw.ascii_startup_dir}) {
+        std::error_code error;
+        const fs::file_status status = fs::status(folder, error);
+        if (folder == sw.ascii_startup_dir && status.type() == fs::file_type::not_found) return; // nothing saved yet
+        if (!error && !fs::is_directory(status)) error = std::make_error_code(std::errc::not_a_directory);
+        if (!error && ::access(folder.c_str(), R_OK | X_OK) != 0) error = {errno, std::generic_category()};
+        if (error) return report(folder, error.message());
+    }
+    if (::access(text_path(sw.ascii_startup_dir).c_str(), F_OK) != 0)
+        report(text_path(sw.ascii_startup_dir), std::strerror(errno));
+}
+
+std::string folder_of_services(const Switch &sw) {
+    std::error_code error;
+    const bool is_missing = fs::status(sw.bin_startup_dir, error).type() == fs::file_type::not_found;
+    const std::vector<std::string> names = names_in(sw.bin_startup_dir);
+    const bool is_empty = std::ranges::all_of(names, [](const std::string &name) { return name.starts_with('.'); });
+    if (!is_empty || (error && !is_missing)) return sw.bin_startup_dir;
+    // The library shows the text when the services saved nothing, which is not so if only their files are gone. The
+    // folder above them then takes their place, since the library counts its entries.
+    if (lists_services(sw)) return sw.ascii_startup_dir;
+    return is_missing ? "" : sw.bin_startup_dir;
+}
+
+void open_saved_config(const Switch &sw) {
+    manifest = read_manifest(sw);
+    if (!manifest) return;
+    compare_text(sw);
+    report_extra_files(sw);
+    report_unknown_services(sw);
+}
+
+bool is_saved_config_whole() {
+    return is_whole;
+}
+
+Bytes answer_from_store(const Service &service, const qarn_cfg_req_msg &request) {
+    Service saved;
+    saved.sap = service.sap;
+    saved.uuid = service.uuid;
+    saved.faults.bad_stamp = service.faults.bad_stamp;
+    if (!read_service(requested_folder(request), service, saved.elements)) {
+        saved.elements.clear();
+        saved.status = kStatusStoreDamaged;
+    }
+    return answer_from_elements(saved, request);
+}
+
+} // namespace sim
