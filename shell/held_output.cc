@@ -1,5 +1,5 @@
-// A file is written under another name in its folder, synchronized and renamed, so that a reader finds the old text or
-// the whole new one, after a power failure too.
+// A file is written without a name on the disk of its folder, then synchronized, given a temporary name and renamed. A
+// reader finds the old text or the whole new one, after a power failure too, and a shell that is killed leaves nothing.
 #include "shell/held_output.h"
 
 #include <fcntl.h>
@@ -51,6 +51,26 @@ void sync_folder(const std::string &path) {
     if (!is_synced) fail(path);
 }
 
+// Some file systems know no file without a name. There the file has its temporary name from the start.
+int open_beside(const std::string &path, std::string &temporary) {
+    const int file = open(folder_of(path).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (file >= 0) return file;
+    temporary = path + ".XXXXXX";
+    const int named = mkostemp(temporary.data(), O_CLOEXEC);
+    if (named < 0) temporary.clear();
+    return named;
+}
+
+// Gives a file without a name one that no other file has.
+std::string link_beside(const std::string &path, int file) {
+    const std::string self = "/proc/self/fd/" + std::to_string(file);
+    for (int attempt = 0;; ++attempt) {
+        std::string name = path + '.' + std::to_string(getpid()) + '.' + std::to_string(attempt);
+        if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) return name;
+        if (errno != EEXIST) fail(path);
+    }
+}
+
 } // namespace
 
 HeldOutput::HeldOutput(const std::optional<std::string> &path) {
@@ -62,9 +82,7 @@ HeldOutput::HeldOutput(const std::optional<std::string> &path) {
     name_ = *path;
     path_ = target_of(name_);
     const mode_t mode = mode_for(path_);
-    temporary_ = path_ + ".XXXXXX";
-    descriptor_ = mkostemp(temporary_.data(), O_CLOEXEC);
-    if (descriptor_ < 0) temporary_.clear();
+    descriptor_ = open_beside(path_, temporary_);
     if (descriptor_ < 0 || fchmod(descriptor_, mode) != 0) fail(path_);
 }
 
@@ -78,7 +96,9 @@ void HeldOutput::publish() {
 }
 
 void HeldOutput::replace_file() {
-    if (fsync(descriptor_) != 0 || rename(temporary_.c_str(), path_.c_str()) != 0) fail(path_);
+    if (fsync(descriptor_) != 0) fail(path_);
+    if (temporary_.empty()) temporary_ = link_beside(path_, descriptor_);
+    if (rename(temporary_.c_str(), path_.c_str()) != 0) fail(path_);
     temporary_.clear();
     sync_folder(path_);
 }

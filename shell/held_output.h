@@ -28,7 +28,7 @@ class HeldOutput {
     void copy_to_standard_output() const;
 
     std::string name_;             // as the user gave it; empty for standard output
-    std::string path_, temporary_; // temporary_ is empty once it is in its place
+    std::string path_, temporary_; // temporary_ is empty as long as, and again when, no file has that name
     int descriptor_;
 };
 
