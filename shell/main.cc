@@ -34,9 +34,17 @@ using shell::Lines;
 using shell::Options;
 using shell::Session;
 
+constexpr double kLongestDeadline = 1e9;
+
 // A check of CLI11: an empty text or what is wrong.
 std::string path_given(const std::string &path) {
     return path.empty() ? "needs a path" : "";
+}
+
+std::string seconds_given(const std::string &text) {
+    double seconds = 0;
+    const bool is_number = CLI::detail::lexical_cast(text, seconds);
+    return is_number && seconds > 0 && seconds <= kLongestDeadline ? "" : "needs a number of seconds above 0";
 }
 
 void declare_session_options(CLI::App &app, Options &options) {
@@ -76,6 +84,11 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
         ->type_name("MS")
         ->check(CLI::Range(1u, 60000u).description(""))
         ->envname("VSH_TIMEOUT_UNIT");
+    app.add_option("--deadline", options.deadline,
+                   "seconds that a command may take; what has not arrived by then is missing (default: no limit)")
+        ->type_name("SECONDS")
+        ->check(seconds_given)
+        ->envname("VSH_DEADLINE");
 }
 
 void declare_help(CLI::App &app) {

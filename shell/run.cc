@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -69,8 +70,13 @@ class SignalsDuringChild {
         allow_interruption();
     }
 
-    // Wait for one of the held signals and return it, or -1.
-    int wait() const { return sigwaitinfo(&held_, nullptr); }
+    // Wait for one of the held signals and return it, or -1 at an interruption or after `limit`, if there is one.
+    int wait(std::optional<std::chrono::nanoseconds> limit) const {
+        if (!limit) return sigwaitinfo(&held_, nullptr);
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(*limit);
+        const struct timespec time = {seconds.count(), (*limit - seconds).count()};
+        return sigtimedwait(&held_, nullptr, &time);
+    }
 
     // Let the held signal end the shell.
     [[noreturn]] void deliver(int signal) const {
@@ -110,7 +116,10 @@ int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request) {
     return kExitFailure;
 }
 
-[[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report) {
+[[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report,
+                               const Deadline &deadline) {
+    export_deadline(deadline);
+    sw.transport.deadline = deadline;
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
     int status = run_entry(sw, entry, request);
@@ -120,12 +129,28 @@ int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request) {
     _exit(written == sizeof status ? 0 : kExitFailure);
 }
 
+// How long the shell waits for a child after the deadline, for its part of the output and its report.
+constexpr std::chrono::seconds kGrace(2);
+
+std::optional<std::chrono::nanoseconds> time_left(const Deadline &deadline) {
+    if (!deadline) return {};
+    return std::max(*deadline + kGrace - std::chrono::steady_clock::now(), std::chrono::nanoseconds(0));
+}
+
+bool is_overdue(const Deadline &deadline) {
+    return deadline && time_left(deadline)->count() == 0;
+}
+
 bool stdout_has_no_reader() {
     struct pollfd out = {STDOUT_FILENO, POLLOUT, 0};
     return poll(&out, 1, 0) == 1 && (out.revents & POLLERR) != 0;
 }
 
-int explain_early_end(int wait_status) {
+int explain_early_end(int wait_status, const Deadline &deadline) {
+    if (is_overdue(deadline) && WIFSIGNALED(wait_status) && WTERMSIG(wait_status) == SIGKILL) {
+        std::fprintf(stderr, "vsh: incomplete: the command was ended, because it went on after its deadline\n");
+        return kExitIncomplete;
+    }
     if (WIFSIGNALED(wait_status)) {
         const int signal = WTERMSIG(wait_status);
         std::fprintf(stderr, "vsh: command interrupted by signal %d (%s)\n", signal, strsignal(signal));
@@ -147,13 +172,15 @@ std::optional<int> reap(pid_t child, int options) {
 
 // Wait for the child. If a signal ends the shell meanwhile, the child ends first: whoever waits for the shell then
 // finds the store unlocked. SIGKILL, because the library's handler of SIGHUP may choose to go on.
-std::optional<int> wait_for(pid_t child, const SignalsDuringChild &signals) {
+std::optional<int> wait_for(pid_t child, const SignalsDuringChild &signals, const Deadline &deadline) {
     for (;;) {
         if (const std::optional<int> status = reap(child, WNOHANG)) return status;
-        const int signal = signals.wait();
-        if (signal < 0 || signal == SIGCHLD) continue;
+        const int signal = signals.wait(time_left(deadline));
+        const bool is_to_end = is_overdue(deadline) || (signal > 0 && signal != SIGCHLD);
+        if (!is_to_end) continue;
         kill(child, SIGKILL);
-        reap(child, 0);
+        const std::optional<int> status = reap(child, 0);
+        if (signal < 0 || signal == SIGCHLD) return status;
         signals.deliver(signal);
     }
 }
@@ -171,7 +198,7 @@ bool flush_output() {
     return false;
 }
 
-int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output) {
+int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return report_failure("pipe");
     std::fflush(stdout); // or the child would print what it inherits once more
@@ -183,14 +210,14 @@ int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output)
         sim::end_with_parent(shell);
         signals.restore_in_child();
         if (output != STDOUT_FILENO && dup2(output, STDOUT_FILENO) < 0) _exit(report_failure("dup2"));
-        run_in_child(sw, entry, request, ends[1]);
+        run_in_child(sw, entry, request, ends[1], deadline);
     }
     int result = child < 0 ? report_failure("fork") : kExitFailure;
     close(ends[1]);
-    if (const std::optional<int> wait_status = child < 0 ? std::nullopt : wait_for(child, signals)) {
+    if (const std::optional<int> wait_status = child < 0 ? std::nullopt : wait_for(child, signals, deadline)) {
         int status = 0;
         const bool reported = read(ends[0], &status, sizeof status) == sizeof status;
-        result = reported ? status : explain_early_end(*wait_status);
+        result = reported ? status : explain_early_end(*wait_status, deadline);
     }
     close(ends[0]);
     return result;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "shell/command.h"
+#include "shell/deadline.h"
 #include "shell/report.h"
 #include "sim/switch.h"
 
@@ -11,7 +12,8 @@ namespace shell {
 bool flush_output();
 
 // Run the entry point in a child process with a transport handle of its own and the descriptor `output` as its standard
-// output, and wait for it. Returns the command's exit code, or one for the way in which the child ended early.
-int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output);
+// output, and wait for it. Returns the command's exit code, or one for the way in which the child ended early. At the
+// deadline the command stops waiting for services; if it still does not end, it is killed.
+int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline);
 
 } // namespace shell

@@ -42,8 +42,8 @@ const sim::Vdc &active_vdc(const sim::Switch &sw, Value sim::Vdc::*member, const
     throw CommandError("unknown VDC " + name);
 }
 
-int run(sim::Switch &sw, EntryPoint entry, Request &request, int output) {
-    const int result = run_command(sw, entry, request, output);
+int run(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline) {
+    const int result = run_command(sw, entry, request, output, deadline);
     if (entry == copy_running_to_startup && result >= kExitInterrupted) sim::remove_unfinished_save(sw);
     return result;
 }
@@ -104,9 +104,10 @@ int Session::run_line(const std::string &line) {
     request.options.filter_mode = options_.filter_mode;
     request.options.script_mode = options_.script_mode;
     const EntryPoint entry = parse_command(line, *switch_, request);
-    if (!options_.output && !options_.fail_partial) return run(*switch_, entry, request, STDOUT_FILENO);
+    const Deadline deadline = deadline_in(options_.deadline);
+    if (!options_.output && !options_.fail_partial) return run(*switch_, entry, request, STDOUT_FILENO, deadline);
     HeldOutput held(options_.output);
-    const int result = run(*switch_, entry, request, held.descriptor());
+    const int result = run(*switch_, entry, request, held.descriptor(), deadline);
     if (result == kExitComplete) {
         held.publish();
     } else {

@@ -22,6 +22,7 @@ struct Options {
     bool fail_partial = false;         // print nothing unless the configuration is complete
     std::optional<std::string> output; // file for the configuration, replaced only by a complete one
     uint32_t timeout_unit = 1000;      // milliseconds
+    std::optional<double> deadline;    // seconds that a command may take
 };
 
 class Session {

@@ -140,9 +140,10 @@ void wait_for_message(const Transport::Endpoint &endpoint, uint32_t opcode, uint
     const auto arrival = next_arrival(endpoint, opcode);
     if (arrival && (timeout == 0 || *arrival - transport.now <= timeout))
         return transport.wait(*arrival - transport.now);
-    while (timeout == 0)
+    if (timeout != 0) return transport.wait(timeout);
+    if (transport.deadline) return std::this_thread::sleep_until(*transport.deadline);
+    for (;;)
         ::pause(); // only a signal that ends the process ends the wait
-    transport.wait(timeout);
 }
 
 int32_t fail(int error) {
@@ -159,8 +160,13 @@ uint32_t Transport::open(uint32_t sap) {
 }
 
 void Transport::wait(uint64_t units) {
-    now += units;
-    std::this_thread::sleep_for(unit * units);
+    const auto end = std::chrono::steady_clock::now() + unit * units;
+    if (!deadline || end <= *deadline) {
+        now += units;
+        std::this_thread::sleep_until(end);
+    } else { // what would arrive later never does
+        std::this_thread::sleep_until(*deadline);
+    }
 }
 
 void Transport::deliver(uint32_t handle, uint32_t opcode, Bytes payload) {

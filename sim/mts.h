@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <vector>
 
 #include <qarncli/message.h>
@@ -28,7 +29,10 @@ struct Transport : TransportRecord {
     // The transport's clock, in units. Only waiting moves it, so that the order of arrival does not depend on the
     // machine's speed.
     uint64_t now = 0;
-    void wait(uint64_t units); // until a signal ends the process, or for so many units
+    // No receive waits beyond this moment of the real clock. A command that asks many services, or services that send
+    // slowly, waits for many time-outs.
+    std::optional<std::chrono::steady_clock::time_point> deadline;
+    void wait(uint64_t units); // or until the deadline
 
     // Open a handle with a SAP of its own.
     uint32_t open(uint32_t sap);
