@@ -28,7 +28,8 @@ Deadline inherited_deadline() {
 Deadline deadline_in(std::optional<double> seconds) {
     const Deadline inherited = inherited_deadline();
     if (!seconds) return inherited;
-    const auto own = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(*seconds));
+    const auto own =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(*seconds));
     return inherited ? std::min(own, *inherited) : own;
 }
 
