@@ -75,6 +75,8 @@ void report_refusal(const sim::Switch &sw, const qarn_outcome &outcome) {
     switch (outcome.refusal) {
         case QARN_OUTCOME_NO_INTERFACES:
             return report_missing(with_status(sw, "the interface manager failed", outcome.status));
+        case QARN_OUTCOME_STORE_REFUSED:
+            return report_missing(with_status(sw, "releasing the startup store failed", outcome.status));
         case QARN_OUTCOME_TRANSPORT:
             return report_missing("the functions of shared libraries were not called");
         case QARN_OUTCOME_NO_SWITCH_PROFILE:
@@ -83,6 +85,14 @@ void report_refusal(const sim::Switch &sw, const qarn_outcome &outcome) {
             return report_missing(with_status(sw, "the final callback failed", outcome.status));
         case QARN_OUTCOME_PROGRAM:
             return report_missing("a program that prints a part ended with " + std::to_string(outcome.status));
+        case QARN_OUTCOME_NO_MEMORY:
+            return report_missing("memory ran out");
+        case QARN_OUTCOME_NOT_RENDERED:
+            return report_missing("a command of an interface could not be rendered");
+        case QARN_OUTCOME_NOT_MERGED:
+            return report_missing("an interface could not be merged with its port profile");
+        case QARN_OUTCOME_NO_MEMBERS:
+            return report_missing(with_status(sw, "the port-channel manager failed", outcome.status));
         default:
             return;
     }
@@ -111,6 +121,9 @@ int report_outcome(const sim::Switch &sw) {
     }
     if (outcome.consumers_left_out > 0) {
         report_missing(std::to_string(outcome.consumers_left_out) + " services beyond the first 256 were not asked");
+    }
+    if (outcome.interfaces_left_out > 0) {
+        report_missing(std::to_string(outcome.interfaces_left_out) + " interfaces beyond the first 20000 have no text");
     }
     report_loop(sw, outcome);
     if (outcome.verdict == QARN_OUTCOME_INCOMPLETE) {

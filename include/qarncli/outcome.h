@@ -25,14 +25,17 @@ enum {
     QARN_OUTCOME_NO_SERVICES,       /* there is no service to ask */
     QARN_OUTCOME_NO_STARTUP,        /* no startup configuration is present */
     QARN_OUTCOME_NO_BINARY_STARTUP, /* only its text is, which this display cannot use */
-    QARN_OUTCOME_STORE_REFUSED,     /* the startup store could not be locked; status */
-    QARN_OUTCOME_NO_MEMORY,
+    QARN_OUTCOME_STORE_REFUSED,     /* the startup store could not be locked or released; status */
+    QARN_OUTCOME_NO_MEMORY,         /* for the command, or for a part of what it prints */
     QARN_OUTCOME_TRANSPORT,         /* sending or receiving failed; status */
     QARN_OUTCOME_LOOP,              /* elements wait for each other; loop_pass and the elements */
     QARN_OUTCOME_NO_SWITCH_PROFILE, /* the configuration-sync manager failed; status, 0 if it gave no answer */
     QARN_OUTCOME_FINAL_CALLBACK,    /* the platform's final callback failed; status */
     QARN_OUTCOME_NO_VDCS,           /* the VDC manager failed; status */
-    QARN_OUTCOME_PROGRAM            /* a program that prints a part failed: cat, or a VDC's shell */
+    QARN_OUTCOME_PROGRAM,           /* a program that prints a part failed: cat, or a VDC's shell */
+    QARN_OUTCOME_NOT_RENDERED,      /* the shell gave no text for a command message */
+    QARN_OUTCOME_NOT_MERGED,        /* the port-profile manager gave no text for an interface */
+    QARN_OUTCOME_NO_MEMBERS         /* the port-channel manager failed; status */
 };
 
 /* What became of a service. */

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 #include "base/owner.h"
 
@@ -13,7 +14,8 @@ namespace qarn {
 template <typename T>
 class Array {
   public:
-    explicit Array(std::size_t size) : values_(allocate<T>(std::max(size, std::size_t{1}) * sizeof(T))) {}
+    explicit Array(std::size_t size)
+        : values_(static_cast<T *>(std::malloc(std::max(size, std::size_t{1}) * sizeof(T)))) {}
 
     explicit operator bool() const { return values_ != nullptr; }
     T &operator[](std::size_t at) { return values_.get()[at]; }

@@ -16,10 +16,15 @@ struct Free {
 template <typename T>
 using Malloced = std::unique_ptr<T, Free>;
 
+// Set by a failed allocation: what the record was for is missing. The outcome of a command resets and reads it.
+inline bool memory_ran_out = false;
+
 // An uninitialised record of `size` bytes, or null if memory runs out.
 template <typename T>
 Malloced<T> allocate(std::size_t size = sizeof(T)) {
-    return Malloced<T>(static_cast<T *>(std::malloc(size)));
+    Malloced<T> record(static_cast<T *>(std::malloc(size)));
+    if (!record) memory_ran_out = true;
+    return record;
 }
 
 struct FreeString {

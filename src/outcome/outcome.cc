@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/owner.h"
+
 namespace qarn {
 namespace {
 
@@ -51,6 +53,7 @@ bool all_answered() {
 
 void begin_outcome() {
     release(record);
+    memory_ran_out = false;
 }
 
 OutcomeRecord take_outcome() {
@@ -75,6 +78,7 @@ void note_printed() {
 
 void conclude_outcome() {
     qarn_outcome &outcome = record.outcome;
+    if (memory_ran_out) note_refusal(QARN_OUTCOME_NO_MEMORY);
     if (!record.is_printed) {
         outcome.verdict = QARN_OUTCOME_NOTHING;
         return;

@@ -18,6 +18,7 @@
 #include "base/bytes.h"
 #include "base/owner.h"
 #include "base/trace.h"
+#include "outcome/outcome.h"
 #include "platform/cmdshell.h"
 #include "platform/csm.h"
 #include "platform/ifmgr.h"
@@ -82,7 +83,11 @@ void print_interface_body(void *if_index, bool (*filter_allows)()) {
     ppm_merge_input.bypass = g_bypass_ppm == 1 ? 1 : 0;
     if (!merges_port_profiles() || !filter_allows()) return text.print();
     const String merged(ppm_intf_shrun_merge(gl_q, load_u32(if_index), g_intf_config_str, ppm_merge_input));
-    if (merged) csm_qarn_sp_print("%s", merged->str);
+    if (merged) {
+        csm_qarn_sp_print("%s", merged->str);
+    } else if (text.length() > 0) {
+        note_refusal(QARN_OUTCOME_NOT_MERGED);
+    }
 }
 
 // The VDC that the shell runs in; the default one when the shell's environment does not name one.
@@ -99,6 +104,7 @@ void print_member_blocks(uint32_t port_channel) {
     if (debugging(QARN_DEBUG_INTERFACE)) trace("Getting members for ifIndex %x\n", port_channel);
     if (const uint32_t status = pcm_get_pc_info(&info); status != 0) {
         csm_qarn_sp_print("pcm_get_pc_info failed for 0x%x retval %s\n", port_channel, syserr2str(status));
+        note_refusal(QARN_OUTCOME_NO_MEMBERS, status);
         return;
     }
     const uint32_t answered = info.num_members; // read by value: the field is unaligned

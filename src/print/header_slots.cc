@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/array.h"
 #include "base/owner.h"
 #include "base/trace.h"
 
@@ -99,14 +100,14 @@ void trace_headers() {
 
 void sort_slots_by_text(char **slots, int32_t count) {
     if (count < 2) return;
-    const auto sortables = allocate<Sortable>(static_cast<std::size_t>(count) * sizeof(Sortable));
+    Array<Sortable> sortables(static_cast<std::size_t>(count));
     if (!sortables) return sort_slots(slots, count, qarn_key_cmp_fn);
     const std::size_t shared = common_beginning(slots, count);
     for (int32_t i = 0; i < count; ++i)
-        sortables.get()[i] = {head_of(slots[i] + shared), slots[i]};
-    std::sort(sortables.get(), sortables.get() + count);
+        sortables[static_cast<std::size_t>(i)] = {head_of(slots[i] + shared), slots[i]};
+    std::sort(sortables.begin(), sortables.begin() + count);
     for (int32_t i = 0; i < count; ++i)
-        slots[i] = sortables.get()[i].text;
+        slots[i] = sortables[static_cast<std::size_t>(i)].text;
 }
 
 void sort_slots(char **slots, int32_t count, int (*compare)(const void *, const void *)) {

@@ -12,6 +12,7 @@
 #include "base/command_message.h"
 #include "base/trace.h"
 #include "model/element_store.h"
+#include "outcome/outcome.h"
 #include "platform/csm.h"
 #include "platform/sysmgr.h"
 #include "print/intf_print.h"
@@ -53,7 +54,9 @@ bool render(unsigned char *handle) {
     }
     cmd_show_run_opt_cr(handle, 0);
     sr_cmds_cleanup();
-    return g_clistr != nullptr && g_clistr->str != nullptr;
+    const bool is_rendered = g_clistr != nullptr && g_clistr->str != nullptr;
+    if (!is_rendered) note_refusal(QARN_OUTCOME_NOT_RENDERED);
+    return is_rendered;
 }
 
 void trace_text(qarn_merge_key key, const GString &text) {

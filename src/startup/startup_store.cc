@@ -91,7 +91,10 @@ std::optional<uint32_t> open_startup_store(qarn_req &req, StartupStore &store) {
 }
 
 void release_startup_store(uint32_t handle) {
-    if (start_cfg_locked != 0) qarn_startup_cfg_lock(handle, 0);
+    if (start_cfg_locked == 0) return;
+    if (const uint32_t status = qarn_startup_cfg_lock(handle, 0); status != 0) {
+        note_refusal(QARN_OUTCOME_STORE_REFUSED, status);
+    }
 }
 
 } // namespace qarn

@@ -107,8 +107,8 @@ class Failures : public Story {
     }
     ~Failures() override { std::filesystem::remove_all(folder_); }
 
-    // Generate from the state in which the library is loaded.
-    void begin_and_generate(uint32_t cfg_source) {
+    // Go back to the state in which the library is loaded.
+    void begin() {
         test::reset_globals();
         sim::set_shell_options(
             {.filter_mode = CLI_FILTER_SWITCH_PROFILE | CLI_FILTER_SYNC_FRAME}); // with the switch profile
@@ -116,7 +116,24 @@ class Failures : public Story {
         auto &endpoint = sw.transport.endpoints.at(req.mts_handle);
         endpoint.queue.clear(); // of a command that ended early
         endpoint.streams.clear();
+    }
+    void begin_and_generate(uint32_t cfg_source) {
+        begin();
         generate(cfg_source);
+    }
+
+    // How often the last command called each platform function that can fail.
+    std::map<std::string, int> platform_calls() const {
+        std::map<std::string, int> calls;
+        for (const std::string &call : sw.calls)
+            ++calls[call.substr(0, call.find('('))];
+        calls.erase("mts_drop"); // what it does not release is lost to the transport
+        return calls;
+    }
+
+    // A text that lacks something is not reported as complete.
+    void check_outcome(const std::string &what) {
+        EXPECT_TRUE(text == whole || qarn_outcome_last()->verdict != uint32_t{QARN_OUTCOME_COMPLETE}) << what << text;
     }
 
     // No line is new but those that report the failure. A command that goes on without a report comes to its end and
@@ -181,17 +198,44 @@ TEST_F(Failures, OfAnyPlatformCallCostWhatItWasFor) {
     for (const auto &[name, cfg_source] : kSources) {
         begin_and_generate(cfg_source);
         whole = text;
-        std::map<std::string, int> calls;
-        for (const std::string &call : sw.calls)
-            ++calls[call.substr(0, call.find('('))];
-        calls.erase("mts_drop"); // what it does not release is lost to the transport
-        for (const auto &[function, count] : calls) {
+        for (const auto &[function, count] : platform_calls()) {
             for (int n = 1; n <= count; ++n) {
                 sw.next(function, {.result = -1, .error = EPIPE, .after = n - 1});
                 begin_and_generate(cfg_source);
                 sw.scripted.clear();
                 check(std::string(name) + ", " + function + " " + std::to_string(n));
                 EXPECT_EQ(status, status_after(function, n)) << name << ' ' << function << ' ' << n;
+            }
+        }
+    }
+}
+
+TEST_F(Failures, NeverPassForComplete) {
+    // These may have nothing to give: no interface of a block, no port profile, no stored elements, no version.
+    const std::set<std::string> optional = {"if_manager_ifindex_list_find_by_elem", "ppm_intf_shrun_merge",
+                                            "sysmgrcmi_dir_get", "srg_sw_ver_get"};
+    for (const auto entry : {qarn_cli_run_cfg_gen, qarn_cli_start_cfg_gen}) {
+        test::FailingMalloc memory;
+        begin();
+        run(entry);
+        ASSERT_EQ(qarn_outcome_last()->verdict, uint32_t{QARN_OUTCOME_COMPLETE});
+        whole = text;
+        const auto calls = platform_calls();
+        const int last = memory.calls();
+        for (int n = 1; n <= last; ++n) {
+            begin();
+            memory.fail_nth(n);
+            run(entry);
+            memory.work_again();
+            check_outcome("allocation " + std::to_string(n));
+        }
+        for (const auto &[function, count] : calls) {
+            for (int n = 1; n <= count && !optional.contains(function); ++n) {
+                begin();
+                sw.next(function, {.result = -1, .error = EPIPE, .after = n - 1});
+                run(entry);
+                sw.scripted.clear();
+                check_outcome(function + ' ' + std::to_string(n));
             }
         }
     }
