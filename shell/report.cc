@@ -40,6 +40,8 @@ std::string reason(const sim::Switch &sw, const qarn_outcome_service &service) {
             return "its function in a shared library cannot be loaded";
         case QARN_OUTCOME_CALL_FAILED:
             return with_status(sw, "its function failed", service.status);
+        case QARN_OUTCOME_ANSWERED_TWICE:
+            return "answered twice, and its texts are doubled";
         default:
             return "its function answered nothing";
     }

@@ -10,7 +10,7 @@ QARN_BEGIN_DECLS
 /* Verdicts. */
 enum {
     QARN_OUTCOME_NOTHING = 0,    /* no configuration was printed */
-    QARN_OUTCOME_INCOMPLETE = 1, /* a part of it is missing */
+    QARN_OUTCOME_INCOMPLETE = 1, /* a part of it is missing or doubled */
     QARN_OUTCOME_COMPLETE = 2
 };
 
@@ -41,15 +41,16 @@ enum {
 /* What became of a service. */
 enum {
     QARN_OUTCOME_ANSWERED = 0,
-    QARN_OUTCOME_SILENT,          /* no complete reply within the time-out */
-    QARN_OUTCOME_FAILED,          /* it answered with the failure in status */
-    QARN_OUTCOME_NOT_EXTRACTABLE, /* its fragments do not fit together */
-    QARN_OUTCOME_CUT_SHORT,       /* received of expected bytes came */
-    QARN_OUTCOME_MISCOUNTED,      /* received of expected TLVs were read */
-    QARN_OUTCOME_BROKEN,          /* decoding ended at byte `received` of `expected` */
-    QARN_OUTCOME_NOT_LOADED,      /* its function in a shared library could not be found */
-    QARN_OUTCOME_CALL_FAILED,     /* its function returned the failure in status */
-    QARN_OUTCOME_ANSWERED_NOTHING /* its function was called, but no reply came */
+    QARN_OUTCOME_SILENT,           /* no complete reply within the time-out */
+    QARN_OUTCOME_FAILED,           /* it answered with the failure in status */
+    QARN_OUTCOME_NOT_EXTRACTABLE,  /* its fragments do not fit together */
+    QARN_OUTCOME_CUT_SHORT,        /* received of expected bytes came */
+    QARN_OUTCOME_MISCOUNTED,       /* received of expected TLVs were read */
+    QARN_OUTCOME_BROKEN,           /* decoding ended at byte `received` of `expected` */
+    QARN_OUTCOME_NOT_LOADED,       /* its function in a shared library could not be found */
+    QARN_OUTCOME_CALL_FAILED,      /* its function returned the failure in status */
+    QARN_OUTCOME_ANSWERED_NOTHING, /* its function was called, but no reply came */
+    QARN_OUTCOME_ANSWERED_TWICE    /* two replies came, and both were used: its texts are doubled */
 };
 
 struct qarn_outcome_service {

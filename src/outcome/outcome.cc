@@ -107,7 +107,9 @@ void note_service(const qarn_outcome_service &service) {
     if (known == nullptr) {
         append(record.services, service);
     } else if (!is_fault(known->state)) {
+        const bool is_second = known->state == QARN_OUTCOME_ANSWERED && service.state == QARN_OUTCOME_ANSWERED;
         *known = service;
+        if (is_second) known->state = QARN_OUTCOME_ANSWERED_TWICE;
     }
 }
 

@@ -7,8 +7,9 @@
 namespace {
 
 constexpr const char *kVerdicts[] = {"nothing", "incomplete", "complete"};
-constexpr const char *kStates[] = {"answered",   "silent", "failed",     "not extractable", "cut short",
-                                   "miscounted", "broken", "not loaded", "call failed",     "answered nothing"};
+constexpr const char *kStates[] = {"answered",    "silent",           "failed",        "not extractable",
+                                   "cut short",   "miscounted",       "broken",        "not loaded",
+                                   "call failed", "answered nothing", "answered twice"};
 
 class Outcome : public test::Story {
   protected:
