@@ -64,6 +64,10 @@ void report_missing(const std::string &what) {
     std::fprintf(stderr, "vsh: incomplete: %s\n", what.c_str());
 }
 
+std::string counted(uint32_t count, const char *what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
 void report_loop(const sim::Switch &sw, const qarn_outcome &outcome) {
     std::string loop;
     for (uint32_t i = 0; i < outcome.num_loop_elements; ++i)
@@ -122,10 +126,10 @@ int report_outcome(const sim::Switch &sw) {
         report_missing(name_of_service(sw, service.sap) + ": " + reason(sw, service));
     }
     if (outcome.consumers_left_out > 0) {
-        report_missing(std::to_string(outcome.consumers_left_out) + " services beyond the first 256 were not asked");
+        report_missing(counted(outcome.consumers_left_out, "service") + " beyond the first 256: not asked");
     }
     if (outcome.interfaces_left_out > 0) {
-        report_missing(std::to_string(outcome.interfaces_left_out) + " interfaces beyond the first 20000 have no text");
+        report_missing(counted(outcome.interfaces_left_out, "interface") + " beyond the first 20000: not shown");
     }
     report_loop(sw, outcome);
     if (outcome.verdict == QARN_OUTCOME_INCOMPLETE) {

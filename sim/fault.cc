@@ -25,7 +25,7 @@ LastRequest::~LastRequest() {
     ::close(file_);
 }
 
-Bytes LastRequest::replace(const Bytes &request) {
+Bytes LastRequest::replace(const Bytes &request) const {
     const off_t size = ::lseek(file_, 0, SEEK_END);
     Bytes before(static_cast<std::size_t>(std::max<off_t>(size, 0)), '\0');
     if (::pread(file_, before.data(), before.size(), 0) != size) before.clear();

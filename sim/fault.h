@@ -23,7 +23,7 @@ class LastRequest {
 
     // Keep a request, and return the one before it; nothing if there is none. Throws std::system_error if memory runs
     // out.
-    Bytes replace(const Bytes &request);
+    Bytes replace(const Bytes &request) const;
 
   private:
     int file_;

@@ -33,7 +33,7 @@ std::deque<Message> fragments_of_reply(const Service &service, const qarn_cfg_re
 
 Bytes bytes_of(const qarn_cfg_req_msg &request) {
     const std::size_t size = sizeof request + request.num_ifindex * sizeof request.ifindex_list[0];
-    return Bytes(reinterpret_cast<const char *>(&request), size);
+    return {reinterpret_cast<const char *>(&request), size};
 }
 
 } // namespace

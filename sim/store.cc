@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -99,8 +100,8 @@ class Saving {
 
   private:
     void remove_made_folders() const {
-        for (auto folder = made_.rbegin(); folder != made_.rend(); ++folder)
-            ::rmdir(folder->c_str()); // another process may use it by now: then it is not empty, and stays
+        // A folder that another process uses by now is not empty, and stays.
+        std::for_each(made_.rbegin(), made_.rend(), [](const std::string &folder) { ::rmdir(folder.c_str()); });
     }
 
     std::string store_;

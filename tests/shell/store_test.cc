@@ -104,8 +104,9 @@ class TracedCommand {
         return waitpid(command_, &status, __WALL) == command_ && WIFSTOPPED(status);
     }
     void wait_for_shell() const { waitpid(shell_, nullptr, 0); }
-    void kill_it() const {
-        kill(command_, SIGKILL);
+    void end_with(int signal) const {
+        if (signal == SIGKILL) kill(command_, SIGKILL);
+        ptrace(PTRACE_DETACH, command_, nullptr, signal);
         waitpid(command_, nullptr, __WALL);
     }
 
@@ -135,12 +136,13 @@ std::set<std::string> names_in(const std::string &folder) {
     return names;
 }
 
-// By default at every 16th moment, and with KILL_STRIDE=1 at each.
+// At every other moment by SIGKILL. By default at every 16th moment, and with KILL_STRIDE=1 at each.
 TEST(ShellProcess, SavesTheOldOrTheNewConfigurationWhenACopyIsKilled) {
     std::string folder = testing::TempDir() + "vsh-XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
     const std::string before = write_switch(folder, "before"), after = write_switch(folder, "after");
     const char *const stride = std::getenv("KILL_STRIDE");
+    constexpr int kSignals[] = {SIGKILL, SIGINT, SIGKILL, SIGTERM};
     int olds = 0, news = 0;
     for (int moment = 0;; moment += stride != nullptr ? std::atoi(stride) : 16) {
         ASSERT_EQ(Shell(before + kCopy).status(), 0);
@@ -150,7 +152,7 @@ TEST(ShellProcess, SavesTheOldOrTheNewConfigurationWhenACopyIsKilled) {
         while (stops < moment && copy.reaches_next_stop())
             ++stops;
         if (stops < moment) break;
-        copy.kill_it();
+        copy.end_with(kSignals[static_cast<std::size_t>(olds + news) % std::size(kSignals)]);
         copy.wait_for_shell();
         EXPECT_EQ(names_in(folder + "/store"), (std::set<std::string>{"lock", "startup-cfg"})) << moment;
         Shell shown(before + kShow);
