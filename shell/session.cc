@@ -104,6 +104,8 @@ int Session::run_line(const std::string &line) {
     request.options.filter_mode = options_.filter_mode;
     request.options.script_mode = options_.script_mode;
     const EntryPoint entry = parse_command(line, *switch_, request);
+    if (options_.output && entry == copy_running_to_startup)
+        throw CommandError("--output needs a command that shows a configuration");
     const Deadline deadline = deadline_in(options_.deadline);
     if (!options_.output && !options_.fail_partial) return run(*switch_, entry, request, STDOUT_FILENO, deadline);
     HeldOutput held(options_.output);
