@@ -99,7 +99,7 @@ void declare_help(CLI::App &app) {
                "  0    the configuration is complete\n"
                "  1    the command could not be carried out: no startup configuration, locked, cannot write\n"
                "  2    unknown command, wrong argument or description\n"
-               "  3    the configuration was printed, but a part is missing; standard error names it\n"
+               "  3    the configuration was printed, but a part is missing or doubled; standard error names it\n"
                "  4    elements wait for each other; standard error names them\n"
                "  130  interrupted; 141: nothing reads the output; 128+N: ended by signal N\n"
                "Of several commands the worst: 2, 1, an interruption, 4, 3.");
