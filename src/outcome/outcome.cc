@@ -122,14 +122,17 @@ void note_loop_element(uint16_t uuid, uint16_t elem_id) {
     append(record.loop, qarn_outcome_element{uuid, elem_id});
 }
 
-} // namespace qarn
-
-const qarn_outcome *qarn_outcome_last() {
-    using namespace qarn;
+const qarn_outcome *last_outcome() {
     qarn_outcome &outcome = record.outcome;
     outcome.num_services = count_of(record.services);
     outcome.services = items_of<qarn_outcome_service>(record.services);
     outcome.num_loop_elements = count_of(record.loop);
     outcome.loop = items_of<qarn_outcome_element>(record.loop);
     return &outcome;
+}
+
+} // namespace qarn
+
+const qarn_outcome *qarn_outcome_last() {
+    return qarn::last_outcome();
 }

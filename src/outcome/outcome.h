@@ -18,7 +18,7 @@ struct OutcomeRecord {
 void begin_outcome();
 // The record is taken while another command may run, and put back.
 OutcomeRecord take_outcome();
-void put_outcome_back(const OutcomeRecord &record);
+void put_outcome_back(const OutcomeRecord &taken);
 
 // Why the command ends early. The first reason stays.
 void note_refusal(uint32_t refusal, uint32_t status = 0);
@@ -26,6 +26,8 @@ void note_refusal(uint32_t refusal, uint32_t status = 0);
 void note_printed();
 // The command returns; settles the verdict.
 void conclude_outcome();
+// The public record, as far as it is known.
+const qarn_outcome *last_outcome();
 
 void note_consumers_left_out(uint32_t count);
 void note_interfaces_left_out(uint32_t count);
