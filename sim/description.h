@@ -1,5 +1,5 @@
 // Switch descriptions: a YAML file that lists the services, interfaces, port profiles and features of a switch and the
-// answers of its services. The format is documented at the top of switches/leaf.yaml.
+// answers of its services. docs/switch-descriptions.md documents the format.
 #pragma once
 
 #include <stdexcept>
