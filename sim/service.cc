@@ -73,8 +73,8 @@ void append_element(const Service &service, const Element &element, const qarn_c
             tlv.intf_text(if_index, text);
         }
     }
-    for (const auto &[name, text] : element.key_strings)
-        tlv.key_string(name, text);
+    for (const KeyString &filed : element.key_strings)
+        tlv.key_string(filed.name, filed.text);
     for (const Key &key : element.keys) {
         if (service.uuid == QARN_UUID_VLAN && !mask_has(request.vlan_mask, key.index)) continue;
         tlv.key(key.index, key.map, key.name);

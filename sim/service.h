@@ -14,13 +14,24 @@
 
 namespace sim {
 
+// `line` is where the switch description describes the record; 0 for a switch that is made in code.
+
 struct Dependency {
     uint32_t uuid, elem_id, type = QARN_DEP_ORDER;
+    uint32_t line = 0;
 };
 struct Key {
     uint32_t index;  // interface index or VLAN id
     std::string map; // header; empty: the name is the header
     std::string name;
+    uint32_t line = 0;
+};
+struct KeyString {
+    KeyString(std::string of, std::string lines, uint32_t at = 0)
+        : name(std::move(of)), text(std::move(lines)), line(at) {}
+
+    std::string name, text;
+    uint32_t line;
 };
 
 // One configuration element.
@@ -32,8 +43,9 @@ struct Element {
     std::string text;
     std::vector<std::pair<uint32_t, std::string>> intf_texts; // with QARN_VAL_COMMAND sent as command messages
     std::vector<Key> keys;                                    // of the VLAN service: index is the VLAN id
-    std::vector<std::pair<std::string, std::string>> key_strings;
+    std::vector<KeyString> key_strings;
     std::vector<Dependency> dependencies;
+    uint32_t line = 0;
 };
 
 struct Service {
@@ -41,6 +53,7 @@ struct Service {
     uint32_t sap = 0, uuid = 0;
     bool consumer = true; // registered for configuration requests; otherwise reached by its SAP only
     std::vector<Element> elements;
+    uint32_t line = 0;
 
     uint32_t status = 0;           // non-zero: the failure status of its replies
     bool is_silent = false;        // never answers on the transport

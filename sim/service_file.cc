@@ -37,8 +37,8 @@ void write_element(const Service &service, const Element &element, Tlv &tlv) {
     if (!element.text.empty()) tlv.text(element.text);
     for (const auto &[if_index, text] : element.intf_texts)
         tlv.intf_text(if_index, text);
-    for (const auto &[name, text] : element.key_strings)
-        tlv.key_string(name, text);
+    for (const KeyString &filed : element.key_strings)
+        tlv.key_string(filed.name, filed.text);
     for (const Key &key : element.keys)
         tlv.key(key.index, key.map, key.name);
 }
@@ -105,7 +105,7 @@ std::pair<uint32_t, std::string> intf_text_in(ArrayReader &reader) {
     return {if_index, reader.next_text()};
 }
 
-std::pair<std::string, std::string> key_string_in(ArrayReader &reader) {
+KeyString key_string_in(ArrayReader &reader) {
     std::string name = reader.text();
     return {std::move(name), reader.next_text()};
 }

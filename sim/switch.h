@@ -33,6 +33,7 @@ struct Interface {
     std::string port_profile; // inherited, or empty
     bool port_channel_sub_interface = false;
     std::vector<uint32_t> members; // of a port channel
+    uint32_t line = 0;             // where the switch description lists it
 };
 
 struct Vdc {
@@ -47,6 +48,12 @@ struct SwitchProfile {
     std::optional<std::string> head_text, sync_cfg;
 };
 
+// A row of the callback table, as the switch description lists it.
+struct InProcess {
+    std::string function, library;
+    uint32_t sap, line; // SAP 0: the function belongs to no service
+};
+
 struct Switch : Script {
     std::string name = "switch";
     std::optional<std::string> version; // of the running software
@@ -54,6 +61,9 @@ struct Switch : Script {
     std::vector<Interface> interfaces;                // in display order; blocks in the order of their first interface
     std::map<std::string, std::string> port_profiles; // name -> lines for an interface that inherits it
     std::map<std::string, uint32_t> features;         // feature name -> row of the shell's tables
+    std::vector<InProcess> in_process;
+    std::string description_folder; // ends with a slash; empty: the description is no file
+    uint32_t services_line = 0;     // where the description lists the services
 
     Transport transport;
 

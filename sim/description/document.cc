@@ -45,26 +45,43 @@ std::optional<YAML::Mark> second_document(const std::string &text) {
 
 } // namespace
 
-Document::Document(std::string name, const std::string &text) : name_(std::move(name)), root_(parse(text)) {}
+Document::Document(std::string name, const std::string &text, Findings *findings)
+    : name_(std::move(name)), findings_(findings), root_(parse(text)) {}
 
 YAML::Node Document::parse(const std::string &text) const {
     try {
         const std::optional<YAML::Mark> second = second_document(text);
         YAML::Node document = YAML::Load(text);
-        if (second) fail(*second, "the file has a second document");
-        if (!document.IsDefined() || document.IsNull()) throw DescriptionError(name_ + ":1: the description is empty");
+        if (second) fail(*second, Error::kNotYaml, "the file has a second document");
+        if (!document.IsDefined() || document.IsNull()) fail(YAML::Mark(), Error::kNotYaml, "the description is empty");
         return document;
     } catch (const YAML::Exception &error) {
-        fail(error.mark, error.msg);
+        fail(error.mark, Error::kNotYaml, error.msg);
     }
 }
 
-void Document::fail(const YAML::Mark &mark, const std::string &reason) const {
-    throw DescriptionError(name_ + ":" + std::to_string(mark.line + 1) + ": " + reason);
+void Document::fail(const YAML::Mark &mark, Error error, const std::string &reason) const {
+    throw DescriptionError(name_, error_finding(error, static_cast<uint32_t>(mark.line + 1), reason));
 }
 
-void Document::fail(const YAML::Node &node, const std::string &reason) const {
-    fail(node.Mark(), reason);
+void Document::fail(const YAML::Node &node, Error error, const std::string &reason) const {
+    fail(node.Mark(), error, reason);
+}
+
+bool Document::attempt(const std::function<void()> &part) const {
+    if (findings_ == nullptr) {
+        part();
+        return true;
+    }
+    try {
+        part();
+        return true;
+    } catch (const DescriptionError &error) {
+        findings_->push_back(error.finding());
+    } catch (const FollowUp &) { // noted where its cause is
+    }
+    ++num_failed_;
+    return false;
 }
 
 // Report an error in a notation at the node that holds it.
@@ -73,19 +90,20 @@ auto Document::at(const YAML::Node &node, Function function) const {
     try {
         return function();
     } catch (const std::invalid_argument &error) {
-        fail(node, error.what());
+        fail(node, Error::kWrongValue, error.what());
     }
 }
 
 std::string Document::text(const YAML::Node &node, const std::string &what) const {
-    if (!node.IsScalar()) fail(node, what + " must be text");
-    if (node.Scalar().find('\0') != std::string::npos) fail(node, what + " must not contain a NUL");
+    if (!node.IsScalar()) fail(node, Error::kWrongType, what + " must be text");
+    if (node.Scalar().find('\0') != std::string::npos) fail(node, Error::kWrongValue, what + " must not contain a NUL");
     return node.Scalar();
 }
 
 bool Document::flag(const YAML::Node &node, const std::string &what) const {
     const std::string word = text(node, what);
-    if (word != "true" && word != "false") fail(node, what + " must be true or false, not " + quoted(word));
+    if (word != "true" && word != "false")
+        fail(node, Error::kWrongType, what + " must be true or false, not " + quoted(word));
     return word == "true";
 }
 
@@ -93,15 +111,16 @@ uint32_t Document::number(const YAML::Node &node, const std::string &what, uint3
     const std::string word = text(node, what);
     const std::optional<uint32_t> value = to_number(word);
     if (!value || *value < low || *value > high) {
-        fail(node, what + " must be a number from " + std::to_string(low) + " to " + std::to_string(high) + ", not " +
-                       quoted(word));
+        fail(node, value ? Error::kOutOfRange : Error::kWrongType,
+             what + " must be a number from " + std::to_string(low) + " to " + std::to_string(high) + ", not " +
+                 quoted(word));
     }
     return *value;
 }
 
 std::string Document::path(const YAML::Node &node, const std::string &what) const {
     const std::string path = text(node, what);
-    if (path.empty()) fail(node, what + " must not be empty");
+    if (path.empty()) fail(node, Error::kWrongValue, what + " must not be empty");
     return path[0] == '/' ? path : name_.substr(0, name_.rfind('/') + 1) + path;
 }
 
@@ -120,24 +139,32 @@ std::vector<uint32_t> Document::ids(const YAML::Node &node, const std::string &w
     return all;
 }
 
-void Document::each_item(const YAML::Node &node, const std::string &what,
+bool Document::each_item(const YAML::Node &node, const std::string &what,
                          const std::function<void(const YAML::Node &)> &act) const {
-    if (!node.IsDefined()) return;
-    if (!node.IsSequence()) fail(node, what + " must be a list");
+    if (!node.IsDefined()) return true;
+    if (!node.IsSequence()) fail(node, Error::kWrongType, what + " must be a list");
+    bool is_whole = true;
     for (const YAML::Node &item : node)
-        act(item);
+        is_whole = attempt([&] { act(item); }) && is_whole;
+    return is_whole;
 }
 
-void Document::each_pair(const YAML::Node &node, const std::string &what,
+bool Document::each_pair(const YAML::Node &node, const std::string &what,
                          const std::function<void(const YAML::Node &, const YAML::Node &)> &act) const {
-    if (!node.IsDefined()) return;
-    if (!node.IsMap()) fail(node, what + " must be a mapping");
+    if (!node.IsDefined()) return true;
+    if (!node.IsMap()) fail(node, Error::kWrongType, what + " must be a mapping");
+    bool is_whole = true;
     std::set<std::string> seen;
     for (const auto &pair : node) {
-        const std::string key = text(pair.first, "a key of " + what);
-        if (!seen.insert(key).second) fail(pair.first, what + " has the key " + quoted(key) + " twice");
-        act(pair.first, pair.second);
+        const auto read = [&] {
+            const std::string key = text(pair.first, "a key of " + what);
+            if (!seen.insert(key).second)
+                fail(pair.first, Error::kDuplicate, what + " has the key " + quoted(key) + " twice");
+            act(pair.first, pair.second);
+        };
+        is_whole = attempt(read) && is_whole;
     }
+    return is_whole;
 }
 
 Mapping::Mapping(const Document &document, const YAML::Node &node, const std::string &what,
@@ -148,19 +175,22 @@ Mapping::Mapping(const Document &document, const YAML::Node &node, const std::st
         list += (list.empty() ? "" : ", ") + std::string(key);
     document.each_pair(node, what, [&](const YAML::Node &key, const YAML::Node &value) {
         if (std::ranges::find(allowed, key.Scalar()) == allowed.end())
-            document.fail(key, what + " has the unknown key " + quoted(key.Scalar()) + "; allowed: " + list);
+            document.fail(key, Error::kUnknownKey,
+                          what + " has the unknown key " + quoted(key.Scalar()) + "; allowed: " + list);
         // The parser gives an absent value the line of the next node, so the message names the line of the key.
-        if (value.IsNull()) document.fail(key, key.Scalar() + " has no value");
+        if (value.IsNull()) document.fail(key, Error::kMissingKey, key.Scalar() + " has no value");
     });
 }
 
 YAML::Node Mapping::operator[](std::string_view key) const {
-    return node_[std::string(key)];
+    const YAML::Node value = node_[std::string(key)];
+    if (value.IsDefined() && value.IsNull()) throw FollowUp(); // a check has noted that it has no value
+    return value;
 }
 
 YAML::Node Mapping::require(std::string_view key) const {
     const YAML::Node value = (*this)[key];
-    if (!value.IsDefined()) document_.fail(node_, what_ + " needs a key " + quoted(key));
+    if (!value.IsDefined()) document_.fail(node_, Error::kMissingKey, what_ + " needs a key " + quoted(key));
     return value;
 }
 

@@ -20,7 +20,8 @@ std::shared_ptr<LastRequest> last_request(const Document &document, const YAML::
     try {
         return std::make_shared<LastRequest>();
     } catch (const std::system_error &error) {
-        document.fail(node, std::string("no memory for the request of a late service: ") + error.what());
+        document.fail(node, Error::kUnreadable,
+                      std::string("no memory for the request of a late service: ") + error.what());
     }
 }
 
@@ -38,7 +39,7 @@ void read_faults(const Document &document, const Mapping &entry, Service &servic
     faults.bad_stamp = entry.flag("bad_stamp", false);
     if (entry.flag("late", false)) faults.late = last_request(document, entry["late"]);
     if (faults.wrong_sap == service.sap) {
-        document.fail(entry["wrong_sap"],
+        document.fail(entry["wrong_sap"], Error::kConflict,
                       "wrong_sap of service " + quoted(service.name) + " is its own SAP; give any other");
     }
 }
@@ -48,7 +49,7 @@ void check_faults(const Document &document, const YAML::Node &entry, const Servi
         return element.val_type == QARN_VAL_COMMAND && !element.intf_texts.empty();
     };
     if (!service.faults.bad_stamp || std::ranges::any_of(service.elements, sends_commands)) return;
-    document.fail(entry["bad_stamp"],
+    document.fail(entry["bad_stamp"], Error::kConflict,
                   "service " + quoted(service.name) +
                       " sends no command messages; bad_stamp needs an element with interfaces and values: command");
 }

@@ -49,7 +49,7 @@ class File {
 };
 
 [[noreturn]] void fail(const std::string &path, const std::string &reason) {
-    throw DescriptionError(path + ": " + reason);
+    throw DescriptionError(path, error_finding(Error::kUnreadable, 0, reason));
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 #include <cctype>
 #include <utility>
 
-#include "sim/description/references.h"
 #include "sim/notation.h"
 
 namespace sim {
@@ -33,16 +32,37 @@ std::string as_block(std::string_view lines) {
     return block;
 }
 
-void read_port_profiles(const Document &document, const YAML::Node &node, Switch &sw) {
+void PortProfiles::read(const Document &document, const YAML::Node &node) {
     document.each_pair(node, "port_profiles", [&](const YAML::Node &name, const YAML::Node &lines) {
-        sw.port_profiles[name.Scalar()] = as_block(document.text(lines, "port profile " + quoted(name.Scalar())));
+        left_out_.add(name.Scalar());
+        sw_.port_profiles[name.Scalar()] = as_block(document.text(lines, "port profile " + quoted(name.Scalar())));
     });
 }
 
+std::string PortProfiles::named(const Document &document, const YAML::Node &node) const {
+    std::string name = document.text(node, "port_profile");
+    if (sw_.port_profiles.contains(name)) return name;
+    left_out_.excuse(name);
+    document.fail(node, Error::kUnknownPortProfile, "unknown port profile " + quoted(name));
+}
+
 void Interfaces::read(const YAML::Node &node) {
-    document_.each_item(node, "interfaces", [&](const YAML::Node &entry) { read_entry(entry); });
+    document_.each_item(node, "interfaces", [&](const YAML::Node &entry) {
+        if (document_.attempt([&] { read_entry(entry); })) return;
+        leave_out(entry);
+    });
     // Members may be listed after their port channel.
     document_.each_item(node, "interfaces", [&](const YAML::Node &entry) { read_members(entry); });
+}
+
+// The names of an entry with an error.
+void Interfaces::leave_out(const YAML::Node &node) {
+    try {
+        for (const std::string &name : expand_names(node["names"].as<std::string>()))
+            left_out_.add(lower_case(name));
+    } catch (const std::exception &) { // no mapping, no names, or no names that can be read
+        left_out_.add_unknown();
+    }
 }
 
 void Interfaces::read_entry(const YAML::Node &node) {
@@ -53,15 +73,17 @@ void Interfaces::read_entry(const YAML::Node &node) {
     interface.block = entry.number("block", 0, UINT16_MAX);
     interface.index = entry.number("index", 0, UINT32_MAX);
     interface.vsan = entry.number("vsan", 1, kLastVsan, 0);
-    if (entry.has("port_profile")) interface.port_profile = port_profile_named(document_, entry["port_profile"], sw_);
+    if (entry.has("port_profile")) interface.port_profile = profiles_.named(document_, entry["port_profile"]);
+    interface.line = line_of(node);
     interface.port_channel_sub_interface = entry.flag("sub_interface_of_port_channel", false);
     const std::vector<std::string> names = document_.names(entry.require("names"), "names");
     if (entry.has("members") && names.size() > 1) {
-        document_.fail(entry["members"],
+        document_.fail(entry["members"], Error::kConflict,
                        "an entry with members must have one name, not " + std::to_string(names.size()));
     }
     if (names.size() - 1 > UINT32_MAX - interface.index)
-        document_.fail(entry["index"], "index leaves no room for " + std::to_string(names.size()) + " interfaces");
+        document_.fail(entry["index"], Error::kOutOfRange,
+                       "index leaves no room for " + std::to_string(names.size()) + " interfaces");
     for (const std::string &name : names) {
         interface.name = name;
         add(entry, interface);
@@ -71,27 +93,31 @@ void Interfaces::read_entry(const YAML::Node &node) {
 
 void Interfaces::add(const Mapping &entry, const Interface &interface) {
     if (!indexes_.emplace(lower_case(interface.name), interface.index).second)
-        document_.fail(entry["names"], "interface " + quoted(interface.name) + " is listed twice");
+        document_.fail(entry["names"], Error::kDuplicate, "interface " + quoted(interface.name) + " is listed twice");
     const auto [other, is_new] = positions_.emplace(interface.index, sw_.interfaces.size());
     if (!is_new) {
-        document_.fail(entry["index"], "interface " + quoted(interface.name) + " has the index of " +
-                                           quoted(sw_.interfaces[other->second].name));
+        document_.fail(
+            entry["index"], Error::kDuplicate,
+            "interface " + quoted(interface.name) + " has the index of " + quoted(sw_.interfaces[other->second].name));
     }
     sw_.interfaces.push_back(interface);
 }
 
 void Interfaces::read_members(const YAML::Node &node) {
-    const YAML::Node members = node["members"];
+    const YAML::Node members = node.IsMap() ? node["members"] : YAML::Node(YAML::NodeType::Undefined);
     if (!members.IsDefined()) return;
-    Interface &port_channel = sw_.interfaces[positions_.at(document_.number(node["index"], "index", 0, UINT32_MAX))];
+    const auto position = positions_.find(document_.number(node["index"], "index", 0, UINT32_MAX));
+    if (position == positions_.end()) return; // the port channel was left out
+    Interface &port_channel = sw_.interfaces[position->second];
     for (const std::string &name : document_.names(members, "members"))
         port_channel.members.push_back(index_of(members, name));
 }
 
 uint32_t Interfaces::index_of(const YAML::Node &node, const std::string &name) const {
     const auto found = indexes_.find(lower_case(name));
-    if (found == indexes_.end()) document_.fail(node, "unknown interface " + quoted(name));
-    return found->second;
+    if (found != indexes_.end()) return found->second;
+    left_out_.excuse(lower_case(name));
+    document_.fail(node, Error::kUnknownInterface, "unknown interface " + quoted(name));
 }
 
 } // namespace sim

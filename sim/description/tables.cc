@@ -8,7 +8,6 @@
 #include "platform/cmdshell.h"
 #include "sim/cfglib.h"
 #include "sim/cmdshell.h"
-#include "sim/description/references.h"
 #include "sim/notation.h"
 
 namespace sim {
@@ -30,41 +29,52 @@ uint32_t flags_in(const Document &document, const YAML::Node &node) {
     return flags;
 }
 
-void read_in_process_entry(const Document &document, const YAML::Node &node, Switch &sw) {
+void read_in_process_entry(const Document &document, const YAML::Node &node, Switch &sw, const ServiceNames &services) {
     const Mapping entry(document, node, "an entry of in_process", {"service", "function", "library", "flags"});
     const YAML::Node service = entry.require("service");
     const bool is_of_none = document.text(service, "service") == "0";
-    const uint32_t sap = is_of_none ? 0 : service_named(document, service, "service", sw).sap;
-    if (sap > kLastCallbackSap)
-        document.fail(service, "the SAP of " + quoted(service.Scalar()) + " is too large for the callback table");
+    const uint32_t sap = is_of_none ? 0 : services.named(document, service, "service").sap;
+    if (sap > kLastCallbackSap) {
+        document.fail(service, Error::kOutOfRange,
+                      "the SAP of " + quoted(service.Scalar()) + " is too large for the callback table");
+    }
     const uint32_t flags = flags_in(document, entry["flags"]);
-    const std::string function = entry.text("function");
-    if (!add_callback_row(sap, function, entry.text("library"), flags)) {
-        document.fail(node, "the callback table has " + std::to_string(kCallbackRows) +
-                                " rows, with names of at most " +
-                                std::to_string(sizeof qarn_cfg_cb_entry::func_name - 1) + " characters");
+    const InProcess row = {entry.text("function"), entry.text("library"), sap, line_of(node)};
+    if (!add_callback_row(sap, row.function, row.library, flags)) {
+        document.fail(node, Error::kOutOfRange,
+                      "the callback table has " + std::to_string(kCallbackRows) + " rows, with names of at most " +
+                          std::to_string(sizeof qarn_cfg_cb_entry::func_name - 1) + " characters");
+    }
+    sw.in_process.push_back(row);
+}
+
+void check_row(const Document &document, const Mapping &entry, const std::string &name, uint32_t row,
+               const Switch &sw) {
+    for (const auto &[other, other_row] : sw.features) {
+        if (other_row != row) continue;
+        document.fail(entry["row"], Error::kDuplicate, "feature " + quoted(name) + " has the row of " + quoted(other));
     }
 }
 
-void read_feature(const Document &document, const std::string &name, const YAML::Node &node, Switch &sw) {
+void read_feature(const Document &document, const std::string &name, const YAML::Node &node, Switch &sw,
+                  const ServiceNames &services) {
     const Mapping entry(document, node, "feature " + quoted(name), {"row", "services", "key", "elements"});
     const uint32_t row = entry.number("row", 1, SHOW_TABLE_ROWS - 1);
-    for (const auto &[other, other_row] : sw.features)
-        if (other_row == row)
-            document.fail(entry["row"], "feature " + quoted(name) + " has the row of " + quoted(other));
+    check_row(document, entry, name, row, sw);
     std::vector<uint32_t> saps;
     std::vector<std::pair<uint32_t, uint32_t>> pairs;
-    document.each_item(entry.require("services"), "services", [&](const YAML::Node &item) {
-        const Service &service = service_named(document, item, "services", sw);
+    const bool is_whole = document.each_item(entry.require("services"), "services", [&](const YAML::Node &item) {
+        const Service &service = services.named(document, item, "services");
         saps.push_back(service.sap);
         if (!entry.has("elements")) pairs.emplace_back(service.uuid, 0); // every element of the service
     });
     document.each_item(entry["elements"], "elements", [&](const YAML::Node &item) {
-        pairs.push_back(element_reference(document, item, "elements", sw));
+        pairs.push_back(element_reference(document, item, "elements", services));
     });
-    if (saps.empty() || saps.size() > SHOW_SAP_SLOTS || pairs.size() > SHOW_FEATURE_PAIRS) {
-        document.fail(node, "feature " + quoted(name) + " must have 1 to " + std::to_string(SHOW_SAP_SLOTS) +
-                                " services and at most " + std::to_string(SHOW_FEATURE_PAIRS) + " elements");
+    if ((is_whole && saps.empty()) || saps.size() > SHOW_SAP_SLOTS || pairs.size() > SHOW_FEATURE_PAIRS) {
+        document.fail(node, Error::kOutOfRange,
+                      "feature " + quoted(name) + " must have 1 to " + std::to_string(SHOW_SAP_SLOTS) +
+                          " services and at most " + std::to_string(SHOW_FEATURE_PAIRS) + " elements");
     }
     set_sap_row(row, saps, entry.number("key", 0, UINT32_MAX, 0));
     set_feature_row(row, pairs);
@@ -73,14 +83,14 @@ void read_feature(const Document &document, const std::string &name, const YAML:
 
 } // namespace
 
-void read_in_process(const Document &document, const YAML::Node &node, Switch &sw) {
+void read_in_process(const Document &document, const YAML::Node &node, Switch &sw, const ServiceNames &services) {
     document.each_item(node, "in_process",
-                       [&](const YAML::Node &entry) { read_in_process_entry(document, entry, sw); });
+                       [&](const YAML::Node &entry) { read_in_process_entry(document, entry, sw, services); });
 }
 
-void read_features(const Document &document, const YAML::Node &node, Switch &sw) {
+void read_features(const Document &document, const YAML::Node &node, Switch &sw, const ServiceNames &services) {
     document.each_pair(node, "features", [&](const YAML::Node &name, const YAML::Node &value) {
-        read_feature(document, name.Scalar(), value, sw);
+        read_feature(document, name.Scalar(), value, sw, services);
     });
 }
 
