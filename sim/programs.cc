@@ -1,7 +1,6 @@
 // Runs programs and functions of shared libraries, or what a test has put in their place. A program writes to the
 // standard output of this process, so buffered output is flushed first. Where the platform's shell is not installed,
-// Switch::shell_program runs in its place. A library named without a path is also searched for near the running
-// program.
+// Switch::shell_program runs in its place.
 #include "platform/programs.h"
 
 #include <dlfcn.h>
@@ -10,10 +9,10 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <filesystem>
 
 #include "platform/cfglib.h"
 #include "sim/child.h"
+#include "sim/library.h"
 #include "sim/switch.h"
 
 namespace sim {
@@ -58,19 +57,6 @@ void replace_missing_shell(const Switch &sw, std::string &program) {
         program = sw.shell_program;
 }
 
-// The library as named, beside the program, or where an installation puts it.
-void *load_library(const std::string &name) {
-    void *library = ::dlopen(name.c_str(), RTLD_NOW | RTLD_NODELETE);
-    if (library != nullptr || name.find('/') != std::string::npos) return library;
-    std::error_code error;
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    for (const auto &path : {folder / name, folder.parent_path() / "lib" / name}) {
-        library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NODELETE);
-        if (library != nullptr) return library;
-    }
-    return nullptr;
-}
-
 // A function may serve several rows. The library passes the row's own lib_name, so its address identifies the row.
 uint32_t sap_of_row(const char *lib_name) {
     for (int32_t i = 0; i < qarn_cfg_cb_table_size; ++i)
@@ -108,7 +94,7 @@ int32_t dlwrap_invoke_func(const char *lib, const char *func, void *args, uint32
         return 0;
     }
     // The library stays in memory because its services keep state from one command to the next.
-    void *library = load_library(lib);
+    void *library = open_library(lib, sw.description_folder, RTLD_NODELETE).handle;
     if (library == nullptr) return -1;
     sw.invoked_sap = sap_of_row(lib);
     void *symbol = ::dlsym(library, func);

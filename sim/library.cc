@@ -1,0 +1,57 @@
+// A place that has no such file says nothing; a file that is there and cannot be loaded is the reason worth reading.
+#include "sim/library.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <vector>
+
+namespace sim {
+namespace {
+
+bool is_path(const std::string &name) {
+    return name.find('/') != std::string::npos;
+}
+
+// Where a file may lie, in the order of the search. A path has one place.
+std::vector<std::string> places_of(const std::string &name, const std::string &folder) {
+    if (name.starts_with('/') || (is_path(name) && folder.empty())) return {name};
+    if (is_path(name)) return {folder + name};
+    std::vector<std::string> places;
+    if (!folder.empty()) places.push_back(folder + name);
+    places.push_back(name); // the loader's own search
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    places.push_back(program / name);
+    places.push_back(program.parent_path() / "lib" / name);
+    return places;
+}
+
+std::string places_tried(const std::string &name, const std::string &folder) {
+    if (is_path(name)) return "";
+    return (folder.empty() ? "" : "; tried " + folder + name + ", then") +
+           std::string(folder.empty() ? "; tried" : "") + " the loader's folders and those of the shell";
+}
+
+} // namespace
+
+Library open_library(const std::string &name, const std::string &folder, int flags) {
+    Library library;
+    for (const std::string &place : places_of(name, folder)) {
+        std::error_code error;
+        // The loader would wait for the writer of a FIFO.
+        if (is_path(place) && std::filesystem::exists(place, error) && !std::filesystem::is_regular_file(place, error)) {
+            if (library.error.empty()) library.error = place + ": not a regular file";
+            continue;
+        }
+        library.handle = ::dlopen(place.c_str(), RTLD_NOW | flags);
+        if (library.handle != nullptr) return library;
+        const char *reason = ::dlerror();
+        const bool is_file = is_path(place) && std::filesystem::exists(place, error);
+        if (library.error.empty() || is_file) library.error = reason;
+    }
+    library.error += places_tried(name, folder);
+    return library;
+}
+
+} // namespace sim
