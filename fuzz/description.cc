@@ -4,10 +4,12 @@
 
 #include "fuzz/input.h"
 #include "platform/cfglib.h"
+#include "sim/check/check.h"
 #include "sim/description.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     fuzz::CurrentSwitch sw;
+    sim::check_description_text(std::string(reinterpret_cast<const char *>(data), size), "input");
     try {
         sim::load_description_text(sw, std::string(reinterpret_cast<const char *>(data), size), "input");
     } catch (const sim::DescriptionError &) {
