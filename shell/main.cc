@@ -201,6 +201,9 @@ int main(int argc, char **argv) {
     } catch (const sim::DescriptionError &error) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
         return shell::kExitUsage;
+    } catch (const shell::CommandError &error) { // the VDC to start in
+        std::fprintf(stderr, "vsh: %s\n", error.what());
+        return shell::kExitUsage;
     } catch (const shell::LineTooLong &error) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
         return shell::kExitUsage;

@@ -31,15 +31,24 @@ std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file) {
     return sw;
 }
 
+std::string list_of_vdcs(const sim::Switch &sw) {
+    std::string list;
+    for (const sim::Vdc &vdc : sw.vdcs) {
+        list += (list.empty() ? "; the VDCs are " : ", ") + std::to_string(vdc.id) + " (" + vdc.name +
+                (vdc.active ? ")" : ", not active)");
+    }
+    return list;
+}
+
 template <typename Value>
 const sim::Vdc &active_vdc(const sim::Switch &sw, Value sim::Vdc::*member, const Value &wanted,
                            const std::string &name) {
     for (const sim::Vdc &vdc : sw.vdcs) {
         if (vdc.*member != wanted) continue;
-        if (!vdc.active) throw CommandError("VDC " + name + " is not active");
+        if (!vdc.active) throw CommandError("VDC " + name + " is not active" + list_of_vdcs(sw));
         return vdc;
     }
-    throw CommandError("unknown VDC " + name);
+    throw CommandError("unknown VDC " + name + list_of_vdcs(sw));
 }
 
 int run(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline) {
