@@ -22,6 +22,7 @@
 #include <string_view>
 #include <vector>
 
+#include "shell/check.h"
 #include "shell/command.h"
 #include "shell/lines.h"
 #include "shell/run.h"
@@ -91,6 +92,17 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
         ->envname("VSH_DEADLINE");
 }
 
+void declare_options_of_checks(CLI::App &app, Options &options) {
+    app.add_option("--check", options.checked_file,
+                   "report everything that is wrong with the switch description FILE, and exit")
+        ->type_name("FILE")
+        ->check(path_given)
+        ->excludes("-c");
+    app.add_flag("--json", options.json, "report it as JSON")->needs("--check");
+    app.add_flag("--no-warnings", options.no_warnings, "do not mention warnings of the description at the start")
+        ->envname("VSH_NO_WARNINGS");
+}
+
 void declare_help(CLI::App &app) {
     app.footer(shell::list_of_commands() +
                "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
@@ -102,7 +114,8 @@ void declare_help(CLI::App &app) {
                "  3    the configuration was printed, but a part is missing or doubled; standard error names it\n"
                "  4    elements wait for each other; standard error names them\n"
                "  130  interrupted; 141: nothing reads the output; 128+N: ended by signal N\n"
-               "Of several commands the worst: 2, 1, an interruption, 4, 3.");
+               "Of several commands the worst: 2, 1, an interruption, 4, 3.\n"
+               "With --check: 0 nothing is wrong, 1 only warnings, 2 at least one error.");
 }
 
 // Open /dev/null for each of the three standard streams that the caller closed, so that no other file gets its number.
@@ -123,6 +136,7 @@ void export_path(const char *variable, const std::optional<std::string> &path) {
 void export_options(const Options &options) {
     export_path("VSH_SWITCH", options.switch_file);
     export_path("VSH_STORE", options.store);
+    setenv("VSH_NO_WARNINGS", "true", 1); // this shell reports them
     if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
     setenv("VSH_FILTER_MODE", std::to_string(options.filter_mode).c_str(), 1);
     setenv("VSH_DEBUG", std::to_string(options.debug_mask).c_str(), 1);
@@ -167,6 +181,7 @@ int execute_lines(Session &session) {
 }
 
 int run(const Options &options) {
+    if (options.checked_file) return shell::check_file(*options.checked_file, options.json);
     export_options(options);
     Session session(options);
     if (!options.command) return execute_lines(session);
@@ -179,6 +194,7 @@ int parse_and_run(int argc, char **argv) {
     Options options;
     declare_session_options(app, options);
     declare_options_of_commands(app, options);
+    declare_options_of_checks(app, options);
     declare_help(app);
     try {
         app.parse(argc, argv);

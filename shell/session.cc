@@ -14,6 +14,7 @@
 #include "shell/command.h"
 #include "shell/held_output.h"
 #include "shell/run.h"
+#include "sim/check/check.h"
 #include "sim/description.h"
 #include "sim/notation.h"
 #include "sim/store.h"
@@ -21,7 +22,7 @@
 namespace shell {
 namespace {
 
-std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file) {
+std::unique_ptr<sim::Switch> load_switch(const std::optional<std::string> &file) {
     auto sw = std::make_unique<sim::Switch>();
     if (file) {
         sim::load_description(*sw, *file);
@@ -51,6 +52,13 @@ const sim::Vdc &active_vdc(const sim::Switch &sw, Value sim::Vdc::*member, const
     throw CommandError("unknown VDC " + name + list_of_vdcs(sw));
 }
 
+void report_warnings(const sim::Switch &sw, const std::string &file) {
+    const std::size_t count = sim::check_switch(sw).size();
+    if (count == 0) return;
+    std::fprintf(stderr, "vsh: %s: %zu warning%s; see %s with vsh --check %s\n", file.c_str(), count,
+                 count == 1 ? "" : "s", count == 1 ? "it" : "them", file.c_str());
+}
+
 int run(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline) {
     const int result = run_command(sw, entry, request, output, deadline);
     if (entry == copy_running_to_startup && result >= kExitInterrupted) sim::remove_unfinished_save(sw);
@@ -58,6 +66,12 @@ int run(sim::Switch &sw, EntryPoint entry, Request &request, int output, const D
 }
 
 } // namespace
+
+std::unique_ptr<sim::Switch> Session::load(const std::optional<std::string> &file) {
+    auto sw = load_switch(file);
+    if (file && !options_.no_warnings && checked_.insert(*file).second) report_warnings(*sw, *file);
+    return sw;
+}
 
 Session::Session(const Options &options) : options_(options) {
     enter(options_.vdc);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,10 +20,13 @@ struct Options {
     std::string display_option; // ignored: a shell on the switch passes it
     uint32_t debug_mask = 0, filter_mode = 0;
     bool script_mode = false;
-    bool fail_partial = false;         // print nothing unless the configuration is complete
-    std::optional<std::string> output; // file for the configuration, replaced only by a complete one
-    uint32_t timeout_unit = 1000;      // milliseconds
-    std::optional<double> deadline;    // seconds that a command may take
+    bool no_warnings = false;                // of the description
+    bool fail_partial = false;               // print nothing unless the configuration is complete
+    std::optional<std::string> output;       // file for the configuration, replaced only by a complete one
+    uint32_t timeout_unit = 1000;            // milliseconds
+    std::optional<double> deadline;          // seconds that a command may take
+    std::optional<std::string> checked_file; // only report what is wrong with this description
+    bool json = false;                       // as JSON
 };
 
 class Session {
@@ -35,6 +39,8 @@ class Session {
     const std::string &prompt() const { return prompt_; }
 
   private:
+    // Load a description, by default the built-in one. A session reports its warnings once.
+    std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file);
     void enter(std::optional<uint16_t> id); // without an id: the description's own VDC
     void switch_to(const std::string &name);
     void switch_back();
@@ -44,7 +50,8 @@ class Session {
     const Options &options_;
     std::unique_ptr<sim::Switch> switch_;
     std::string prompt_;
-    bool is_switched_ = false; // by switchto, until switchback
+    std::set<std::string> checked_; // files whose warnings were reported
+    bool is_switched_ = false;      // by switchto, until switchback
 };
 
 } // namespace shell

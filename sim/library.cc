@@ -40,7 +40,8 @@ Library open_library(const std::string &name, const std::string &folder, int fla
     for (const std::string &place : places_of(name, folder)) {
         std::error_code error;
         // The loader would wait for the writer of a FIFO.
-        if (is_path(place) && std::filesystem::exists(place, error) && !std::filesystem::is_regular_file(place, error)) {
+        if (is_path(place) && std::filesystem::exists(place, error) &&
+            !std::filesystem::is_regular_file(place, error)) {
             if (library.error.empty()) library.error = place + ": not a regular file";
             continue;
         }

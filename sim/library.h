@@ -10,9 +10,9 @@ struct Library {
     std::string error;      // why, with the places that were tried
 };
 
-// Open a library. A path is relative to the description's folder; a name without a slash is searched for in that folder,
-// where the loader searches, beside the running program, and in the folder lib of an installation. `folder` ends with a
-// slash, or is empty if the description is no file. `flags` are flags of dlopen besides RTLD_NOW.
+// Open a library. A path is relative to the description's folder; a name without a slash is searched for in that
+// folder, where the loader searches, beside the running program, and in the folder lib of an installation. `folder`
+// ends with a slash, or is empty if the description is no file. `flags` are flags of dlopen besides RTLD_NOW.
 Library open_library(const std::string &name, const std::string &folder, int flags);
 
 } // namespace sim

@@ -94,7 +94,7 @@ void check_interfaces(const Switch &sw, Report &report) {
     const Hidden hidden = report.is_whole() ? check_blocks(sw, report) : Hidden();
     for (const Service &service : sw.services) {
         for (const Element &element : service.elements) {
-            check_texts(service, element, hidden, report);
+            if (!hidden.empty()) check_texts(service, element, hidden, report);
             check_block_element(service, element, report);
         }
     }
