@@ -20,11 +20,18 @@ namespace {
     throw std::runtime_error("cannot write " + path + ": " + std::strerror(errno));
 }
 
-// The file behind symbolic links, so that the link stays.
+// The file behind symbolic links, so that the links stay. It need not exist.
 std::string target_of(const std::string &path) {
+    constexpr int kMostLinks = 40; // as for the kernel
+    std::filesystem::path target = path;
     std::error_code error;
-    const std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
-    return error ? path : target.string();
+    for (int links = 0; links < kMostLinks; ++links) {
+        const std::filesystem::path next = std::filesystem::read_symlink(target, error);
+        if (error) return target.string();
+        target = target.parent_path() / next;
+    }
+    errno = ELOOP;
+    fail(path);
 }
 
 std::string folder_of(const std::string &path) {
@@ -83,7 +90,12 @@ HeldOutput::HeldOutput(const std::optional<std::string> &path) {
     path_ = target_of(name_);
     const mode_t mode = mode_for(path_);
     descriptor_ = open_beside(path_, temporary_);
-    if (descriptor_ < 0 || fchmod(descriptor_, mode) != 0) fail(path_);
+    if (descriptor_ >= 0 && fchmod(descriptor_, mode) == 0) return;
+    const int reason = errno;
+    if (descriptor_ >= 0) close(descriptor_);
+    if (!temporary_.empty()) unlink(temporary_.c_str());
+    errno = reason;
+    fail(path_);
 }
 
 HeldOutput::~HeldOutput() {

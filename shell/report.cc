@@ -42,12 +42,15 @@ std::string reason(const sim::Switch &sw, const qarn_outcome_service &service) {
             return with_status(sw, "its function failed", service.status);
         case QARN_OUTCOME_ANSWERED_TWICE:
             return "answered twice, and its texts are doubled";
+        case QARN_OUTCOME_SKIPPED:
+            return "only " + part("TLVs of its reply can be used", service.received, service.expected);
         default:
             return "its function answered nothing";
     }
 }
 
 std::string name_of_service(const sim::Switch &sw, uint32_t sap) {
+    if (sap == 0) return "a function that belongs to no service";
     const std::string number = "SAP " + std::to_string(sap);
     const auto found = std::ranges::find(sw.services, sap, &sim::Service::sap);
     return found != sw.services.end() ? found->name + " (" + number + ")" : number;
@@ -76,32 +79,61 @@ void report_loop(const sim::Switch &sw, const qarn_outcome &outcome) {
     std::fprintf(stderr, "vsh: loop: %s%s\n", loop.c_str(), name_of_element(sw, outcome.loop[0]).c_str());
 }
 
-// Refusals after which a part was printed.
-void report_refusal(const sim::Switch &sw, const qarn_outcome &outcome) {
+// Why a command was refused, or what else than a service is missing; empty if that is told elsewhere.
+std::string reason(const sim::Switch &sw, const qarn_outcome &outcome) {
     switch (outcome.refusal) {
+        case QARN_OUTCOME_INVALID_REQUEST:
+            return "the library does not accept the request";
+        case QARN_OUTCOME_INVALID_SAP:
+            return "the request names no service";
+        case QARN_OUTCOME_NOT_SUPPORTED:
+            return "the switch does not have this display";
+        case QARN_OUTCOME_NO_CONSUMERS:
+            return "the transport did not list the services";
         case QARN_OUTCOME_NO_INTERFACES:
-            return report_missing(with_status(sw, "the interface manager failed", outcome.status));
+            return with_status(sw, "the interface manager failed", outcome.status);
+        case QARN_OUTCOME_NO_SERVICES:
+            return "there is no service to ask";
+        case QARN_OUTCOME_NO_STARTUP:
+            return "there is no startup configuration; save one with \"copy running-config startup-config\"";
+        case QARN_OUTCOME_NO_BINARY_STARTUP:
+            return "the store has only a text, in which nothing can be selected; save the configuration again with "
+                   "\"copy running-config startup-config\"";
         case QARN_OUTCOME_STORE_REFUSED:
-            return report_missing(with_status(sw, "releasing the startup store failed", outcome.status));
-        case QARN_OUTCOME_TRANSPORT:
-            return report_missing("the functions of shared libraries were not called");
-        case QARN_OUTCOME_NO_SWITCH_PROFILE:
-            return report_missing("the configuration-sync manager gave no switch profile");
-        case QARN_OUTCOME_FINAL_CALLBACK:
-            return report_missing(with_status(sw, "the final callback failed", outcome.status));
-        case QARN_OUTCOME_PROGRAM:
-            return report_missing("a program that prints a part ended with " + std::to_string(outcome.status));
+            if (outcome.verdict == QARN_OUTCOME_NOTHING) return ""; // the store has reported it
+            return with_status(sw, "releasing the startup store failed", outcome.status);
         case QARN_OUTCOME_NO_MEMORY:
-            return report_missing("memory ran out");
+            return "memory ran out";
+        case QARN_OUTCOME_TRANSPORT:
+            return with_status(sw, "the transport failed", outcome.status);
+        case QARN_OUTCOME_NO_SWITCH_PROFILE:
+            return "the configuration-sync manager gave no switch profile";
+        case QARN_OUTCOME_FINAL_CALLBACK:
+            return with_status(sw, "the final callback failed", outcome.status);
+        case QARN_OUTCOME_NO_VDCS:
+            return with_status(sw, "the VDC manager failed", outcome.status);
+        case QARN_OUTCOME_PROGRAM:
+            return sw.shell_results.empty() ? "the program that prints the text failed" : "";
         case QARN_OUTCOME_NOT_RENDERED:
-            return report_missing("a command of an interface could not be rendered");
+            return "a command of an interface could not be rendered";
         case QARN_OUTCOME_NOT_MERGED:
-            return report_missing("an interface could not be merged with its port profile");
+            return "an interface could not be merged with its port profile";
         case QARN_OUTCOME_NO_MEMBERS:
-            return report_missing(with_status(sw, "the port-channel manager failed", outcome.status));
+            return outcome.status == 0 ? "a port channel has more than 36 members"
+                                       : with_status(sw, "the port-channel manager failed", outcome.status);
         default:
-            return;
+            return "";
     }
+}
+
+// The VDCs whose shells did not show all, and the worst exit code of these shells.
+int report_vdcs(const sim::Switch &sw) {
+    int worst = kExitComplete;
+    for (const auto &[vdc, result] : sw.shell_results) {
+        worst = worse_of(worst, result);
+        if (result != 0) report_missing("the display of VDC " + vdc + " ended with " + std::to_string(result));
+    }
+    return worst;
 }
 
 } // namespace
@@ -132,11 +164,13 @@ int report_outcome(const sim::Switch &sw) {
         report_missing(counted(outcome.interfaces_left_out, "interface") + " beyond the first 20000: not shown");
     }
     report_loop(sw, outcome);
+    const std::string why = reason(sw, outcome);
     if (outcome.verdict == QARN_OUTCOME_INCOMPLETE) {
-        report_refusal(sw, outcome);
-        return kExitIncomplete;
+        if (!why.empty()) report_missing(why);
+        return sw.shell_results.empty() ? kExitIncomplete : report_vdcs(sw);
     }
-    return outcome.refusal == QARN_OUTCOME_LOOP ? kExitLoop : kExitFailure;
+    if (!why.empty()) std::fprintf(stderr, "vsh: nothing was shown: %s\n", why.c_str());
+    return outcome.loop_pass != 0 ? kExitLoop : kExitFailure;
 }
 
 } // namespace shell

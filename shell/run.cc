@@ -39,6 +39,11 @@ bool is_ignored(int signal) {
     return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
+struct timespec timespec_of(std::chrono::nanoseconds time) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    return {seconds.count(), (time - seconds).count()};
+}
+
 // How the shell takes signals during the life of a child. An interruption is for the child, so the shell ignores it. A
 // signal that ends the shell is held back, so that the shell can end the child first. A signal that the shell's caller
 // ignores or blocks has no effect, as before.
@@ -73,9 +78,16 @@ class SignalsDuringChild {
     // Wait for one of the held signals and return it, or -1 at an interruption or after `limit`, if there is one.
     int wait(std::optional<std::chrono::nanoseconds> limit) const {
         if (!limit) return sigwaitinfo(&held_, nullptr);
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(*limit);
-        const struct timespec time = {seconds.count(), (*limit - seconds).count()};
+        const struct timespec time = timespec_of(*limit);
         return sigtimedwait(&held_, nullptr, &time);
+    }
+
+    static void wait_for_child(std::chrono::nanoseconds limit) {
+        sigset_t child;
+        sigemptyset(&child);
+        sigaddset(&child, SIGCHLD);
+        const struct timespec time = timespec_of(limit);
+        sigtimedwait(&child, nullptr, &time);
     }
 
     // Let the held signal end the shell.
@@ -97,11 +109,17 @@ class SignalsDuringChild {
     sigset_t held_ = {}, mask_before_ = {};
 };
 
-// What was printed goes out before what is said of it. Copying the configuration reports its outcome itself.
+// The list of modules asks no services and has no outcome; copying the configuration reports its outcome itself.
+bool leaves_outcome(EntryPoint entry) {
+    return entry != copy_running_to_startup && entry != qarn_startup_cfg_modlist_get;
+}
+
+// What was printed goes out before what is said of it.
 int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req) {
-    const auto status = static_cast<int>(entry(&req));
+    const uint32_t status = entry(&req);
     std::fflush(stdout);
-    return entry == copy_running_to_startup ? status : report_outcome(sw);
+    if (leaves_outcome(entry)) return report_outcome(sw);
+    return status == 0 ? kExitComplete : kExitFailure;
 }
 
 // An exception must not leave the child's part of the code, or the child would go on as a second shell.
@@ -147,7 +165,7 @@ bool stdout_has_no_reader() {
 }
 
 int explain_early_end(int wait_status, const Deadline &deadline) {
-    if (is_overdue(deadline) && WIFSIGNALED(wait_status) && WTERMSIG(wait_status) == SIGKILL) {
+    if (is_overdue(deadline) && WIFSIGNALED(wait_status)) {
         std::fprintf(stderr, "vsh: incomplete: the command was ended, because it went on after its deadline\n");
         return kExitIncomplete;
     }
@@ -170,16 +188,30 @@ std::optional<int> reap(pid_t child, int options) {
     return ended == child ? std::optional(status) : std::nullopt;
 }
 
+// End the child. A child that saves the configuration removes what it has made before SIGTERM takes effect; SIGKILL
+// ends one that does not end by itself.
+std::optional<int> end(pid_t child, const SignalsDuringChild &signals) {
+    kill(child, SIGTERM);
+    const auto limit = std::chrono::steady_clock::now() + kGrace;
+    for (;;) {
+        if (const std::optional<int> status = reap(child, WNOHANG)) return status;
+        const auto left = limit - std::chrono::steady_clock::now();
+        if (left <= std::chrono::nanoseconds(0)) break;
+        signals.wait_for_child(left);
+    }
+    kill(child, SIGKILL);
+    return reap(child, 0);
+}
+
 // Wait for the child. If a signal ends the shell meanwhile, the child ends first: whoever waits for the shell then
-// finds the store unlocked. SIGKILL, because the library's handler of SIGHUP may choose to go on.
+// finds the store unlocked.
 std::optional<int> wait_for(pid_t child, const SignalsDuringChild &signals, const Deadline &deadline) {
     for (;;) {
         if (const std::optional<int> status = reap(child, WNOHANG)) return status;
         const int signal = signals.wait(time_left(deadline));
         const bool is_to_end = is_overdue(deadline) || (signal > 0 && signal != SIGCHLD);
         if (!is_to_end) continue;
-        kill(child, SIGKILL);
-        const std::optional<int> status = reap(child, 0);
+        const std::optional<int> status = end(child, signals);
         if (signal < 0 || signal == SIGCHLD) return status;
         signals.deliver(signal);
     }

@@ -61,8 +61,9 @@ void report_warnings(const sim::Switch &sw, const std::string &file) {
 
 int run(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline) {
     const int result = run_command(sw, entry, request, output, deadline);
-    if (entry == copy_running_to_startup && result >= kExitInterrupted) sim::remove_unfinished_save(sw);
-    return result;
+    if (entry != copy_running_to_startup || result == kExitComplete) return result;
+    sim::remove_unfinished_save(sw);
+    return result == kExitIncomplete ? kExitFailure : result; // it went on after its deadline
 }
 
 } // namespace

@@ -53,8 +53,7 @@ int32_t start_and_wait(std::vector<std::string> words) {
 constexpr char kPlatformShell[] = "/opux/bin/vsh";
 
 void replace_missing_shell(const Switch &sw, std::string &program) {
-    if (program == kPlatformShell && !sw.shell_program.empty() && ::access(kPlatformShell, X_OK) != 0)
-        program = sw.shell_program;
+    if (!sw.shell_program.empty() && ::access(kPlatformShell, X_OK) != 0) program = sw.shell_program;
 }
 
 // A function may serve several rows. The library passes the row's own lib_name, so its address identifies the row.
@@ -80,8 +79,12 @@ int32_t execute_program_and_wait(const char *path, ...) {
     if (const auto outcome = sw.enter("execute_program_and_wait", "%s", joined(words).c_str()))
         return static_cast<int32_t>(outcome->result);
     if (sw.run_program) return sw.run_program(words);
+    if (words[0] != kPlatformShell) return start_and_wait(std::move(words));
     replace_missing_shell(sw, words[0]);
-    return start_and_wait(std::move(words));
+    const std::string vdc = words.size() > 2 ? words[2] : ""; // after -i
+    const int32_t result = start_and_wait(std::move(words));
+    sw.shell_results.push_back({vdc, result});
+    return result;
 }
 
 int32_t dlwrap_invoke_func(const char *lib, const char *func, void *args, uint32_t *result,

@@ -1,6 +1,8 @@
 // The manifest is read once per display, under the lock. A service is compared with it when the service answers.
 #include "sim/saved_config.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,9 +40,20 @@ struct Unreadable {
     int error;
 };
 
+// Opened without waiting, since a FIFO may have no writer.
+std::FILE *open_regular(const std::string &path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) return nullptr;
+    struct stat status = {};
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return ::fdopen(descriptor, "r");
+    ::close(descriptor);
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return nullptr;
+}
+
 // The whole file.
 Bytes read_file(const std::string &path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(open_regular(path), std::fclose);
     if (!file) throw Unreadable{errno};
     Bytes bytes;
     char block[4096];
@@ -93,8 +106,22 @@ bool is_in_manifest(const std::string &name) {
 }
 
 void report_extra_files(const Switch &sw) {
+    const std::string &folder = sw.ascii_startup_dir;
+    for (const std::string &name : names_in(folder)) {
+        const std::string path = folder + '/' + name;
+        if (path != sw.bin_startup_dir && path != text_path(folder) && path != manifest_path(folder))
+            report(path, "was not saved here");
+    }
     for (const std::string &name : names_in(sw.bin_startup_dir))
         if (!is_in_manifest(name)) report(sw.bin_startup_dir + '/' + name, "is not in the manifest");
+}
+
+// Also those of services that this display does not ask.
+void report_missing_files(const Switch &sw) {
+    for (const Manifest::SavedService &saved : manifest->services) {
+        const std::string path = service_path(sw.ascii_startup_dir, saved.sap);
+        if (::access(path.c_str(), F_OK) != 0) report(path, label(saved) + ": " + std::strerror(errno));
+    }
 }
 
 void report_unknown_services(const Switch &sw) {
@@ -135,6 +162,7 @@ std::string compare(const Manifest::SavedService &saved, const Service &service,
 // False, after a report, if the elements are not those that were saved.
 bool read_elements(const std::string &path, const Service &service, std::vector<Element> &elements) {
     const Manifest::SavedService *const saved = manifest ? manifest->find(service.sap) : nullptr;
+    if (saved != nullptr && ::access(path.c_str(), F_OK) != 0) return false; // reported with the manifest
     std::string wrong;
     try {
         const Bytes contents = read_file(path);
@@ -197,6 +225,7 @@ void open_saved_config(const Switch &sw) {
     if (!manifest) return;
     compare_text(sw);
     report_extra_files(sw);
+    report_missing_files(sw);
     report_unknown_services(sw);
 }
 

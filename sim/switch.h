@@ -79,6 +79,12 @@ struct Switch : Script {
     std::vector<uint32_t> modules;                   // line-card states
     std::map<uint32_t, std::string> error_texts;     // in addition to those of syserr2str
     std::optional<SwitchProfile> switch_profile;
+    // Of the shells that the current command has started for other VDCs.
+    struct ShellResult {
+        std::string vdc; // its id
+        int32_t result;
+    };
+    std::vector<ShellResult> shell_results;
     std::string shell_program; // runs where the platform's own shell is not installed; empty: none
 
     Service &service(std::string name, uint32_t sap, uint32_t uuid);

@@ -35,7 +35,7 @@ enum {
     QARN_OUTCOME_PROGRAM,           /* a program that prints a part failed: cat, or a VDC's shell */
     QARN_OUTCOME_NOT_RENDERED,      /* the shell gave no text for a command message */
     QARN_OUTCOME_NOT_MERGED,        /* the port-profile manager gave no text for an interface */
-    QARN_OUTCOME_NO_MEMBERS         /* the port-channel manager failed; status */
+    QARN_OUTCOME_NO_MEMBERS         /* the port-channel manager failed; status. 0: a channel has more than 36 members */
 };
 
 /* What became of a service. */
@@ -50,14 +50,16 @@ enum {
     QARN_OUTCOME_NOT_LOADED,       /* its function in a shared library could not be found */
     QARN_OUTCOME_CALL_FAILED,      /* its function returned the failure in status */
     QARN_OUTCOME_ANSWERED_NOTHING, /* its function was called, but no reply came */
-    QARN_OUTCOME_ANSWERED_TWICE    /* two replies came, and both were used: its texts are doubled */
+    QARN_OUTCOME_ANSWERED_TWICE,   /* two replies with the same elements came: their texts are doubled */
+    QARN_OUTCOME_SKIPPED           /* received of expected TLVs were used; the others mean nothing to the library */
 };
 
 struct qarn_outcome_service {
     uint32_t sap;
     uint32_t state;
     uint32_t status;
-    uint32_t expected, received; /* see the states; bytes are those of the joined reply, status word included */
+    uint32_t expected, received; /* see the states; bytes are those of the joined reply, status word included. For a
+                                  * state that names neither, they mean nothing */
 };
 
 /* Passes over the elements. */
@@ -82,7 +84,9 @@ struct qarn_outcome {
 
 /* The outcome of the entry point that returned last; of one that is running, what is known so far. Never null. The
  * record and what it points to belong to the library, and stay as they are until the next entry point is called. A call
- * that is refused because another command is running leaves them alone. */
+ * that is refused because another command is running leaves them alone. A command that runs within the final callback
+ * of another has its own outcome until that callback returns. Functions below the entry points, when a program calls
+ * them by themselves, write into the record of the last command. */
 QARN_EXPORT const struct qarn_outcome *qarn_outcome_last(void);
 
 QARN_END_DECLS

@@ -23,6 +23,7 @@ uint32_t send_answer(const Service &service, const qarn_cfg_req_msg &request, ui
     Transport &transport = current().transport;
     for (const Message &message : answer(service, request)) {
         if (message.due > transport.now) transport.wait(message.due - transport.now);
+        if (message.due > transport.now) return kNotAnswered; // the command's deadline came first
         const auto length = static_cast<uint32_t>(message.payload.size());
         if (mts_send(handle, MTS_ADDRESS_LOCAL, request.src_sap, message.opcode, message.payload.data(), length, 0, 0,
                      0) != 0)

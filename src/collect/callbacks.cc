@@ -81,7 +81,7 @@ void invoke(const qarn_cfg_cb_entry &row, qarn_cb_args &arguments) {
         trace("Invoking Function:%s from Library:%s\n", row.func_name, row.lib_name);
     }
     const auto sap = static_cast<uint32_t>(std::max(row.sap, 0));
-    if (sap != 0) note_service(sap, QARN_OUTCOME_ANSWERED_NOTHING); // until its reply comes
+    if (sap != 0) note_invoked(sap);
     uint32_t result = 0;
     if (dlwrap_invoke_func(row.lib_name, row.func_name, &arguments, &result, qarn_parallel_cfg_cb_invoke_handler) !=
         0) {

@@ -78,6 +78,8 @@ void print_reason(const qarn_outcome_service &service) {
         std::fprintf(stderr, "%u of %u bytes arrived\n", received, expected);
     } else if (service.state == QARN_OUTCOME_BROKEN) {
         std::fprintf(stderr, "it cannot be read from byte %u of %u on\n", received, expected);
+    } else if (service.state == QARN_OUTCOME_SKIPPED) {
+        std::fprintf(stderr, "%u of its %u TLVs cannot be used\n", expected - received, expected);
     } else if (received > expected) {
         std::fprintf(stderr, "it has more than the %u TLVs that it announced\n", expected);
     } else {

@@ -97,10 +97,10 @@ uint32_t qarn_cli_run_cfg_gen_vdcall(qarn_req *req) {
             return 0;
         }
         if (active == 0) continue;
+        qarn::note_printed();
         const int32_t result = qarn::show_vdc(qarn::find_command(req->cmd_code), *vdc, count > 1);
         if (result != 0) rc = result;
     }
     if (rc != 0) qarn::note_refusal(QARN_OUTCOME_PROGRAM, static_cast<uint32_t>(rc));
-    qarn::note_printed();
     return rc != 0 ? 1 : 0;
 }

@@ -7,6 +7,7 @@
 #include <qarncli/interruption.h>
 #include <qarncli/status.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstddef>
 
@@ -104,12 +105,26 @@ qarn_outcome_service decode(const JoinedReply &reply) {
         became.state = QARN_OUTCOME_MISCOUNTED;
         became.expected = decoding.announced;
         became.received = decoding.taken;
+    } else if (decoding.end == Decoding::End::kSkipped) {
+        became.state = QARN_OUTCOME_SKIPPED;
+        became.expected = decoding.announced;
+        became.received = decoding.announced - std::min(decoding.skipped, decoding.announced);
+    } else {
+        became.received = decoding.repeated;
     }
     return became;
 }
 
+void note_asked_services() {
+    for (int32_t i = 0; i < num_saps; ++i) {
+        if (saps[i] != 0) note_asked(saps[i]);
+    }
+}
+
 Step collect(Generation &gen) {
+    note_asked_services();
     if (const uint32_t status = ask_services(gen.handle, gen.message); status != 0) {
+        note_nobody_asked();
         note_refusal(QARN_OUTCOME_TRANSPORT, status);
         return end_at_once(status);
     }
@@ -118,6 +133,7 @@ Step collect(Generation &gen) {
         note_refusal(QARN_OUTCOME_TRANSPORT, collected.broken);
         return end_at_once(collected.broken);
     }
+    if (collected.missing != 0) note_missing();
     gen.recv_err = collected.missing;
     return kGoOn;
 }

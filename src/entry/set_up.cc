@@ -13,15 +13,6 @@
 #include "platform/csm.h"
 
 namespace qarn {
-namespace {
-
-void note_asked_services() {
-    for (int32_t i = 0; i < num_saps; ++i) {
-        if (saps[i] != 0) note_asked(saps[i]);
-    }
-}
-
-} // namespace
 
 // The interface lists keep what they held when the interface manager fails; the manager's error has been printed.
 Step set_up(Generation &gen) {
@@ -41,7 +32,6 @@ Step set_up(Generation &gen) {
         note_refusal(QARN_OUTCOME_NO_SERVICES);
         return end_at_once(0);
     }
-    note_asked_services();
     return kGoOn;
 }
 

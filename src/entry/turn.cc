@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <utility>
 
 #include "outcome/outcome.h"
 #include "platform/csm.h"
@@ -15,11 +16,13 @@ namespace qarn {
 namespace {
 
 std::atomic<bool> taken = false; // atomic, so that a second thread is refused too
+TurnGivenAway *given_away = nullptr;
 
 } // namespace
 
 Turn::Turn() : is_mine_(!taken.exchange(true)) {
     if (is_mine_) {
+        if (given_away != nullptr) given_away->put_outcome_aside();
         begin_outcome();
     } else {
         std::fputs("A configuration command is still running in this process; try again later\n", stderr);
@@ -32,13 +35,18 @@ Turn::~Turn() {
     taken = false;
 }
 
-TurnGivenAway::TurnGivenAway() : outcome_(take_outcome()) {
+TurnGivenAway::TurnGivenAway() : outer_(std::exchange(given_away, this)) {
     taken = false;
 }
 
 TurnGivenAway::~TurnGivenAway() {
     taken = true;
-    put_outcome_back(outcome_);
+    given_away = outer_;
+    if (outcome_) put_outcome_back(*outcome_);
+}
+
+void TurnGivenAway::put_outcome_aside() {
+    if (!outcome_) outcome_ = take_outcome();
 }
 
 bool is_valid(const qarn_req &req) {

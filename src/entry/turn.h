@@ -3,6 +3,8 @@
 
 #include <qarncli/request.h>
 
+#include <optional>
+
 #include "outcome/outcome.h"
 
 namespace qarn {
@@ -31,7 +33,11 @@ class TurnGivenAway {
     TurnGivenAway &operator=(const TurnGivenAway &) = delete;
 
   private:
-    OutcomeRecord outcome_; // of the command that gave the turn away
+    friend Turn;
+    void put_outcome_aside();
+
+    TurnGivenAway *const outer_;           // that gave the turn to the command that gives it away now
+    std::optional<OutcomeRecord> outcome_; // of the command that gave the turn away, once another command has begun
 };
 
 // Whether the shell accepted the command; if not, that has been printed.

@@ -1,10 +1,12 @@
-// The key of an element in the store.
+// The key of an element in the store, and the levels that are printed.
 #pragma once
 
 #include <qarncli/element.h>
 #include <qarncli/element_store.h>
 
 namespace qarn {
+
+inline constexpr int32_t kPrintLevels = 13; // 0..12; elements of any other level are never printed
 
 // Keys hold the low 16 bits of UUID and id.
 inline qarn_merge_key store_key(uint32_t uuid, uint32_t elem_id) {

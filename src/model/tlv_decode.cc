@@ -19,6 +19,7 @@
 #include "base/command_message.h"
 #include "base/trace.h"
 #include "model/element_filter.h"
+#include "model/element_store.h"
 #include "model/store_index.h"
 #include "model/tlv_decode.h"
 #include "model/tlv_reader.h"
@@ -63,7 +64,8 @@ class Decoder {
         }
         if (lost_element_at_) return ended(0, Decoding::End::kBroken);
         if (reader_.leaves_reply()) return ended(0, Decoding::End::kBroken);
-        return ended(0, reader_.taken() == announced_ ? Decoding::End::kWhole : Decoding::End::kMiscounted);
+        if (reader_.taken() != announced_) return ended(0, Decoding::End::kMiscounted);
+        return ended(0, skipped_ == 0 ? Decoding::End::kWhole : Decoding::End::kSkipped);
     }
 
   private:
@@ -72,6 +74,8 @@ class Decoder {
                 .end = end,
                 .announced = static_cast<uint32_t>(announced_),
                 .taken = static_cast<uint32_t>(reader_.taken()),
+                .skipped = skipped_,
+                .repeated = repeated_,
                 .offset = static_cast<uint32_t>(lost_element_at_.value_or(reader_.last_begin()))};
     }
 
@@ -92,8 +96,13 @@ class Decoder {
             case QARN_TLV_TAG_KEY:
                 return add_key(tlv);
             default:
-                return kNextTlv;
+                return skip();
         }
+    }
+
+    Verdict skip() {
+        ++skipped_;
+        return kNextTlv;
     }
 
     void store(qarn_elem *elem) { qarn_merge_hash_insert(elem->uuid, elem, table_); }
@@ -142,6 +151,7 @@ class Decoder {
         if ((known->property & QARN_PROP_DUMMY) != 0) return replace_placeholder(known, header);
         if (static_cast<int32_t>(header.property) > 0) known->property = header.property;
         merged_ = true;
+        ++repeated_;
         return known;
     }
 
@@ -180,7 +190,7 @@ class Decoder {
     }
 
     Verdict add_dependency(const Tlv &tlv) {
-        if (!tlv.has_words(3) || current_ == nullptr) return kNextTlv;
+        if (!tlv.has_words(3) || current_ == nullptr) return skip();
         qarn_elem_dependency *dep = qarn_elem_dependency_create(0, 0, 0, current_->dep_list);
         if (dep == nullptr) return QARN_STATUS_NO_MEMORY;
         current_->dep_list = dep;
@@ -231,10 +241,9 @@ class Decoder {
         const std::optional<TextValue> text = reader_.text(tlv);
         if (!text) return kEnd;
         if (debugging(QARN_DEBUG_DECODE)) csm_qarn_sp_print("Str:%s\n", text->chars);
-        if (current_ != nullptr) {
-            g_string_append_len(current_->cfg_str, text->chars, static_cast<gssize>(text->length));
-        }
-        return kNextTlv;
+        if (current_ == nullptr) return skip();
+        g_string_append_len(current_->cfg_str, text->chars, static_cast<gssize>(text->length));
+        return current_->level < uint32_t{kPrintLevels} || text->length == 0 ? kNextTlv : skip();
     }
 
     Verdict add_interface_value(const Tlv &tlv) {
@@ -246,14 +255,14 @@ class Decoder {
         }
         const std::optional<Tlv> operand = reader_.next();
         if (!operand) return kEnd;
-        if (!if_index || current_ == nullptr) return kNextTlv;
+        if (!if_index || current_ == nullptr) return skip();
         switch (current_->val_type) {
             case QARN_VAL_COMMAND:
                 return add_interface_command(std::move(if_index), *operand);
             case QARN_VAL_TEXT:
                 return add_interface_text(std::move(if_index), *operand);
             default:
-                return kNextTlv;
+                return skip();
         }
     }
 
@@ -344,7 +353,7 @@ class Decoder {
         if (debugging(QARN_DEBUG_DECODE)) {
             csm_qarn_sp_print("(QARN_TLV_TAG_KEY_STR) Str:%s Len:%d\n", value->str, static_cast<int>(value->len));
         }
-        if (current_ == nullptr) return kNextTlv;
+        if (current_ == nullptr) return skip();
         ++count_;
         insert_by_name(current_->keystr_table, *name, value.release());
         return kNextTlv;
@@ -364,7 +373,7 @@ class Decoder {
         count_ += 2;
         const std::optional<TextValue> name = reader_.text(*name_operand);
         if (!name) return kEnd;
-        if (!tlv.has_words(1) || current_ == nullptr) return kNextTlv;
+        if (!tlv.has_words(1) || current_ == nullptr) return skip();
         auto key = allocate<qarn_key_val>();
         if (!key) return QARN_STATUS_NO_MEMORY;
         if (merged_ && current_->uuid == QARN_UUID_KEYS_ONCE) {
@@ -383,6 +392,7 @@ class Decoder {
     qarn_elem *debug_element_ = nullptr; // never stored; made for the debug display only
     bool merged_ = false;                // the current element was in the store before
     int32_t announced_ = 0;
+    uint32_t skipped_ = 0, repeated_ = 0;
     std::optional<std::size_t> lost_element_at_; // the first tag 0 that was too short to name its element
     int64_t count_ = 0;                          // TLVs and follow-ups seen, as counted against the announced number
 };

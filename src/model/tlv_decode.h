@@ -11,12 +11,15 @@ struct Decoding {
     enum class End {
         kWhole,      // exactly the announced number of TLVs was read
         kMiscounted, // more or fewer of them
+        kSkipped,    // some of them belong to nothing that can be printed
         kBroken      // a TLV does not fit into the reply, is not what its tag needs, or ended the decoding
     };
 
     uint32_t status = 0; // as qarn_parse_tlv returns it
     End end = End::kWhole;
     uint32_t announced = 0, taken = 0; // TLVs
+    uint32_t skipped = 0;              // of these
+    uint32_t repeated = 0;             // elements that were in the store before
     uint32_t offset = 0;               // of what broke the reply, in the array
 };
 

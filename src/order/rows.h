@@ -8,11 +8,10 @@
 #include <span>
 
 #include "base/array.h"
+#include "model/element_store.h"
 #include "model/store_index.h"
 
 namespace qarn {
-
-inline constexpr int32_t kPrintLevels = 13; // 0..12; elements of any other level are never printed
 
 // Lives during the output phase, when the elements no longer change. Every row has a vertex, which the queues hold. A
 // conditional element whose condition is not satisfied has no row.

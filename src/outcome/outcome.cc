@@ -57,12 +57,14 @@ void begin_outcome() {
 }
 
 OutcomeRecord take_outcome() {
+    record.lacks_memory = memory_ran_out;
     return std::exchange(record, {});
 }
 
 void put_outcome_back(const OutcomeRecord &taken) {
     release(record);
     record = taken;
+    memory_ran_out = taken.lacks_memory;
 }
 
 void note_refusal(uint32_t refusal, uint32_t status) {
@@ -102,14 +104,44 @@ void note_asked(uint32_t sap) {
     }
 }
 
+// While functions of a service have still to answer, `expected` is their number.
+void note_invoked(uint32_t sap) {
+    note_asked(sap);
+    qarn_outcome_service &service = *find_service(sap);
+    if (is_fault(service.state)) return;
+    service.state = QARN_OUTCOME_ANSWERED_NOTHING;
+    ++service.expected;
+}
+
+void note_nobody_asked() {
+    if (record.services != nullptr) g_array_set_size(record.services, 0);
+}
+
+void note_missing() {
+    if (all_answered()) note_refusal(QARN_OUTCOME_NO_SERVICES);
+}
+
+namespace {
+
+void note_answer(qarn_outcome_service &known, uint32_t repeated_elements) {
+    if (known.state == QARN_OUTCOME_ANSWERED_NOTHING && known.expected > 1) {
+        --known.expected;
+    } else {
+        const bool doubles = known.state == QARN_OUTCOME_ANSWERED && repeated_elements > 0;
+        known = {known.sap, doubles ? QARN_OUTCOME_ANSWERED_TWICE : QARN_OUTCOME_ANSWERED, 0, 0, 0};
+    }
+}
+
+} // namespace
+
 void note_service(const qarn_outcome_service &service) {
-    qarn_outcome_service *known = find_service(service.sap);
-    if (known == nullptr) {
-        append(record.services, service);
-    } else if (!is_fault(known->state)) {
-        const bool is_second = known->state == QARN_OUTCOME_ANSWERED && service.state == QARN_OUTCOME_ANSWERED;
-        *known = service;
-        if (is_second) known->state = QARN_OUTCOME_ANSWERED_TWICE;
+    note_asked(service.sap);
+    qarn_outcome_service &known = *find_service(service.sap);
+    if (is_fault(known.state)) return;
+    if (service.state == QARN_OUTCOME_ANSWERED) {
+        note_answer(known, service.received);
+    } else {
+        known = service;
     }
 }
 

@@ -10,7 +10,7 @@ namespace qarn {
 
 struct OutcomeRecord {
     qarn_outcome outcome;
-    bool is_printed;
+    bool is_printed, lacks_memory;
     GArray *services, *loop; // null while empty
 };
 
@@ -34,7 +34,14 @@ void note_interfaces_left_out(uint32_t count);
 
 // A service is asked; until more is known it is silent.
 void note_asked(uint32_t sap);
+// A function of the service is invoked; until its reply comes it has answered nothing.
+void note_invoked(uint32_t sap);
+// The services could not be asked.
+void note_nobody_asked();
+// The wait for replies has failed; if each service has answered, there was none to wait for.
+void note_missing();
 // What became of a service. A fault stays, whatever the service does later; an in-process function's silence does not.
+// For a service that answered, `received` is the number of its elements that the store had before.
 void note_service(const qarn_outcome_service &service);
 inline void note_service(uint32_t sap, uint32_t state, uint32_t status = 0) {
     note_service({sap, state, status, 0, 0});

@@ -112,6 +112,7 @@ void print_member_blocks(uint32_t port_channel) {
         trace("Found %d members for ifIndex 0x%x\n", answered, port_channel);
     }
     const uint32_t count = std::min<uint32_t>(answered, QARN_MAX_PC_MEMBERS);
+    if (count < answered) note_refusal(QARN_OUTCOME_NO_MEMBERS);
     for (uint32_t j = 0; j < count; ++j) {
         pc_member &member = info.members[j];
         print_interface_header(member.if_index);

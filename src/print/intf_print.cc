@@ -89,6 +89,7 @@ void print_command(const unsigned char *message) {
     const RenderingState state;
     if (!has_valid_stamp(message)) {
         csm_qarn_sp_print("ERROR: qarn_intf_prnt: bad message\n");
+        note_refusal(QARN_OUTCOME_NOT_RENDERED);
         return;
     }
     const auto handle = make_render_handle(message);
@@ -124,6 +125,7 @@ bool render_interface_line(unsigned char *buffer, const char *name, Malloced<uns
     void *reply = cmd_req_init(buffer, CMD_REPLY_BUFFER_SIZE);
     if (reply == nullptr) {
         csm_qarn_sp_print("ERROR: qarn_send_intf_info :Bad handle h\n");
+        note_refusal(QARN_OUTCOME_NOT_RENDERED);
         return false;
     }
     cmd_rep_attr_add(reply, QARN_ATTR_INTERFACE_NAME, name, static_cast<uint32_t>(std::strlen(name)) + 1);
@@ -132,6 +134,7 @@ bool render_interface_line(unsigned char *buffer, const char *name, Malloced<uns
     unsigned char *message = reply_buffer != nullptr ? complete_message(reply_buffer) : nullptr;
     if (message == nullptr) {
         csm_qarn_sp_print("ERROR: qarn_send_intf_info :Bad message\n");
+        note_refusal(QARN_OUTCOME_NOT_RENDERED);
         return false;
     }
     handle = make_render_handle(message);

@@ -2,14 +2,15 @@
 #include <iterator>
 
 #include "sim/cfglib.h"
+#include "sim/reply.h"
 #include "support/story.h"
 
 namespace {
 
 constexpr const char *kVerdicts[] = {"nothing", "incomplete", "complete"};
-constexpr const char *kStates[] = {"answered",    "silent",           "failed",        "not extractable",
-                                   "cut short",   "miscounted",       "broken",        "not loaded",
-                                   "call failed", "answered nothing", "answered twice"};
+constexpr const char *kStates[] = {"answered",    "silent",           "failed",         "not extractable",
+                                   "cut short",   "miscounted",       "broken",         "not loaded",
+                                   "call failed", "answered nothing", "answered twice", "skipped"};
 
 class Outcome : public test::Story {
   protected:
@@ -29,6 +30,10 @@ class Outcome : public test::Story {
         return line;
     }
     std::string refusal(uint32_t refused) { return "nothing, refusal " + std::to_string(refused); }
+    void deliver_reply(uint32_t sap, const sim::Bytes &reply) {
+        const auto length = static_cast<uint32_t>(reply.size());
+        sw.transport.deliver(req.mts_handle, QARN_OPC_REPLY, sim::fragment(sap, true, length, reply));
+    }
     // A function of a shared library that serves this SAP.
     void add_function(uint32_t sap, const char *name, std::function<void(const qarn_cb_args *)> function) {
         sw.service(name, sap, sap).silent();
@@ -49,11 +54,36 @@ TEST_F(Outcome, NamesWhatBecameOfEachService) {
     sw.service("miscounted", 24, 5).replies(announce(test::line(5, "x\n"), 9));
     add_function(25, "gone", nullptr);
     add_function(26, "mute", [](const qarn_cb_args *) {});
+    add_function(26, "loud", [this](const qarn_cb_args *) { deliver_reply(26, test::line(6, "x\n").reply()); });
+    sw.service("newer", 27, 7).replies(test::line(7, "x\n").raw(99, "what?"));
+    sw.service("high", 28, 8).replies(test::line(8, "x\n", 13));
+    sw.service("sparse", 29, 9).replies(sim::Tlv());
     sw.transport.unit = std::chrono::milliseconds(0);
     run();
     EXPECT_EQ(outcome(),
               "incomplete; 20 answered; 21 failed 5; 22 silent; 23 broken; 24 miscounted 2/9; 25 not loaded; "
-              "26 answered nothing");
+              "26 answered nothing; 27 skipped; 28 skipped; 29 answered");
+}
+
+TEST_F(Outcome, DistinguishesASecondReplyFromADoubledOne) {
+    sw.service("late", 20, 1).element(1, 3).text = "late\n";
+    sw.services.back().faults.delay = 1;
+    sw.transport.unit = std::chrono::milliseconds(0);
+    deliver_reply(21, test::line(2, "x\n").reply());
+    deliver_reply(21, sim::Tlv().reply());
+    run();
+    EXPECT_EQ(outcome(), "complete; 20 answered; 21 answered");
+    deliver_reply(21, test::line(2, "x\n").reply());
+    deliver_reply(21, test::line(2, "x\n").reply());
+    run();
+    EXPECT_EQ(outcome(), "incomplete; 20 answered; 21 answered twice");
+}
+
+TEST_F(Outcome, OfADisplayWithoutInterfacesIsComplete) {
+    sw.service("a", 20, 1);
+    run(qarn_cli_run_intf_cfg_gen);
+    EXPECT_EQ(text, "\n");
+    EXPECT_EQ(outcome(), "complete");
 }
 
 TEST_F(Outcome, CountsWhatIsLeftOut) {
