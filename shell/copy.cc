@@ -32,7 +32,9 @@ uint32_t copy_running_to_startup(qarn_req *req) {
         return refuse(error.what());
     }
     std::fputs("Copy complete.\n", stdout);
-    return 0;
+    if (std::fflush(stdout) == 0) return 0;
+    std::clearerr(stdout); // reported here
+    return refuse("the configuration was saved, but standard output cannot be written");
 }
 
 } // namespace shell

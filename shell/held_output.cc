@@ -44,7 +44,7 @@ mode_t mode_for(const std::string &path) {
     struct stat old;
     if (stat(path.c_str(), &old) == 0) {
         if (!S_ISREG(old.st_mode)) throw std::runtime_error("cannot write " + path + ": it is not a regular file");
-        return old.st_mode & 07777;
+        return old.st_mode & 0777;
     }
     const mode_t mask = umask(0);
     umask(mask);
@@ -58,11 +58,18 @@ void sync_folder(const std::string &path) {
     if (!is_synced) fail(path);
 }
 
+// Root leaves the file to its owner.
+bool keep_owner(const std::string &path, int file) {
+    struct stat old;
+    if (geteuid() != 0 || stat(path.c_str(), &old) != 0) return true;
+    return fchown(file, old.st_uid, old.st_gid) == 0;
+}
+
 // Some file systems know no file without a name. There the file has its temporary name from the start.
 int open_beside(const std::string &path, std::string &temporary) {
     const int file = open(folder_of(path).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
     if (file >= 0) return file;
-    temporary = path + ".XXXXXX";
+    temporary = folder_of(path) + "/.vsh.XXXXXX";
     const int named = mkostemp(temporary.data(), O_CLOEXEC);
     if (named < 0) temporary.clear();
     return named;
@@ -70,9 +77,9 @@ int open_beside(const std::string &path, std::string &temporary) {
 
 // Gives a file without a name one that no other file has.
 std::string link_beside(const std::string &path, int file) {
-    const std::string self = "/proc/self/fd/" + std::to_string(file);
+    const std::string self = "/proc/self/fd/" + std::to_string(file), beside = folder_of(path) + "/.vsh.";
     for (int attempt = 0;; ++attempt) {
-        std::string name = path + '.' + std::to_string(getpid()) + '.' + std::to_string(attempt);
+        std::string name = beside + std::to_string(getpid()) + '.' + std::to_string(attempt);
         if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) return name;
         if (errno != EEXIST) fail(path);
     }
@@ -90,7 +97,7 @@ HeldOutput::HeldOutput(const std::optional<std::string> &path) {
     path_ = target_of(name_);
     const mode_t mode = mode_for(path_);
     descriptor_ = open_beside(path_, temporary_);
-    if (descriptor_ >= 0 && fchmod(descriptor_, mode) == 0) return;
+    if (descriptor_ >= 0 && keep_owner(path_, descriptor_) && fchmod(descriptor_, mode) == 0) return;
     const int reason = errno;
     if (descriptor_ >= 0) close(descriptor_);
     if (!temporary_.empty()) unlink(temporary_.c_str());
@@ -122,6 +129,7 @@ void HeldOutput::copy_to_standard_output() const {
         if (got < 0) fail("standard output");
         for (ssize_t done = 0; done < got;) {
             const ssize_t written = write(STDOUT_FILENO, block + done, static_cast<std::size_t>(got - done));
+            if (written < 0 && errno == EPIPE) throw NoReader();
             if (written < 0) fail("standard output");
             done += written;
         }
@@ -131,9 +139,9 @@ void HeldOutput::copy_to_standard_output() const {
 
 void HeldOutput::report_withheld() const {
     if (name_.empty()) {
-        std::fputs("vsh: nothing was printed, because the configuration is not complete\n", stderr);
+        std::fputs("vsh: nothing was printed\n", stderr);
     } else {
-        std::fprintf(stderr, "vsh: %s is left as it was, because the configuration is not complete\n", name_.c_str());
+        std::fprintf(stderr, "vsh: %s is left as it was\n", name_.c_str());
     }
 }
 

@@ -2,9 +2,16 @@
 #pragma once
 
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace shell {
+
+// Nothing reads standard output any more.
+class NoReader : public std::runtime_error {
+  public:
+    NoReader() : std::runtime_error("nothing reads standard output") {}
+};
 
 class HeldOutput {
   public:
@@ -18,7 +25,7 @@ class HeldOutput {
     // Where the command writes.
     int descriptor() const { return descriptor_; }
 
-    // Bring what was written to its place. Throws std::runtime_error.
+    // Bring what was written to its place. Throws std::runtime_error, or NoReader.
     void publish();
     // Say that it was not brought there.
     void report_withheld() const;

@@ -3,6 +3,7 @@
 // standard output, everything else to standard error. Options also come from the environment, where the shell puts them
 // for the shells that the display of all VDCs starts.
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -42,10 +43,15 @@ std::string path_given(const std::string &path) {
     return path.empty() ? "needs a path" : "";
 }
 
+std::string number_given(const std::string &text) {
+    return text.empty() ? "needs a number" : "";
+}
+
 std::string seconds_given(const std::string &text) {
     double seconds = 0;
     const bool is_number = CLI::detail::lexical_cast(text, seconds);
-    return is_number && seconds > 0 && seconds <= kLongestDeadline ? "" : "needs a number of seconds above 0";
+    return is_number && seconds > 0 && seconds <= kLongestDeadline ? ""
+                                                                   : "needs a number of seconds above 0, at most 1e9";
 }
 
 void declare_session_options(CLI::App &app, Options &options) {
@@ -62,7 +68,9 @@ void declare_session_options(CLI::App &app, Options &options) {
         ->type_name("DIR")
         ->check(path_given)
         ->envname("VSH_STORE");
-    app.add_option("-i,--vdc", options.vdc, "start in this VDC instead of the description's own")->type_name("ID");
+    app.add_option("-i,--vdc", options.vdc, "start in this VDC instead of the description's own")
+        ->type_name("ID")
+        ->check(number_given);
     app.add_option("-o", options.display_option, "ignored; for compatibility")->type_name("N");
 }
 
@@ -71,14 +79,17 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
     app.add_option("--filter-mode", options.filter_mode,
                    "filter bits for the commands, such as 0x08: show the switch profile")
         ->type_name("BITS")
+        ->check(number_given)
         ->envname("VSH_FILTER_MODE");
     app.add_option("-d,--debug", options.debug_mask, "debug mask for the commands, such as 0x41")
         ->type_name("MASK")
+        ->check(number_given)
         ->envname("VSH_DEBUG");
     app.add_flag("--fail-partial", options.fail_partial,
                  "print nothing to standard output unless the configuration is complete");
     app.add_option("--output", options.output, "write the configuration to this file instead, and only a complete one")
         ->type_name("FILE")
+        ->check(path_given)
         ->needs("-c");
     app.add_option("--timeout-unit", options.timeout_unit,
                    "milliseconds per unit of the receive time-out, which has 120 units (default 1000)")
@@ -104,18 +115,25 @@ void declare_options_of_checks(CLI::App &app, Options &options) {
 }
 
 void declare_help(CLI::App &app) {
-    app.footer(shell::list_of_commands() +
-               "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
-               "Empty lines and lines that begin with ! are skipped.\n"
-               "\nExit status:\n"
-               "  0    the configuration is complete\n"
-               "  1    the command could not be carried out: no startup configuration, locked, cannot write\n"
-               "  2    unknown command, wrong argument or description\n"
-               "  3    the configuration was printed, but a part is missing or doubled; standard error names it\n"
-               "  4    elements wait for each other; standard error names them\n"
-               "  130  interrupted; 141: nothing reads the output; 128+N: ended by signal N\n"
-               "Of several commands the worst: 2, 1, an interruption, 4, 3.\n"
-               "With --check: 0 nothing is wrong, 1 only warnings, 2 at least one error.");
+    app.footer(
+        shell::list_of_commands() +
+        "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
+        "Empty lines and lines that begin with ! are skipped.\n"
+        "\nExit status:\n"
+        "  0    the configuration is complete\n"
+        "  1    the command could not be carried out: no startup configuration, locked, cannot write, not complete enough\n"
+        "       to copy\n"
+        "  2    unknown command, wrong argument or description\n"
+        "  3    the configuration was printed, but a part is missing or doubled; standard error names it\n"
+        "  4    elements wait for each other; standard error names them\n"
+        "  130  interrupted; 141: nothing reads the output; 128+N: ended by signal N\n"
+        "Of several commands the worst: 2, 1, an interruption, 4, 3.\n"
+        "With --check: 0 nothing is wrong, 1 only warnings, 2 at least one error.");
+}
+
+bool has_no_reader(int stream) {
+    struct pollfd output = {stream, POLLOUT, 0};
+    return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
 }
 
 // Open /dev/null for each of the three standard streams that the caller closed, so that no other file gets its number.
@@ -125,6 +143,9 @@ void hold_standard_streams() {
         if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", O_RDONLY) != stream)
             throw std::runtime_error(std::string("cannot open /dev/null: ") + std::strerror(errno));
     }
+    if (!has_no_reader(STDERR_FILENO)) return;
+    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC); // a message must not cost the configuration
+    if (null >= 0) dup2(null, STDERR_FILENO);
 }
 
 void export_path(const char *variable, const std::optional<std::string> &path) {
@@ -151,15 +172,15 @@ bool is_end(const std::vector<std::string_view> &words) {
     return words.size() == 1 && (words[0] == "exit" || words[0] == "quit");
 }
 
-// Run one line. False at the end of the session.
-bool execute_line(Session &session, std::string_view line, int &result) {
+// Run one line. False at the end of the session, which an interrupted command of a script brings about too.
+bool execute_line(Session &session, std::string_view line, bool is_script, int &result) {
     if (line.ends_with('\r')) line.remove_suffix(1);
     const std::vector<std::string_view> words = shell::words_of(line);
     if (is_end(words)) return false;
     if (!is_command(words)) return true;
     const int status = session.execute(std::string(line));
     result = shell::worse_of(result, status);
-    return status != shell::kExitBrokenPipe;
+    return status != shell::kExitBrokenPipe && !(is_script && status == shell::kExitInterrupted);
 }
 
 // An interruption between commands clears the line of a user who types, and ends a script.
@@ -174,7 +195,7 @@ int execute_lines(Session &session) {
         if (event == Lines::Event::kInterruption) {
             std::fputs(prompting ? "\n" : "vsh: session interrupted\n", stderr);
             if (!prompting) return shell::kExitInterrupted;
-        } else if (event == Lines::Event::kEnd || !execute_line(session, line, result)) {
+        } else if (event == Lines::Event::kEnd || !execute_line(session, line, !prompting, result)) {
             return result;
         }
     }
@@ -186,7 +207,9 @@ int run(const Options &options) {
     Session session(options);
     if (!options.command) return execute_lines(session);
     const std::vector<std::string_view> words = shell::words_of(*options.command);
-    return is_command(words) && !is_end(words) ? session.execute(*options.command) : 0;
+    if (is_command(words) && !is_end(words)) return session.execute(*options.command);
+    if (options.output) throw shell::CommandError("--output needs a command that shows a configuration");
+    return shell::kExitComplete;
 }
 
 int parse_and_run(int argc, char **argv) {

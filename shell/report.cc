@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include "sim/saved_config.h"
 
@@ -24,7 +25,7 @@ std::string part(const char *what, uint32_t received, uint32_t expected) {
 std::string reason(const sim::Switch &sw, const qarn_outcome_service &service) {
     switch (service.state) {
         case QARN_OUTCOME_SILENT:
-            return "did not answer in time";
+            return "sent no complete reply in time";
         case QARN_OUTCOME_FAILED:
             return with_status(sw, "failed", service.status);
         case QARN_OUTCOME_NOT_EXTRACTABLE:
@@ -49,17 +50,24 @@ std::string reason(const sim::Switch &sw, const qarn_outcome_service &service) {
     }
 }
 
+// No control sequence reaches a terminal.
+std::string printable(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
+    return text;
+}
+
 std::string name_of_service(const sim::Switch &sw, uint32_t sap) {
     if (sap == 0) return "a function that belongs to no service";
     const std::string number = "SAP " + std::to_string(sap);
     const auto found = std::ranges::find(sw.services, sap, &sim::Service::sap);
-    return found != sw.services.end() ? found->name + " (" + number + ")" : number;
+    return found != sw.services.end() ? printable(found->name) + " (" + number + ")" : number;
 }
 
 std::string name_of_element(const sim::Switch &sw, const qarn_outcome_element &element) {
     const auto is_owner = [&](const sim::Service &service) { return (service.uuid & 0xffff) == element.uuid; };
     const auto owner = std::ranges::find_if(sw.services, is_owner);
-    const std::string name = owner != sw.services.end() ? owner->name : std::to_string(element.uuid);
+    const std::string name = owner != sw.services.end() ? printable(owner->name) : std::to_string(element.uuid);
     return name + "/" + std::to_string(element.elem_id);
 }
 
@@ -77,6 +85,19 @@ void report_loop(const sim::Switch &sw, const qarn_outcome &outcome) {
         loop += name_of_element(sw, outcome.loop[i]) + " -> ";
     if (loop.empty()) return;
     std::fprintf(stderr, "vsh: loop: %s%s\n", loop.c_str(), name_of_element(sw, outcome.loop[0]).c_str());
+}
+
+// The services that the library had no room for: the last ones of the list.
+void report_left_out(const sim::Switch &sw, uint32_t count) {
+    constexpr uint32_t kMostNamed = 20;
+    std::vector<const sim::Service *> consumers;
+    for (const sim::Service &service : sw.services)
+        if (service.consumer) consumers.push_back(&service);
+    const std::size_t first = consumers.size() - std::min<std::size_t>(count, consumers.size());
+    for (std::size_t at = first; at < std::min(first + kMostNamed, consumers.size()); ++at)
+        report_missing(name_of_service(sw, consumers[at]->sap) +
+                       ": was not asked, because 256 services come before it");
+    if (count > kMostNamed) report_missing(counted(count - kMostNamed, "more service") + ": not asked either");
 }
 
 // Why a command was refused, or what else than a service is missing; empty if that is told elsewhere.
@@ -157,11 +178,9 @@ int report_outcome(const sim::Switch &sw) {
         if (service.state == QARN_OUTCOME_ANSWERED) continue;
         report_missing(name_of_service(sw, service.sap) + ": " + reason(sw, service));
     }
-    if (outcome.consumers_left_out > 0) {
-        report_missing(counted(outcome.consumers_left_out, "service") + " beyond the first 256: not asked");
-    }
+    report_left_out(sw, outcome.consumers_left_out);
     if (outcome.interfaces_left_out > 0) {
-        report_missing(counted(outcome.interfaces_left_out, "interface") + " beyond the first 20000: not shown");
+        report_missing(counted(outcome.interfaces_left_out, "interface") + " beyond the first 20000: without text");
     }
     report_loop(sw, outcome);
     const std::string why = reason(sw, outcome);

@@ -44,35 +44,31 @@ struct timespec timespec_of(std::chrono::nanoseconds time) {
     return {seconds.count(), (time - seconds).count()};
 }
 
-// How the shell takes signals during the life of a child. An interruption is for the child, so the shell ignores it. A
-// signal that ends the shell is held back, so that the shell can end the child first. A signal that the shell's caller
-// ignores or blocks has no effect, as before.
+// How the shell takes signals during the life of a child. All are held back: an interruption is for the child, and a
+// signal that ends the shell must end the child first. A signal that the shell's caller ignores or blocks has no
+// effect, as before.
 class SignalsDuringChild {
   public:
     SignalsDuringChild() {
-        struct sigaction ignore = {};
-        ignore.sa_handler = SIG_IGN;
-        sigaction(SIGINT, &ignore, &interruption_before_);
         sigemptyset(&held_);
         sigaddset(&held_, SIGCHLD);
         sigprocmask(SIG_BLOCK, nullptr, &mask_before_);
         for (const int signal : {SIGHUP, SIGTERM})
             if (!is_ignored(signal) && sigismember(&mask_before_, signal) == 0) sigaddset(&held_, signal);
+        if (!is_ignored(SIGINT)) sigaddset(&held_, SIGINT); // also where a session blocks it for itself
         sigprocmask(SIG_BLOCK, &held_, nullptr);
-        allow_interruption(); // the kernel keeps a blocked signal even where it is ignored
     }
-    ~SignalsDuringChild() {
-        sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
-        sigaction(SIGINT, &interruption_before_, nullptr);
-    }
+    ~SignalsDuringChild() { sigprocmask(SIG_SETMASK, &mask_before_, nullptr); }
     SignalsDuringChild(const SignalsDuringChild &) = delete;
     SignalsDuringChild &operator=(const SignalsDuringChild &) = delete;
 
     // The child takes all signals as the shell's caller wishes; a session blocks SIGINT only for itself.
     void restore_in_child() {
-        sigaction(SIGINT, &interruption_before_, nullptr);
+        sigset_t interruption;
+        sigemptyset(&interruption);
+        sigaddset(&interruption, SIGINT);
         sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
-        allow_interruption();
+        sigprocmask(SIG_UNBLOCK, &interruption, nullptr);
     }
 
     // Wait for one of the held signals and return it, or -1 at an interruption or after `limit`, if there is one.
@@ -98,14 +94,6 @@ class SignalsDuringChild {
     }
 
   private:
-    static void allow_interruption() {
-        sigset_t interruption;
-        sigemptyset(&interruption);
-        sigaddset(&interruption, SIGINT);
-        sigprocmask(SIG_UNBLOCK, &interruption, nullptr);
-    }
-
-    struct sigaction interruption_before_ = {};
     sigset_t held_ = {}, mask_before_ = {};
 };
 
@@ -209,6 +197,10 @@ std::optional<int> wait_for(pid_t child, const SignalsDuringChild &signals, cons
     for (;;) {
         if (const std::optional<int> status = reap(child, WNOHANG)) return status;
         const int signal = signals.wait(time_left(deadline));
+        if (signal == SIGINT) { // which may have reached the shell alone
+            kill(child, SIGINT);
+            continue;
+        }
         const bool is_to_end = is_overdue(deadline) || (signal > 0 && signal != SIGCHLD);
         if (!is_to_end) continue;
         const std::optional<int> status = end(child, signals);

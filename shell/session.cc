@@ -112,6 +112,8 @@ void Session::switch_back() {
 }
 
 bool Session::try_switch(const std::vector<std::string_view> &words) {
+    if (options_.output && !words.empty() && words[0].starts_with("switch"))
+        throw CommandError("--output needs a command that shows a configuration");
     if (words.size() == 3 && words[0] == "switchto" && words[1] == "vdc") {
         switch_to(std::string(words[2]));
         return true;
@@ -151,6 +153,8 @@ int Session::execute(const std::string &line) {
         std::fprintf(stderr, "vsh: %s\n", error.what());
     } catch (const sim::DescriptionError &error) { // of another VDC; this VDC stays current
         std::fprintf(stderr, "vsh: %s\n", error.what());
+    } catch (const NoReader &) {
+        return kExitBrokenPipe;
     } catch (const std::runtime_error &error) { // its store is unusable
         std::fprintf(stderr, "vsh: %s\n", error.what());
         return kExitFailure;

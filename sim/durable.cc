@@ -48,6 +48,13 @@ std::string folder_above(const std::string &path) {
     return above.empty() ? "." : above;
 }
 
+// What root writes belongs to the owner of the folder that it is in, or the owner could not read it.
+void give_to_owner_of_folder(const std::string &path) {
+    struct stat folder = {};
+    if (::geteuid() != 0 || ::stat(folder_above(path).c_str(), &folder) != 0 || folder.st_uid == 0) return;
+    if (::lchown(path.c_str(), folder.st_uid, folder.st_gid) != 0) fail("cannot give away", path);
+}
+
 } // namespace
 
 void fail(const std::string &what, const std::string &path) {
@@ -56,6 +63,7 @@ void fail(const std::string &what, const std::string &path) {
 
 void make_folder(const std::string &path) {
     if (::mkdir(path.c_str(), kFolderMode) != 0) fail("cannot make", path);
+    give_to_owner_of_folder(path);
 }
 
 void make_folders(const std::string &path, std::vector<std::string> &made) {
@@ -78,6 +86,7 @@ void make_folders(const std::string &path, std::vector<std::string> &made) {
 void write_file(const std::string &path, const Bytes &bytes) {
     const OpenFile file(path, O_WRONLY | O_CREAT | O_EXCL);
     if (!file.is_open() || !file.write(bytes) || !file.sync()) fail("cannot write", path);
+    give_to_owner_of_folder(path);
 }
 
 void sync_folder(const std::string &path) {

@@ -38,6 +38,7 @@ void report(const std::string &path, const std::string &what) {
 
 struct Unreadable {
     int error;
+    std::string reason() const { return error == EINVAL ? "is not a regular file" : std::strerror(error); }
 };
 
 // Opened without waiting, since a FIFO may have no writer.
@@ -47,7 +48,7 @@ std::FILE *open_regular(const std::string &path) {
     struct stat status = {};
     if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return ::fdopen(descriptor, "r");
     ::close(descriptor);
-    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    errno = EINVAL;
     return nullptr;
 }
 
@@ -78,7 +79,7 @@ std::optional<Manifest> read_manifest(const Switch &sw) {
     try {
         read = parse_manifest(read_file(path));
     } catch (const Unreadable &unreadable) {
-        report(path, std::string(std::strerror(unreadable.error)) + kCopyAgain);
+        report(path, unreadable.reason() + kCopyAgain);
         return {};
     }
     if (!read) {
@@ -137,7 +138,7 @@ void compare_text(const Switch &sw) {
         const std::string wrong = difference(manifest->text, read_file(path));
         if (!wrong.empty()) report(path, wrong);
     } catch (const Unreadable &unreadable) {
-        report(path, std::strerror(unreadable.error));
+        report(path, unreadable.reason());
     }
 }
 
@@ -168,7 +169,7 @@ bool read_elements(const std::string &path, const Service &service, std::vector<
         const Bytes contents = read_file(path);
         wrong = saved != nullptr ? compare(*saved, service, contents, elements) : decode(contents, elements);
     } catch (const Unreadable &unreadable) {
-        wrong = std::strerror(unreadable.error);
+        wrong = unreadable.reason();
     }
     if (!wrong.empty()) report(path, (saved != nullptr ? label(*saved) + ": " : "") + wrong);
     return wrong.empty();
@@ -192,20 +193,31 @@ bool lists_services(const Switch &sw) {
     }
 }
 
+// A missing text is reported; the library then takes the store for empty.
+bool is_text_a_file(const std::string &path) {
+    struct stat status = {};
+    const int reason = ::stat(path.c_str(), &status) != 0 ? errno : S_ISREG(status.st_mode) ? 0 : EINVAL;
+    if (reason != 0) report(path, reason == EINVAL ? "is not a regular file" : std::strerror(reason));
+    return reason != EINVAL;
+}
+
 } // namespace
 
-void begin_startup_display(const Switch &sw) {
+bool begin_startup_display(const Switch &sw) {
     is_whole = true;
     for (const std::string &folder : {sw.store, sw.ascii_startup_dir}) {
         std::error_code error;
         const fs::file_status status = fs::status(folder, error);
-        if (folder == sw.ascii_startup_dir && status.type() == fs::file_type::not_found) return; // nothing saved yet
+        if (folder == sw.ascii_startup_dir && status.type() == fs::file_type::not_found)
+            return true; // nothing saved yet
         if (!error && !fs::is_directory(status)) error = std::make_error_code(std::errc::not_a_directory);
         if (!error && ::access(folder.c_str(), R_OK | X_OK) != 0) error = {errno, std::generic_category()};
-        if (error) return report(folder, error.message());
+        if (error) {
+            report(folder, error.message());
+            return true;
+        }
     }
-    if (::access(text_path(sw.ascii_startup_dir).c_str(), F_OK) != 0)
-        report(text_path(sw.ascii_startup_dir), std::strerror(errno));
+    return is_text_a_file(text_path(sw.ascii_startup_dir));
 }
 
 std::string folder_of_services(const Switch &sw) {
@@ -227,6 +239,17 @@ void open_saved_config(const Switch &sw) {
     report_extra_files(sw);
     report_missing_files(sw);
     report_unknown_services(sw);
+}
+
+void report_replacement(const Switch &sw) {
+    const std::string path = manifest_path(sw.ascii_startup_dir);
+    try {
+        const std::optional<Manifest> old = parse_manifest(read_file(path));
+        if (!old || (old->switch_name == sw.name && old->vdc == sw.vdc)) return;
+        std::fprintf(stderr, "store: %s: replacing what %s has saved\n", path.c_str(),
+                     owner(old->switch_name, old->vdc).c_str());
+    } catch (const Unreadable &) { // nothing that could be known
+    }
 }
 
 bool is_saved_config_whole() {

@@ -8,8 +8,9 @@
 
 namespace sim {
 
-// The first step of a display: report why the folder of the store cannot be used, if it cannot.
-void begin_startup_display(const Switch &sw);
+// The first step of a display: report why the folder of the store cannot be used, if it cannot. False if its text is
+// not a file, which could be read without end.
+bool begin_startup_display(const Switch &sw);
 
 // The folder whose entries the services saved; empty if they saved nothing.
 std::string folder_of_services(const Switch &sw);
@@ -17,6 +18,9 @@ std::string folder_of_services(const Switch &sw);
 // Take up the saved configuration of a locked store, whose files must be those of its manifest: report a manifest that
 // is missing, damaged or of another switch or VDC, and files and services that do not match it.
 void open_saved_config(const Switch &sw);
+
+// Report that a saved configuration of another switch or VDC is about to be replaced, if there is one.
+void report_replacement(const Switch &sw);
 
 // Whether nothing was reported since the current display began.
 bool is_saved_config_whole();

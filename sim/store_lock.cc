@@ -89,12 +89,15 @@ class OpenLockFile {
   public:
     // A store that this process may only read can be locked too, once its lock file exists.
     explicit OpenLockFile(const std::string &path) {
-        file_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+        file_ = ::open(path.c_str(), O_RDWR | O_CREAT | kFlags, S_IRUSR | S_IWUSR);
         const int reason = errno;
-        if (file_ < 0 && (reason == EACCES || reason == EROFS)) file_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        if (file_ >= 0) return;
-        errno = reason; // not that the file does not exist, if it could not be made
-        fail(path);
+        if (file_ < 0 && (reason == EACCES || reason == EROFS)) file_ = ::open(path.c_str(), O_RDONLY | kFlags);
+        if (file_ < 0) {
+            errno = reason; // not that the file does not exist, if it could not be made
+            fail(path);
+        }
+        refuse_foreign_file(path);
     }
     ~OpenLockFile() {
         if (file_ >= 0) ::close(file_);
@@ -116,8 +119,17 @@ class OpenLockFile {
     int release() { return std::exchange(file_, -1); }
 
   private:
+    // Holders write into the file, which must therefore be the store's own: no link to another file.
+    void refuse_foreign_file(const std::string &path) {
+        struct stat opened = {};
+        if (::fstat(file_, &opened) == 0 && S_ISREG(opened.st_mode) && opened.st_nlink <= 1) return;
+        ::close(std::exchange(file_, -1));
+        throw LockError(kStatusStoreUnusable,
+                        "cannot lock " + path + ": it is not a regular file of its own; remove it");
+    }
     [[noreturn]] static void fail(const std::string &path) {
-        throw LockError(kStatusStoreUnusable, "cannot lock " + path + ": " + std::strerror(errno));
+        const std::string why = errno == ELOOP ? "it is a symbolic link; remove it" : std::strerror(errno);
+        throw LockError(kStatusStoreUnusable, "cannot lock " + path + ": " + why);
     }
     int file_ = -1;
 };
@@ -131,6 +143,11 @@ bool try_to_lock(const std::string &path, LockMode mode) {
     return true;
 }
 
+// On a medium that nobody can write, such as a mounted backup.
+bool cannot_be_written(const std::string &folder) {
+    return ::access(lock_path(folder).c_str(), F_OK) != 0 && ::access(folder.c_str(), W_OK) != 0 && errno == EROFS;
+}
+
 } // namespace
 
 std::string lock_path(const std::string &folder) {
@@ -139,6 +156,7 @@ std::string lock_path(const std::string &folder) {
 
 void lock_store(const std::string &folder, LockMode mode) {
     const std::string path = lock_path(folder);
+    if (mode == LockMode::kShared && cannot_be_written(folder)) return;
     while (lock_file < 0 && !try_to_lock(path, mode)) {
     }
 }

@@ -89,8 +89,8 @@ const std::string &binary_folder(const Switch &sw) {
 
 // The library looks for the text first, once per display.
 const std::string &text_folder(const Switch &sw) {
-    if (!sw.store.empty()) begin_startup_display(sw);
-    return sw.ascii_startup_dir;
+    static const std::string none;
+    return sw.store.empty() || begin_startup_display(sw) ? sw.ascii_startup_dir : none;
 }
 
 const char *text_or_null(const std::string &text) {

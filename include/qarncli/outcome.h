@@ -24,7 +24,7 @@ enum {
     QARN_OUTCOME_NO_INTERFACES,     /* the interface manager failed; status. The command goes on */
     QARN_OUTCOME_NO_SERVICES,       /* there is no service to ask */
     QARN_OUTCOME_NO_STARTUP,        /* no startup configuration is present */
-    QARN_OUTCOME_NO_BINARY_STARTUP, /* only its text is, which this display cannot use */
+    QARN_OUTCOME_NO_BINARY_STARTUP, /* only its text is, in which this display cannot select */
     QARN_OUTCOME_STORE_REFUSED,     /* the startup store could not be locked or released; status */
     QARN_OUTCOME_NO_MEMORY,         /* for the command, or for a part of what it prints */
     QARN_OUTCOME_TRANSPORT,         /* sending or receiving failed; status */
@@ -50,7 +50,7 @@ enum {
     QARN_OUTCOME_NOT_LOADED,       /* its function in a shared library could not be found */
     QARN_OUTCOME_CALL_FAILED,      /* its function returned the failure in status */
     QARN_OUTCOME_ANSWERED_NOTHING, /* its function was called, but no reply came */
-    QARN_OUTCOME_ANSWERED_TWICE,   /* two replies with the same elements came: their texts are doubled */
+    QARN_OUTCOME_ANSWERED_TWICE,   /* two replies with texts of the same elements came: they are doubled */
     QARN_OUTCOME_SKIPPED           /* received of expected TLVs were used; the others mean nothing to the library */
 };
 

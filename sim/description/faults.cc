@@ -1,4 +1,5 @@
-// The faults of a service in a switch description. A keyword that could have no effect is an error.
+// The faults of a service in a switch description. A bad_stamp or wrong_sap that could have no effect is an
+// error.
 #include "sim/description/faults.h"
 
 #include <algorithm>

@@ -151,7 +151,6 @@ class Decoder {
         if ((known->property & QARN_PROP_DUMMY) != 0) return replace_placeholder(known, header);
         if (static_cast<int32_t>(header.property) > 0) known->property = header.property;
         merged_ = true;
-        ++repeated_;
         return known;
     }
 
@@ -242,6 +241,7 @@ class Decoder {
         if (!text) return kEnd;
         if (debugging(QARN_DEBUG_DECODE)) csm_qarn_sp_print("Str:%s\n", text->chars);
         if (current_ == nullptr) return skip();
+        if (merged_ && text->length > 0) ++repeated_;
         g_string_append_len(current_->cfg_str, text->chars, static_cast<gssize>(text->length));
         return current_->level < uint32_t{kPrintLevels} || text->length == 0 ? kNextTlv : skip();
     }

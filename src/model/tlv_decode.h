@@ -19,7 +19,7 @@ struct Decoding {
     End end = End::kWhole;
     uint32_t announced = 0, taken = 0; // TLVs
     uint32_t skipped = 0;              // of these
-    uint32_t repeated = 0;             // elements that were in the store before
+    uint32_t repeated = 0;             // texts appended to elements that were in the store before
     uint32_t offset = 0;               // of what broke the reply, in the array
 };
 

@@ -123,11 +123,11 @@ void note_missing() {
 
 namespace {
 
-void note_answer(qarn_outcome_service &known, uint32_t repeated_elements) {
+void note_answer(qarn_outcome_service &known, uint32_t repeated_texts) {
     if (known.state == QARN_OUTCOME_ANSWERED_NOTHING && known.expected > 1) {
         --known.expected;
     } else {
-        const bool doubles = known.state == QARN_OUTCOME_ANSWERED && repeated_elements > 0;
+        const bool doubles = known.state == QARN_OUTCOME_ANSWERED && repeated_texts > 0;
         known = {known.sap, doubles ? QARN_OUTCOME_ANSWERED_TWICE : QARN_OUTCOME_ANSWERED, 0, 0, 0};
     }
 }

@@ -41,7 +41,7 @@ void note_nobody_asked();
 // The wait for replies has failed; if each service has answered, there was none to wait for.
 void note_missing();
 // What became of a service. A fault stays, whatever the service does later; an in-process function's silence does not.
-// For a service that answered, `received` is the number of its elements that the store had before.
+// For a service that answered, `received` is the number of its texts whose elements the store had before.
 void note_service(const qarn_outcome_service &service);
 inline void note_service(uint32_t sap, uint32_t state, uint32_t status = 0) {
     note_service({sap, state, status, 0, 0});

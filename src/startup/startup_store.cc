@@ -32,6 +32,7 @@ Refusal show_ascii_file(const StartupStore &store) {
     if (debugging(QARN_DEBUG_STORE)) trace("Displaying Ascii file %s\n", store.ascii_path);
     if (cmd_token_id == QARN_TOKEN_SYNC_BODY) return refuse_without_copy();
     qarn_merge_cat_file(store.ascii_path);
+    if (num_saps_exclude > 0) note_refusal(QARN_OUTCOME_NO_BINARY_STARTUP); // nothing is excluded from a text
     return 0;
 }
 

@@ -10,13 +10,23 @@ namespace {
 
 TEST(ShellProcess, GoesOnAfterAnInterruptedCommand) {
     for (const char *arguments : {kSilent, kDelayed}) {
-        Shell shell(std::string(arguments) + " <<.\nshow running-config\nshow running-config service loud\n.\n");
-        ASSERT_TRUE(shell.shows(kWaiting)) << shell.out;
-        shell.signal_group(SIGINT);
-        ASSERT_TRUE(shell.shows("vsh: command interrupted\n")) << shell.out;
+        Shell shell(arguments, connect_to_terminal);
+        shell.type("show running-config\n");
+        ASSERT_TRUE(shell.shows("Sap ctr = 1\r\n")) << shell.out;
+        shell.type("\x03");
+        ASSERT_TRUE(shell.shows("vsh: command interrupted\r\n")) << shell.out;
+        shell.type("show running-config service loud\nexit\n");
         EXPECT_EQ(shell.status(), 130);
-        EXPECT_NE(shell.out.find("\nloud\n"), std::string::npos) << shell.out;
+        EXPECT_NE(shell.out.find("\r\nloud\r\n"), std::string::npos) << shell.out;
     }
+}
+
+TEST(ShellProcess, EndsAScriptWithAnInterruptedCommand) {
+    Shell shell(std::string(kSilent) + " <<.\nshow running-config\nshow running-config service loud\n.\n");
+    ASSERT_TRUE(shell.shows(kWaiting)) << shell.out;
+    shell.signal(SIGINT); // to the shell alone
+    EXPECT_EQ(shell.status(), 130);
+    EXPECT_EQ(shell.out.find("\nloud\n"), std::string::npos) << shell.out;
 }
 
 TEST(ShellProcess, ClearsTheLineOnAnInterruptionAtThePrompt) {
