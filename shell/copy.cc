@@ -4,6 +4,7 @@
 
 #include "shell/command.h"
 #include "shell/report.h"
+#include "sim/saved_config.h"
 #include "sim/store.h"
 
 namespace shell {
@@ -27,6 +28,7 @@ uint32_t copy_running_to_startup(qarn_req *req) {
     if (report_outcome(sw) != kExitComplete)
         return refuse("the running configuration is incomplete; nothing was saved");
     try {
+        sim::report_replacement(sw);
         sim::save_startup(sw, sw.printed);
     } catch (const sim::StoreError &error) {
         return refuse(error.what());

@@ -15,7 +15,6 @@
 #include "platform/vdc.h"
 #include "sim/durable.h"
 #include "sim/manifest.h"
-#include "sim/saved_config.h"
 #include "sim/service_file.h"
 
 namespace sim {
@@ -175,7 +174,6 @@ void save_startup(const Switch &sw, const std::string &text) {
     remove_tree(saving.fresh()); // left by a process that was killed
     write_configuration(saving.fresh(), sw, text);
     signals.throw_if_one_came();
-    report_replacement(sw);
     saving.exchange();
 }
 

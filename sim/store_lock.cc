@@ -98,6 +98,7 @@ class OpenLockFile {
             fail(path);
         }
         refuse_foreign_file(path);
+        if (::geteuid() == 0) leave_to_owner_of_store(path);
     }
     ~OpenLockFile() {
         if (file_ >= 0) ::close(file_);
@@ -126,6 +127,13 @@ class OpenLockFile {
         ::close(std::exchange(file_, -1));
         throw LockError(kStatusStoreUnusable,
                         "cannot lock " + path + ": it is not a regular file of its own; remove it");
+    }
+    // Or the owner could not lock the store after root has.
+    void leave_to_owner_of_store(const std::string &path) const {
+        struct stat folder = {};
+        const std::string store = path.substr(0, path.rfind('/'));
+        if (::stat(store.c_str(), &folder) != 0) return;
+        if (::fchown(file_, folder.st_uid, folder.st_gid) != 0) fail(path);
     }
     [[noreturn]] static void fail(const std::string &path) {
         const std::string why = errno == ELOOP ? "it is a symbolic link; remove it" : std::strerror(errno);
