@@ -1,6 +1,7 @@
 // `copy running-config startup-config`. The library generates the text, with the time of saving in its header, into
 // Switch::printed instead of the output stream. The store receives this text and the elements of every service.
 #include <cstdio>
+#include <string>
 
 #include "shell/command.h"
 #include "shell/report.h"
@@ -28,8 +29,9 @@ uint32_t copy_running_to_startup(qarn_req *req) {
     if (report_outcome(sw) != kExitComplete)
         return refuse("the running configuration is incomplete; nothing was saved");
     try {
-        sim::report_replacement(sw);
+        const std::string before = sim::foreign_owner(sw);
         sim::save_startup(sw, sw.printed);
+        if (!before.empty()) std::fprintf(stderr, "vsh: this replaced the configuration of %s\n", before.c_str());
     } catch (const sim::StoreError &error) {
         return refuse(error.what());
     }

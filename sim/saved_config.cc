@@ -241,15 +241,13 @@ void open_saved_config(const Switch &sw) {
     report_unknown_services(sw);
 }
 
-void report_replacement(const Switch &sw) {
-    const std::string path = manifest_path(sw.ascii_startup_dir);
+std::string foreign_owner(const Switch &sw) {
     try {
-        const std::optional<Manifest> old = parse_manifest(read_file(path));
-        if (!old || (old->switch_name == sw.name && old->vdc == sw.vdc)) return;
-        std::fprintf(stderr, "store: %s: replacing what %s has saved\n", path.c_str(),
-                     owner(old->switch_name, old->vdc).c_str());
+        const std::optional<Manifest> old = parse_manifest(read_file(manifest_path(sw.ascii_startup_dir)));
+        if (old && (old->switch_name != sw.name || old->vdc != sw.vdc)) return owner(old->switch_name, old->vdc);
     } catch (const Unreadable &) { // nothing that could be known
     }
+    return "";
 }
 
 bool is_saved_config_whole() {

@@ -19,8 +19,8 @@ std::string folder_of_services(const Switch &sw);
 // is missing, damaged or of another switch or VDC, and files and services that do not match it.
 void open_saved_config(const Switch &sw);
 
-// Report that a saved configuration of another switch or VDC is about to be replaced, if there is one.
-void report_replacement(const Switch &sw);
+// The other switch or VDC that has saved the configuration in the store, for a message; empty if there is none.
+std::string foreign_owner(const Switch &sw);
 
 // Whether nothing was reported since the current display began.
 bool is_saved_config_whole();
