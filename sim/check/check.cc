@@ -13,19 +13,27 @@ void sort_by_line(Findings &findings) {
     std::ranges::stable_sort(findings, {}, &Finding::line);
 }
 
+void append(Findings &findings, const Findings &added) {
+    findings.insert(findings.end(), added.begin(), added.end());
+}
+
 Findings with_warnings(Findings findings, const Switch &sw) {
-    const Findings warnings = check_switch(sw, findings.empty());
-    findings.insert(findings.end(), warnings.begin(), warnings.end());
+    append(findings, check_switch(sw, findings.empty()));
     sort_by_line(findings);
     return findings;
+}
+
+Findings check_libraries(const Switch &sw) {
+    Report report(true);
+    check_in_process(sw, report);
+    return report.take();
 }
 
 } // namespace
 
 Findings check_switch(const Switch &sw, bool is_whole) {
     Report report(is_whole);
-    for (const auto check :
-         {check_consumers, check_in_process, check_interfaces, check_key_strings, check_keys, check_order})
+    for (const auto check : {check_consumers, check_interfaces, check_key_strings, check_keys, check_order})
         check(sw, report);
     Findings findings = report.take();
     sort_by_line(findings);
@@ -34,7 +42,10 @@ Findings check_switch(const Switch &sw, bool is_whole) {
 
 Findings check_description(const std::string &path) {
     Switch sw;
-    return with_warnings(errors_of_description(sw, path), sw);
+    Findings findings = with_warnings(errors_of_description(sw, path), sw);
+    append(findings, check_libraries(sw));
+    sort_by_line(findings);
+    return findings;
 }
 
 Findings check_description_text(const std::string &text, const std::string &name) {
