@@ -105,10 +105,10 @@ void excluded_services(const Words &words, const sim::Switch &sw, Request &reque
 
 void feature(const Words &words, const sim::Switch &sw, Request &request) {
     const std::string name(only_word(words, "feature name"));
-    const auto row = sw.features.find(name);
-    if (row == sw.features.end()) throw CommandError("unknown feature " + quoted(name));
+    const auto found = sw.features.find(name);
+    if (found == sw.features.end()) throw CommandError("unknown feature " + quoted(name));
     request.req.sap = QARN_SAP_TABLE_ROW;
-    request.req.index = row->second;
+    request.req.index = found->second.row;
 }
 
 void everything(const Words &words, const sim::Switch &sw, Request &request) {

@@ -41,6 +41,7 @@ struct Vdc {
     std::string name;
     bool active = true;
     std::string switch_file = {}; // its own description; empty: the description that lists the VDC
+    uint32_t line = 0;
 };
 
 struct SwitchProfile {
@@ -54,13 +55,33 @@ struct InProcess {
     uint32_t sap, line; // SAP 0: the function belongs to no service
 };
 
+struct ElementReference {
+    uint32_t uuid, id, line;
+};
+
+// The display of a feature.
+struct Feature {
+    uint32_t row; // of the shell's tables
+    std::vector<uint32_t> saps;
+    std::vector<ElementReference> elements; // those that it shows; id 0: all of the service
+    uint32_t line;
+};
+
+// A name that commands use.
+struct Name {
+    const char *kind; // for messages
+    std::string name;
+    uint32_t line;
+};
+
 struct Switch : Script {
     std::string name = "switch";
     std::optional<std::string> version; // of the running software
     std::deque<Service> services;
     std::vector<Interface> interfaces;                // in display order; blocks in the order of their first interface
     std::map<std::string, std::string> port_profiles; // name -> lines for an interface that inherits it
-    std::map<std::string, uint32_t> features;         // feature name -> row of the shell's tables
+    std::map<std::string, Feature> features;
+    std::vector<Name> names; // of a description, in the order of reading
     std::vector<InProcess> in_process;
     std::string description_folder; // ends with a slash; empty: the description is no file
     uint32_t services_line = 0;     // where the description lists the services

@@ -5,28 +5,39 @@
 #include <unordered_set>
 #include <vector>
 
+#include "sim/check/displays.h"
 #include "sim/check/subjects.h"
 #include "sim/notation.h"
 
 namespace sim {
 namespace {
 
-std::unordered_set<uint32_t> shown_blocks(const Switch &sw) {
+std::unordered_set<uint32_t> shown_blocks(const Elements &elements) {
     std::unordered_set<uint32_t> blocks;
-    for (const Service &service : sw.services) {
-        if (service.uuid != QARN_UUID_INTERFACE) continue;
-        for (const Element &element : service.elements)
-            blocks.insert(element.id);
-    }
+    for (const auto &[service, element] : elements.places())
+        if (service->uuid == QARN_UUID_INTERFACE && elements.is_printed(*service, *element)) blocks.insert(element->id);
     return blocks;
+}
+
+std::string reason_for(uint32_t block, const Elements &elements) {
+    const std::string name = "the element 223/" + std::to_string(block);
+    return elements.find(QARN_UUID_INTERFACE, block) == Elements::kNone
+               ? "no service has " + name + " for its block"
+               : "a display of all services does not contain " + name + ", which shows its block";
+}
+
+std::string advice_for(uint32_t block, const Elements &elements) {
+    return elements.find(QARN_UUID_INTERFACE, block) == Elements::kNone
+               ? "add element " + std::to_string(block) + " to a service with the UUID 223"
+               : "remove \"consumer: false\" of its service, or its only_if";
 }
 
 // Interfaces without a block, by index.
 using Hidden = std::unordered_map<uint32_t, const Interface *>;
 
 // One warning for each entry of the description.
-Hidden check_blocks(const Switch &sw, Report &report) {
-    const std::unordered_set<uint32_t> blocks = shown_blocks(sw);
+Hidden check_blocks(const Switch &sw, const Elements &elements, Report &report) {
+    const std::unordered_set<uint32_t> blocks = shown_blocks(elements);
     Hidden hidden;
     for (std::size_t at = 0; at < sw.interfaces.size();) {
         const Interface &first = sw.interfaces[at];
@@ -39,9 +50,8 @@ Hidden check_blocks(const Switch &sw, Report &report) {
             hidden.emplace(sw.interfaces[i].index, &sw.interfaces[i]);
         report.warn("block-not-shown", first.line,
                     "interface " + and_more(quoted(first.name), at - begin) +
-                        " is not shown: no service has the element 223/" + std::to_string(first.block) +
-                        " for its block",
-                    "add element " + std::to_string(first.block) + " to a service with the UUID 223");
+                        " is not shown: " + reason_for(first.block, elements),
+                    advice_for(first.block, elements));
     }
     return hidden;
 }
@@ -91,12 +101,11 @@ void check_interfaces(const Switch &sw, Report &report) {
                         and_more(quoted(first.name), sw.interfaces.size() - QARN_MAX_IFINDEXES),
                     "describe fewer interfaces");
     }
-    const Hidden hidden = report.is_whole() ? check_blocks(sw, report) : Hidden();
-    for (const Service &service : sw.services) {
-        for (const Element &element : service.elements) {
-            if (!hidden.empty()) check_texts(service, element, hidden, report);
-            check_block_element(service, element, report);
-        }
+    const Elements elements(sw);
+    const Hidden hidden = report.is_whole() ? check_blocks(sw, elements, report) : Hidden();
+    for (const auto &[service, element] : elements.places()) {
+        if (!hidden.empty() && elements.is_printed(*service, *element)) check_texts(*service, *element, hidden, report);
+        check_block_element(*service, *element, report);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "sim/check/displays.h"
 #include "sim/check/subjects.h"
 
 namespace sim {
@@ -14,11 +15,6 @@ constexpr std::size_t kLongestLoop = 20; // members that a message names
 
 uint32_t shared_texts_of(const Element &element) {
     return (element.intf_texts.empty() ? 0 : kInterfaceTexts) | (element.key_strings.empty() ? 0 : kKeyStrings);
-}
-
-// Element ids and UUIDs have 16 bits.
-uint32_t key_of(uint32_t uuid, uint32_t id) {
-    return uuid << 16 | id;
 }
 
 struct Node {
@@ -37,14 +33,12 @@ struct Node {
 
 class Graph {
   public:
-    explicit Graph(const Switch &sw) {
-        for (const Service &service : sw.services) {
+    Graph(const Switch &sw, const Elements &elements) : elements_(elements) {
+        for (const Service &service : sw.services)
             services_.emplace(service.uuid, &service);
-            for (const Element &element : service.elements) {
-                positions_.emplace(key_of(service.uuid, element.id), nodes_.size());
-                const uint32_t texts = shared_texts_of(element);
-                nodes_.push_back({&service, &element, {}, {}, texts, texts});
-            }
+        for (const Place &place : elements.places()) {
+            const uint32_t texts = shared_texts_of(*place.element);
+            nodes_.push_back({place.service, place.element, {}, {}, texts, texts});
         }
         for (std::size_t at = 0; at < nodes_.size(); ++at)
             add_edges(at);
@@ -54,8 +48,8 @@ class Graph {
     const std::vector<Node> &nodes() const { return nodes_; }
     // Null if no service has the element.
     const Node *find(const Dependency &dependency) const {
-        const auto found = positions_.find(key_of(dependency.uuid, dependency.elem_id));
-        return found != positions_.end() ? &nodes_[found->second] : nullptr;
+        const std::size_t at = elements_.find(dependency.uuid, dependency.elem_id);
+        return at != Elements::kNone ? &nodes_[at] : nullptr;
     }
 
     std::string name_of_service(uint32_t uuid) const {
@@ -103,8 +97,8 @@ class Graph {
                 nodes_[order[i]].texts_after |= nodes_[after].texts_after;
     }
 
+    const Elements &elements_;
     std::vector<Node> nodes_;
-    std::unordered_map<uint32_t, std::size_t> positions_;    // by key
     std::unordered_map<uint32_t, const Service *> services_; // by UUID
 };
 
@@ -126,13 +120,34 @@ void check_dependency(const Node &node, const Dependency &dependency, const Grap
                 "give it this level or a higher one, or remove the dependency");
 }
 
-// Finds one loop in each group of elements that wait for each other, among the elements that a display can contain.
+// An element whose condition exists without text is a part of the switch that is not configured.
+void check_conditions(const Node &node, const Graph &graph, Report &report) {
+    const Dependency *first = nullptr;
+    for (const Dependency &dependency : node.element->dependencies) {
+        if (dependency.type != QARN_DEP_CONDITIONAL) continue;
+        if (graph.find(dependency) != nullptr) return;
+        if (first == nullptr) first = &dependency;
+    }
+    if (first == nullptr) return;
+    report.warn("only-if-nobody", first->line,
+                node.name() + " is never printed: its condition is " + graph.name_of_service(first->uuid) + "/" +
+                    std::to_string(first->elem_id) + ", an element that no service has",
+                "correct the reference, or add the element");
+}
+
+// Finds one loop in each group of elements that wait for each other, among the elements of a display. `reported` marks
+// the members of the loops that were reported for another display.
 class LoopSearch {
   public:
-    LoopSearch(const Switch &sw, const Graph &graph, Report &report)
-        : sw_(sw), graph_(graph), report_(report), states_(graph.nodes().size()), positions_(graph.nodes().size()) {
+    LoopSearch(const Display &display, const Graph &graph, std::vector<bool> &reported, Report &report)
+        : display_(display),
+          graph_(graph),
+          reported_(reported),
+          report_(report),
+          states_(graph.nodes().size()),
+          positions_(graph.nodes().size()) {
         for (std::size_t at = 0; at < states_.size(); ++at)
-            if (!is_displayed(graph.nodes()[at])) states_[at] = State::kDone;
+            if (display[at] == kAbsent) states_[at] = State::kDone;
     }
 
     void run() {
@@ -148,23 +163,6 @@ class LoopSearch {
         std::size_t looped_before; // looped_ when the step was made
     };
 
-    bool answers(const Service &service) const {
-        if (service.status != 0) return false;
-        return !service.is_silent ||
-               std::ranges::find(sw_.in_process, service.sap, &InProcess::sap) != sw_.in_process.end();
-    }
-
-    bool holds(const Dependency &condition) const {
-        const Node *node = graph_.find(condition);
-        return condition.type == QARN_DEP_CONDITIONAL && node != nullptr && !node->element->text.empty();
-    }
-
-    bool is_displayed(const Node &node) const {
-        if (!answers(*node.service)) return false;
-        if ((node.element->property & QARN_PROP_CONDITIONAL) == 0) return true;
-        return std::ranges::any_of(node.element->dependencies, [this](const auto &one) { return holds(one); });
-    }
-
     // Follow what the node waits for, deepest first. A node of the path that is met again closes a loop.
     void follow(std::size_t first) {
         enter(first);
@@ -173,7 +171,9 @@ class LoopSearch {
             const std::vector<std::size_t> &ahead = graph_.nodes()[step.node].waits_for;
             if (step.next == ahead.size()) {
                 leave();
-            } else if (const std::size_t node = ahead[step.next++]; states_[node] == State::kNew) {
+            } else if (const std::size_t node = ahead[step.next++]; display_[node] != display_[step.node]) {
+                continue; // it is in another display
+            } else if (states_[node] == State::kNew) {
                 enter(node);
             } else if (states_[node] == State::kOnPath) {
                 close_loop(positions_[node]);
@@ -204,7 +204,15 @@ class LoopSearch {
         const bool is_known = looped_ > begin;
         looped_ = path_.size();
         path_.back().loop_begin = std::min(path_.back().loop_begin, begin);
-        if (!is_known) warn(path_.begin() + static_cast<std::ptrdiff_t>(begin));
+        if (!is_known) note(path_.begin() + static_cast<std::ptrdiff_t>(begin));
+    }
+
+    void note(std::vector<Step>::iterator begin) {
+        const bool is_reported =
+            std::any_of(begin, path_.end(), [this](const Step &step) { return reported_[step.node]; });
+        for (auto step = begin; step != path_.end(); ++step)
+            reported_[step->node] = true;
+        if (!is_reported) warn(begin);
     }
 
     void warn(std::vector<Step>::iterator begin) {
@@ -220,8 +228,9 @@ class LoopSearch {
                      "remove one of these dependencies");
     }
 
-    const Switch &sw_;
+    const Display &display_;
     const Graph &graph_;
+    std::vector<bool> &reported_;
     Report &report_;
     std::vector<State> states_;
     std::vector<std::size_t> positions_; // of nodes on the path
@@ -232,11 +241,16 @@ class LoopSearch {
 } // namespace
 
 void check_order(const Switch &sw, Report &report) {
-    const Graph graph(sw);
-    for (const Node &node : graph.nodes())
+    const Elements elements(sw);
+    const Graph graph(sw, elements);
+    for (const Node &node : graph.nodes()) {
         for (const Dependency &dependency : node.element->dependencies)
             if (dependency.type == QARN_DEP_ORDER) check_dependency(node, dependency, graph, report);
-    LoopSearch(sw, graph, report).run();
+        if (report.is_whole()) check_conditions(node, graph, report);
+    }
+    std::vector<bool> reported(graph.nodes().size());
+    for (const Display &display : displays_of(sw, elements))
+        LoopSearch(display, graph, reported, report).run();
 }
 
 } // namespace sim

@@ -7,6 +7,8 @@
 namespace sim {
 
 void check_consumers(const Switch &sw, Report &report);
+void check_doubles(const Switch &sw, Report &report);
+void check_features(const Switch &sw, Report &report);
 void check_in_process(const Switch &sw, Report &report);
 void check_interfaces(const Switch &sw, Report &report);
 void check_key_strings(const Switch &sw, Report &report);

@@ -50,8 +50,8 @@ void read_in_process_entry(const Document &document, const YAML::Node &node, Swi
 
 void check_row(const Document &document, const Mapping &entry, const std::string &name, uint32_t row,
                const Switch &sw) {
-    for (const auto &[other, other_row] : sw.features) {
-        if (other_row != row) continue;
+    for (const auto &[other, feature] : sw.features) {
+        if (feature.row != row) continue;
         document.fail(entry["row"], Error::kDuplicate, "feature " + quoted(name) + " has the row of " + quoted(other));
     }
 }
@@ -61,24 +61,28 @@ void read_feature(const Document &document, const std::string &name, const YAML:
     const Mapping entry(document, node, "feature " + quoted(name), {"row", "services", "key", "elements"});
     const uint32_t row = entry.number("row", 1, SHOW_TABLE_ROWS - 1);
     check_row(document, entry, name, row, sw);
-    std::vector<uint32_t> saps;
-    std::vector<std::pair<uint32_t, uint32_t>> pairs;
+    Feature feature = {row, {}, {}, line_of(node)};
     const bool is_whole = document.each_item(entry.require("services"), "services", [&](const YAML::Node &item) {
         const Service &service = services.named(document, item, "services");
-        saps.push_back(service.sap);
-        if (!entry.has("elements")) pairs.emplace_back(service.uuid, 0); // every element of the service
+        feature.saps.push_back(service.sap);
+        if (!entry.has("elements")) feature.elements.push_back({service.uuid, 0, 0}); // every element of the service
     });
     document.each_item(entry["elements"], "elements", [&](const YAML::Node &item) {
-        pairs.push_back(element_reference(document, item, "elements", services));
+        const auto [uuid, id] = element_reference(document, item, "elements", services);
+        feature.elements.push_back({uuid, id, line_of(item)});
     });
-    if ((is_whole && saps.empty()) || saps.size() > SHOW_SAP_SLOTS || pairs.size() > SHOW_FEATURE_PAIRS) {
+    const std::vector<uint32_t> &saps = feature.saps;
+    if ((is_whole && saps.empty()) || saps.size() > SHOW_SAP_SLOTS || feature.elements.size() > SHOW_FEATURE_PAIRS) {
         document.fail(node, Error::kOutOfRange,
                       "feature " + quoted(name) + " must have 1 to " + std::to_string(SHOW_SAP_SLOTS) +
                           " services and at most " + std::to_string(SHOW_FEATURE_PAIRS) + " elements");
     }
     set_sap_row(row, saps, entry.number("key", 0, UINT32_MAX, 0));
+    std::vector<std::pair<uint32_t, uint32_t>> pairs;
+    for (const ElementReference &element : feature.elements)
+        pairs.emplace_back(element.uuid, element.id);
     set_feature_row(row, pairs);
-    sw.features[name] = row;
+    sw.features[name] = std::move(feature);
 }
 
 } // namespace
