@@ -9,6 +9,7 @@
 #include "shell/run.h"
 #include "sim/check/check.h"
 #include "sim/description.h"
+#include "sim/notation.h"
 
 namespace shell {
 namespace {
@@ -34,9 +35,11 @@ void print_lines(const std::string &path, const Findings &findings) {
         std::printf("%s: %s: %s: %s; %s\n", place.c_str(), word_of(finding.severity), finding.name,
                     finding.message.c_str(), finding.advice.c_str());
     }
-    std::fflush(stdout);
+}
+
+void print_counts(const std::string &path, const Findings &findings) {
     if (findings.empty()) return;
-    std::fprintf(stderr, "%s: %s, %s\n", path.c_str(), count_of(findings, Severity::kError).c_str(),
+    std::fprintf(stderr, "%s: %s, %s\n", sim::printable(path).c_str(), count_of(findings, Severity::kError).c_str(),
                  count_of(findings, Severity::kWarning).c_str());
 }
 
@@ -63,7 +66,9 @@ int status_of(const Findings &findings) {
 int check_file(const std::string &path, bool as_json) {
     const Findings findings = sim::check_description(path);
     as_json ? print_json(path, findings) : print_lines(path, findings);
-    return flush_output() ? status_of(findings) : kErrors;
+    const bool is_written = flush_output();
+    print_counts(path, findings);
+    return is_written ? status_of(findings) : kErrors;
 }
 
 } // namespace shell

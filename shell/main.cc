@@ -29,6 +29,7 @@
 #include "shell/run.h"
 #include "shell/session.h"
 #include "sim/description.h"
+#include "sim/notation.h"
 
 namespace {
 
@@ -38,13 +39,18 @@ using shell::Session;
 
 constexpr double kLongestDeadline = 1e9;
 
-// A check of CLI11: an empty text or what is wrong.
+// Checks of CLI11: an empty text or what is wrong.
 std::string path_given(const std::string &path) {
     return path.empty() ? "needs a path" : "";
 }
 
 std::string number_given(const std::string &text) {
     return text.empty() ? "needs a number" : "";
+}
+
+// The parser takes whatever follows --check as its FILE.
+std::string description_given(const std::string &path) {
+    return path.starts_with('-') ? "needs a path, not the option " + sim::printable(path) : path_given(path);
 }
 
 std::string seconds_given(const std::string &text) {
@@ -107,7 +113,7 @@ void declare_options_of_checks(CLI::App &app, Options &options) {
     app.add_option("--check", options.checked_file,
                    "report everything that is wrong with the switch description FILE, and exit")
         ->type_name("FILE")
-        ->check(path_given)
+        ->check(description_given)
         ->excludes("-c");
     app.add_flag("--json", options.json, "report it as JSON")->needs("--check");
     app.add_flag("--no-warnings", options.no_warnings, "do not mention warnings of the description at the start")

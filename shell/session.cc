@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -52,11 +53,22 @@ const sim::Vdc &active_vdc(const sim::Switch &sw, Value sim::Vdc::*member, const
     throw CommandError("unknown VDC " + name + list_of_vdcs(sw));
 }
 
+// As a user can type it; control characters are replaced.
+std::string word_for_sh(const std::string &text) {
+    constexpr char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+:,@%=";
+    if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
+    std::string word = "'";
+    for (const char c : sim::printable(text))
+        word += c == '\'' ? "'\\''" : std::string(1, c);
+    return word + "'";
+}
+
 void report_warnings(const sim::Switch &sw, const std::string &file) {
     const std::size_t count = sim::check_switch(sw).size();
     if (count == 0) return;
-    std::fprintf(stderr, "vsh: %s: %zu warning%s; see %s with vsh --check %s\n", file.c_str(), count,
-                 count == 1 ? "" : "s", count == 1 ? "it" : "them", file.c_str());
+    std::fprintf(stderr, "vsh: %s: %zu warning%s; see %s with %s --check %s\n", sim::printable(file).c_str(), count,
+                 count == 1 ? "" : "s", count == 1 ? "it" : "them", word_for_sh(program_invocation_name).c_str(),
+                 word_for_sh(file).c_str());
 }
 
 int run(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline) {

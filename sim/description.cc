@@ -32,6 +32,7 @@ void read_vdc(const Document &document, const YAML::Node &node, Switch &sw) {
     const auto id = static_cast<uint16_t>(vdc.number("id", 1, UINT16_MAX));
     sw.vdc = id;
     sw.vdcs = {{id, vdc.text("name"), true}};
+    sw.names.push_back({"a VDC", vdc.text("name"), line_of(node)});
 }
 
 Vdc vdc_in(const Document &document, const YAML::Node &node) {
@@ -40,6 +41,7 @@ Vdc vdc_in(const Document &document, const YAML::Node &node) {
     vdc.id = static_cast<uint16_t>(entry.number("id", 1, UINT16_MAX));
     vdc.name = entry.text("name");
     vdc.active = entry.flag("active", true);
+    vdc.line = line_of(node);
     if (entry.has("switch")) vdc.switch_file = document.path(entry["switch"], "switch");
     if (vdc.name.empty() || vdc.name.size() > kLastVdcName) {
         document.fail(entry["name"], Error::kWrongValue,
@@ -58,6 +60,7 @@ void read_vdcs(const Document &document, const YAML::Node &node, Switch &sw) {
             if (other.id == vdc.id || other.name == vdc.name)
                 document.fail(item, Error::kDuplicate, "VDC " + quoted(vdc.name) + " is listed twice");
         vdcs.push_back(vdc);
+        sw.names.push_back({"a VDC", vdc.name, vdc.line});
     });
     if (!is_whole) return;
     if (vdcs.empty() || vdcs.size() > VDC_MAP_ENTRIES) {
@@ -95,7 +98,10 @@ void read_switch_profile(const Document &document, const YAML::Node &node, Switc
 
 // What the keys before the services say about the switch as a whole.
 void read_properties(const Document &document, const Mapping &root, Switch &sw) {
-    document.attempt([&] { sw.name = root.text("name"); });
+    document.attempt([&] {
+        sw.name = root.text("name");
+        sw.names.push_back({"the switch", sw.name, line_of(root["name"])});
+    });
     document.attempt([&] {
         if (root.has("version")) sw.version = root.text("version");
     });

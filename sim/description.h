@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "sim/findings.h"
+#include "sim/notation.h"
 #include "sim/switch.h"
 
 namespace sim {
@@ -21,7 +22,7 @@ class DescriptionError : public std::runtime_error {
 
     // "FILE:LINE", or "FILE" for line 0.
     static std::string place(const std::string &file, uint32_t line) {
-        return line != 0 ? file + ':' + std::to_string(line) : file;
+        return printable(file) + (line != 0 ? ':' + std::to_string(line) : "");
     }
 
   private:

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+#include "sim/notation.h"
+
 namespace sim {
 namespace {
 
@@ -29,7 +31,7 @@ constexpr Row kErrors[] = {
 
 Finding error_finding(Error error, uint32_t line, const std::string &message) {
     const Row &row = kErrors[static_cast<std::size_t>(error)];
-    return {Severity::kError, row.name, line, message, row.advice};
+    return {Severity::kError, row.name, line, printable(message), row.advice};
 }
 
 } // namespace sim

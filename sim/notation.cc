@@ -76,11 +76,15 @@ std::size_t start_of_number(std::string_view text, std::size_t end) {
     return start;
 }
 
-std::string quoted(std::string_view word) {
-    std::string shown(word.substr(0, kLongestQuote));
+std::string printable(std::string_view text) {
+    std::string shown(text);
     std::replace_if(
         shown.begin(), shown.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
-    return '"' + shown + (word.size() > kLongestQuote ? "..." : "") + '"';
+    return shown;
+}
+
+std::string quoted(std::string_view word) {
+    return '"' + printable(word.substr(0, kLongestQuote)) + (word.size() > kLongestQuote ? "..." : "") + '"';
 }
 
 std::vector<std::string> expand_names(std::string_view names) {
@@ -91,8 +95,11 @@ std::vector<std::string> expand_names(std::string_view names) {
         NameRange range = parse_name_range(part);
         if (range.stem.empty()) range.stem = stem;
         if (range.stem.empty()) throw std::invalid_argument(quoted(part) + " has no name before its number");
-        if (range.high - range.low >= QARN_MAX_IFINDEXES || expanded.size() >= QARN_MAX_IFINDEXES)
-            throw std::invalid_argument("the range in " + quoted(part) + " is too long");
+        const std::string limit = std::to_string(QARN_MAX_IFINDEXES);
+        if (range.high - range.low >= QARN_MAX_IFINDEXES)
+            throw std::invalid_argument("the range in " + quoted(part) + " has more than " + limit + " numbers");
+        if (expanded.size() >= QARN_MAX_IFINDEXES)
+            throw std::invalid_argument("the list " + quoted(names) + " has more than " + limit + " names");
         for (uint32_t offset = 0; offset <= range.high - range.low; ++offset)
             expanded.push_back(range.stem + std::to_string(range.low + offset));
         stem = range.stem;

@@ -9,6 +9,8 @@
 
 namespace sim {
 
+// A text for a message: control characters, which could act on a terminal, replaced by "?".
+std::string printable(std::string_view text);
 // A word for a message: in quotes, unprintable characters replaced, cut when it is long.
 std::string quoted(std::string_view word);
 

@@ -69,7 +69,7 @@ struct Feature {
 
 // A name that commands use.
 struct Name {
-    const char *kind; // for messages
+    const char *owner; // for messages
     std::string name;
     uint32_t line;
 };

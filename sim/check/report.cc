@@ -8,7 +8,7 @@
 namespace sim {
 
 void Report::warn(const char *name, uint32_t line, const std::string &message, const std::string &advice) {
-    findings_.push_back({Severity::kWarning, name, line, message, advice});
+    findings_.push_back({Severity::kWarning, name, line, printable(message), printable(advice)});
 }
 
 std::string name_of(const Service &service, const Element &element) {

@@ -13,6 +13,7 @@ void check_in_process(const Switch &sw, Report &report);
 void check_interfaces(const Switch &sw, Report &report);
 void check_key_strings(const Switch &sw, Report &report);
 void check_keys(const Switch &sw, Report &report);
+void check_names(const Switch &sw, Report &report);
 void check_order(const Switch &sw, Report &report);
 
 } // namespace sim

@@ -2,6 +2,7 @@
 // type and bounds, and every message names the file, the line and the value that is wrong.
 #include "sim/description/document.h"
 
+#include <yaml-cpp/depthguard.h>
 #include <yaml-cpp/eventhandler.h>
 
 #include <algorithm>
@@ -55,6 +56,8 @@ YAML::Node Document::parse(const std::string &text) const {
         if (second) fail(*second, Error::kNotYaml, "the file has a second document");
         if (!document.IsDefined() || document.IsNull()) fail(YAML::Mark(), Error::kNotYaml, "the description is empty");
         return document;
+    } catch (const YAML::DeepRecursion &error) {
+        fail(error.mark, Error::kNotYaml, "the description is nested too deep");
     } catch (const YAML::Exception &error) {
         fail(error.mark, Error::kNotYaml, error.msg);
     }

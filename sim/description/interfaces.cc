@@ -35,6 +35,7 @@ std::string as_block(std::string_view lines) {
 void PortProfiles::read(const Document &document, const YAML::Node &node) {
     document.each_pair(node, "port_profiles", [&](const YAML::Node &name, const YAML::Node &lines) {
         left_out_.add(name.Scalar());
+        sw_.names.push_back({"a port profile", name.Scalar(), line_of(name)});
         sw_.port_profiles[name.Scalar()] = as_block(document.text(lines, "port profile " + quoted(name.Scalar())));
     });
 }

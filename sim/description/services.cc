@@ -35,6 +35,7 @@ void read_service(const Document &document, const YAML::Node &node, Switch &sw, 
     read_faults(document, entry, service);
     sw.services.push_back(service);
     names.add(sw.services.back());
+    sw.names.push_back({"a service", service.name, service.line});
 }
 
 void leave_out(const YAML::Node &node, ServiceNames &names) {

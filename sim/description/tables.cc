@@ -95,6 +95,7 @@ void read_in_process(const Document &document, const YAML::Node &node, Switch &s
 void read_features(const Document &document, const YAML::Node &node, Switch &sw, const ServiceNames &services) {
     document.each_pair(node, "features", [&](const YAML::Node &name, const YAML::Node &value) {
         read_feature(document, name.Scalar(), value, sw, services);
+        sw.names.push_back({"a feature", name.Scalar(), line_of(name)});
     });
 }
 
