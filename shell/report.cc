@@ -100,51 +100,48 @@ void report_left_out(const sim::Switch &sw, uint32_t count) {
     if (count > kMostNamed) report_missing(counted(count - kMostNamed, "more service") + ": not asked either");
 }
 
-// Why a command was refused, or what else than a service is missing; empty if that is told elsewhere.
+struct Reason {
+    uint32_t refusal;
+    const char *text;
+    bool has_status = false;
+};
+constexpr Reason kReasons[] = {
+    {QARN_OUTCOME_INVALID_REQUEST, "the library does not accept the request"},
+    {QARN_OUTCOME_INVALID_SAP, "the request names no service"},
+    {QARN_OUTCOME_NOT_SUPPORTED, "the switch does not have this display"},
+    {QARN_OUTCOME_NO_CONSUMERS, "the transport did not list the services"},
+    {QARN_OUTCOME_NO_INTERFACES, "the interface manager failed", true},
+    {QARN_OUTCOME_NO_SERVICES, "there is no service to ask"},
+    {QARN_OUTCOME_NO_STARTUP,
+     "there is no startup configuration; save one with \"copy running-config startup-config\""},
+    {QARN_OUTCOME_NO_BINARY_STARTUP,
+     "the store has only a text, in which nothing can be selected; save the configuration again with \"copy "
+     "running-config startup-config\""},
+    {QARN_OUTCOME_STORE_REFUSED, "releasing the startup store failed", true},
+    {QARN_OUTCOME_NO_MEMORY, "memory ran out"},
+    {QARN_OUTCOME_TRANSPORT, "the transport failed", true},
+    {QARN_OUTCOME_NO_SWITCH_PROFILE, "the configuration-sync manager gave no switch profile"},
+    {QARN_OUTCOME_FINAL_CALLBACK, "the final callback failed", true},
+    {QARN_OUTCOME_NO_VDCS, "the VDC manager failed", true},
+    {QARN_OUTCOME_PROGRAM, "the program that prints the text failed"},
+    {QARN_OUTCOME_NOT_RENDERED, "a command of an interface could not be rendered"},
+    {QARN_OUTCOME_NOT_MERGED, "an interface could not be merged with its port profile"},
+    {QARN_OUTCOME_NO_MEMBERS, "the port-channel manager failed", true},
+};
+
+// The store itself reports why it cannot be locked, and each shell what its VDC lacks.
+bool is_reported_elsewhere(const sim::Switch &sw, const qarn_outcome &outcome) {
+    if (outcome.refusal == QARN_OUTCOME_STORE_REFUSED) return outcome.verdict == QARN_OUTCOME_NOTHING;
+    return outcome.refusal == QARN_OUTCOME_PROGRAM && !sw.shell_results.empty();
+}
+
+// Why a command was refused, or what else than a service is missing; empty if there is nothing to add.
 std::string reason(const sim::Switch &sw, const qarn_outcome &outcome) {
-    switch (outcome.refusal) {
-        case QARN_OUTCOME_INVALID_REQUEST:
-            return "the library does not accept the request";
-        case QARN_OUTCOME_INVALID_SAP:
-            return "the request names no service";
-        case QARN_OUTCOME_NOT_SUPPORTED:
-            return "the switch does not have this display";
-        case QARN_OUTCOME_NO_CONSUMERS:
-            return "the transport did not list the services";
-        case QARN_OUTCOME_NO_INTERFACES:
-            return with_status(sw, "the interface manager failed", outcome.status);
-        case QARN_OUTCOME_NO_SERVICES:
-            return "there is no service to ask";
-        case QARN_OUTCOME_NO_STARTUP:
-            return "there is no startup configuration; save one with \"copy running-config startup-config\"";
-        case QARN_OUTCOME_NO_BINARY_STARTUP:
-            return "the store has only a text, in which nothing can be selected; save the configuration again with "
-                   "\"copy running-config startup-config\"";
-        case QARN_OUTCOME_STORE_REFUSED:
-            if (outcome.verdict == QARN_OUTCOME_NOTHING) return ""; // the store has reported it
-            return with_status(sw, "releasing the startup store failed", outcome.status);
-        case QARN_OUTCOME_NO_MEMORY:
-            return "memory ran out";
-        case QARN_OUTCOME_TRANSPORT:
-            return with_status(sw, "the transport failed", outcome.status);
-        case QARN_OUTCOME_NO_SWITCH_PROFILE:
-            return "the configuration-sync manager gave no switch profile";
-        case QARN_OUTCOME_FINAL_CALLBACK:
-            return with_status(sw, "the final callback failed", outcome.status);
-        case QARN_OUTCOME_NO_VDCS:
-            return with_status(sw, "the VDC manager failed", outcome.status);
-        case QARN_OUTCOME_PROGRAM:
-            return sw.shell_results.empty() ? "the program that prints the text failed" : "";
-        case QARN_OUTCOME_NOT_RENDERED:
-            return "a command of an interface could not be rendered";
-        case QARN_OUTCOME_NOT_MERGED:
-            return "an interface could not be merged with its port profile";
-        case QARN_OUTCOME_NO_MEMBERS:
-            return outcome.status == 0 ? "a port channel has more than 36 members"
-                                       : with_status(sw, "the port-channel manager failed", outcome.status);
-        default:
-            return "";
-    }
+    if (outcome.refusal == QARN_OUTCOME_NO_MEMBERS && outcome.status == 0)
+        return "a port channel has more than 36 members";
+    const auto *row = std::ranges::find(kReasons, outcome.refusal, &Reason::refusal);
+    if (row == std::end(kReasons) || is_reported_elsewhere(sw, outcome)) return "";
+    return row->has_status ? with_status(sw, row->text, outcome.status) : row->text;
 }
 
 // The VDCs whose shells did not show all, and the worst exit code of these shells.

@@ -178,14 +178,14 @@ std::optional<int> reap(pid_t child, int options) {
 
 // End the child. A child that saves the configuration removes what it has made before SIGTERM takes effect; SIGKILL
 // ends one that does not end by itself.
-std::optional<int> end(pid_t child, const SignalsDuringChild &signals) {
+std::optional<int> end(pid_t child) {
     kill(child, SIGTERM);
     const auto limit = std::chrono::steady_clock::now() + kGrace;
     for (;;) {
         if (const std::optional<int> status = reap(child, WNOHANG)) return status;
         const auto left = limit - std::chrono::steady_clock::now();
         if (left <= std::chrono::nanoseconds(0)) break;
-        signals.wait_for_child(left);
+        SignalsDuringChild::wait_for_child(left);
     }
     kill(child, SIGKILL);
     return reap(child, 0);
@@ -203,7 +203,7 @@ std::optional<int> wait_for(pid_t child, const SignalsDuringChild &signals, cons
         }
         const bool is_to_end = is_overdue(deadline) || (signal > 0 && signal != SIGCHLD);
         if (!is_to_end) continue;
-        const std::optional<int> status = end(child, signals);
+        const std::optional<int> status = end(child);
         if (signal < 0 || signal == SIGCHLD) return status;
         signals.deliver(signal);
     }
