@@ -109,7 +109,8 @@ bool is_in_manifest(const std::string &name) {
 void report_extra_files(const Switch &sw) {
     const std::string &folder = sw.ascii_startup_dir;
     for (const std::string &name : names_in(folder)) {
-        const std::string path = folder + '/' + name;
+        std::string path = folder;
+        path.append("/").append(name);
         if (path != sw.bin_startup_dir && path != text_path(folder) && path != manifest_path(folder))
             report(path, "was not saved here");
     }

@@ -79,9 +79,11 @@ std::vector<Display> displays_of(const Switch &sw, const Elements &elements) {
     std::vector<Display> displays = {display_of(elements, [&](const Place &place) {
         return elements.is_asked(*place.service) ? kTogether : kAlone + place.service->uuid;
     })};
-    for (const auto &[name, feature] : sw.features)
+    for (const auto &entry : sw.features) {
+        const Feature &feature = entry.second;
         displays.push_back(
             display_of(elements, [&](const Place &place) { return has(feature, place) ? kTogether : kAbsent; }));
+    }
     return displays;
 }
 
