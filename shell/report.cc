@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/notation.h"
 #include "sim/saved_config.h"
 
 namespace shell {
@@ -50,24 +51,17 @@ std::string reason(const sim::Switch &sw, const qarn_outcome_service &service) {
     }
 }
 
-// No control sequence reaches a terminal.
-std::string printable(std::string text) {
-    std::ranges::replace_if(
-        text, [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
-    return text;
-}
-
 std::string name_of_service(const sim::Switch &sw, uint32_t sap) {
     if (sap == 0) return "a function that belongs to no service";
     const std::string number = "SAP " + std::to_string(sap);
     const auto found = std::ranges::find(sw.services, sap, &sim::Service::sap);
-    return found != sw.services.end() ? printable(found->name) + " (" + number + ")" : number;
+    return found != sw.services.end() ? sim::printable(found->name) + " (" + number + ")" : number;
 }
 
 std::string name_of_element(const sim::Switch &sw, const qarn_outcome_element &element) {
     const auto is_owner = [&](const sim::Service &service) { return (service.uuid & 0xffff) == element.uuid; };
     const auto owner = std::ranges::find_if(sw.services, is_owner);
-    const std::string name = owner != sw.services.end() ? printable(owner->name) : std::to_string(element.uuid);
+    const std::string name = owner != sw.services.end() ? sim::printable(owner->name) : std::to_string(element.uuid);
     return name + "/" + std::to_string(element.elem_id);
 }
 
@@ -144,12 +138,15 @@ std::string reason(const sim::Switch &sw, const qarn_outcome &outcome) {
     return row->has_status ? with_status(sw, row->text, outcome.status) : row->text;
 }
 
-// The VDCs whose shells did not show all, and the worst exit code of these shells.
+// The VDCs whose shells did not show all. Returns the worst exit code of these shells; kExitIncomplete if all showed
+// theirs, because something else is missing then.
 int report_vdcs(const sim::Switch &sw) {
-    int worst = kExitComplete;
+    int worst = kExitIncomplete; // no other failure is better
     for (const auto &[vdc, result] : sw.shell_results) {
-        worst = worse_of(worst, result);
-        if (result != 0) report_missing("the display of VDC " + vdc + " ended with " + std::to_string(result));
+        if (result == 0) continue;
+        report_missing("the display of VDC " + vdc + " ended with " + std::to_string(result));
+        const bool has_started = result > 0;
+        worst = worse_of(worst, has_started ? result : static_cast<int>(kExitFailure));
     }
     return worst;
 }
@@ -183,7 +180,7 @@ int report_outcome(const sim::Switch &sw) {
     const std::string why = reason(sw, outcome);
     if (outcome.verdict == QARN_OUTCOME_INCOMPLETE) {
         if (!why.empty()) report_missing(why);
-        return sw.shell_results.empty() ? kExitIncomplete : report_vdcs(sw);
+        return report_vdcs(sw);
     }
     if (!why.empty()) std::fprintf(stderr, "vsh: nothing was shown: %s\n", why.c_str());
     return outcome.loop_pass != 0 ? kExitLoop : kExitFailure;

@@ -12,7 +12,8 @@ namespace qarn {
 // or the status of the first send that failed.
 uint32_t ask_services(uint32_t handle, const RequestMessage &message);
 
-// Decode a joined reply with status 0. Returns what became of it: answered, cut short, miscounted or broken.
+// Decode a joined reply with status 0. Returns what became of it: answered, cut short, miscounted,
+// broken or skipped.
 using DecodeReply = qarn_outcome_service (*)(const JoinedReply &reply);
 
 struct Collected {
