@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <string>
 
-#include "shell/command.h"
 #include "shell/report.h"
+#include "shell/run.h"
 #include "sim/saved_config.h"
 #include "sim/store.h"
 

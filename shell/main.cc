@@ -24,10 +24,11 @@
 #include <vector>
 
 #include "shell/check.h"
-#include "shell/command.h"
+#include "shell/line.h"
 #include "shell/lines.h"
 #include "shell/run.h"
 #include "shell/session.h"
+#include "shell/usage.h"
 #include "sim/description.h"
 #include "sim/notation.h"
 
@@ -174,19 +175,15 @@ bool is_command(const std::vector<std::string_view> &words) {
     return !words.empty() && !words[0].starts_with('!');
 }
 
-bool is_end(const std::vector<std::string_view> &words) {
-    return words.size() == 1 && (words[0] == "exit" || words[0] == "quit");
-}
-
 // Run one line. False at the end of the session, which an interrupted command of a script brings about too.
 bool execute_line(Session &session, std::string_view line, bool is_script, int &result) {
     if (line.ends_with('\r')) line.remove_suffix(1);
     const std::vector<std::string_view> words = shell::words_of(line);
-    if (is_end(words)) return false;
     if (!is_command(words)) return true;
     const int status = session.execute(std::string(line));
     result = shell::worse_of(result, status);
-    return status != shell::kExitBrokenPipe && !(is_script && status == shell::kExitInterrupted);
+    if (status == shell::kExitBrokenPipe || (is_script && status == shell::kExitInterrupted)) return false;
+    return !session.is_over();
 }
 
 // An interruption between commands clears the line of a user who types, and ends a script.
@@ -213,8 +210,8 @@ int run(const Options &options) {
     Session session(options);
     if (!options.command) return execute_lines(session);
     const std::vector<std::string_view> words = shell::words_of(*options.command);
-    if (is_command(words) && !is_end(words)) return session.execute(*options.command);
-    if (options.output) throw shell::CommandError("--output needs a command that shows a configuration");
+    if (is_command(words)) return session.execute(*options.command);
+    if (options.output) throw shell::CommandError(shell::kNoOutput);
     return shell::kExitComplete;
 }
 

@@ -1,9 +1,9 @@
 // Execution of one command in a process of its own.
 #pragma once
 
-#include "shell/command.h"
 #include "shell/deadline.h"
 #include "shell/report.h"
+#include "shell/request.h"
 #include "sim/switch.h"
 
 namespace shell {
@@ -15,5 +15,9 @@ bool flush_output();
 // output, and wait for it. Returns the command's exit code, or one for the way in which the child ended early. At the
 // deadline the command stops waiting for services; if it still does not end, it is killed.
 int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline);
+
+// `copy running-config startup-config` as an entry point: save the running configuration and report that. Returns 0, or
+// 1 after a message on standard error.
+uint32_t copy_running_to_startup(qarn_req *req);
 
 } // namespace shell

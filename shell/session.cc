@@ -12,9 +12,9 @@
 #include <new>
 
 #include "shell/built_in_switch.h"
-#include "shell/command.h"
 #include "shell/held_output.h"
-#include "shell/run.h"
+#include "shell/line.h"
+#include "shell/report.h"
 #include "sim/check/check.h"
 #include "sim/description.h"
 #include "sim/notation.h"
@@ -71,13 +71,6 @@ void report_warnings(const sim::Switch &sw, const std::string &file) {
                  word_for_sh(file).c_str());
 }
 
-int run(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline) {
-    const int result = run_command(sw, entry, request, output, deadline);
-    if (entry != copy_running_to_startup || result == kExitComplete) return result;
-    sim::remove_unfinished_save(sw);
-    return result == kExitIncomplete ? kExitFailure : result; // it went on after its deadline
-}
-
 } // namespace
 
 std::unique_ptr<sim::Switch> Session::load(const std::optional<std::string> &file) {
@@ -123,46 +116,13 @@ void Session::switch_back() {
     is_switched_ = false;
 }
 
-bool Session::try_switch(const std::vector<std::string_view> &words) {
-    if (options_.output && !words.empty() && words[0].starts_with("switch"))
-        throw CommandError("--output needs a command that shows a configuration");
-    if (words.size() == 3 && words[0] == "switchto" && words[1] == "vdc") {
-        switch_to(std::string(words[2]));
-        return true;
-    }
-    if (words.size() != 1 || words[0] != "switchback") return false;
-    switch_back();
-    return true;
-}
-
-int Session::run_line(const std::string &line) {
-    if (try_switch(words_of(line))) return 0;
-    Request request(line);
-    request.req.dbg_mask = options_.debug_mask;
-    request.options.filter_mode = options_.filter_mode;
-    request.options.script_mode = options_.script_mode;
-    const EntryPoint entry = parse_command(line, *switch_, request);
-    if (options_.output && entry == copy_running_to_startup)
-        throw CommandError("--output needs a command that shows a configuration");
-    const Deadline deadline = deadline_in(options_.deadline);
-    if (!options_.output && !options_.fail_partial) return run(*switch_, entry, request, STDOUT_FILENO, deadline);
-    HeldOutput held(options_.output);
-    const int result = run(*switch_, entry, request, held.descriptor(), deadline);
-    if (result == kExitComplete) {
-        held.publish();
-    } else {
-        held.report_withheld();
-    }
-    return result;
-}
-
 int Session::execute(const std::string &line) {
     try {
-        return run_line(line);
-    } catch (const UnknownCommand &error) {
-        std::fprintf(stderr, "vsh: %s\n%s", error.what(), list_of_commands().c_str());
+        const Line matched = match(line);
+        if (options_.output && matched.display == nullptr) throw CommandError(kNoOutput);
+        return matched.action(*this, matched);
     } catch (const CommandError &error) {
-        std::fprintf(stderr, "vsh: %s\n", error.what());
+        report(error, line);
     } catch (const sim::DescriptionError &error) { // of another VDC; this VDC stays current
         std::fprintf(stderr, "vsh: %s\n", error.what());
     } catch (const NoReader &) {

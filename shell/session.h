@@ -29,6 +29,8 @@ struct Options {
     bool json = false;                       // as JSON
 };
 
+inline constexpr char kNoOutput[] = "--output needs a command that shows a configuration";
+
 class Session {
   public:
     // Throws sim::DescriptionError, sim::StoreError or CommandError.
@@ -37,21 +39,26 @@ class Session {
     // Run one line and return the command's exit code.
     int execute(const std::string &line);
     const std::string &prompt() const { return prompt_; }
+    bool is_over() const { return is_over_; }
+
+    // For the commands.
+    const Options &options() const { return options_; }
+    sim::Switch &current() { return *switch_; }
+    void switch_to(const std::string &name);
+    void switch_back();
+    void end() { is_over_ = true; }
 
   private:
     // Load a description, by default the built-in one. A session reports its warnings once.
     std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file);
     void enter(std::optional<uint16_t> id); // without an id: the description's own VDC
-    void switch_to(const std::string &name);
-    void switch_back();
-    bool try_switch(const std::vector<std::string_view> &words);
-    int run_line(const std::string &line);
 
     const Options &options_;
     std::unique_ptr<sim::Switch> switch_;
     std::string prompt_;
     std::set<std::string> checked_; // files whose warnings were reported
     bool is_switched_ = false;      // by switchto, until switchback
+    bool is_over_ = false;
 };
 
 } // namespace shell

@@ -1,0 +1,75 @@
+#include "shell/actions.h"
+
+#include <unistd.h>
+
+#include "shell/forms.h"
+#include "shell/held_output.h"
+#include "shell/run.h"
+#include "shell/session.h"
+#include "sim/store.h"
+
+namespace shell {
+namespace {
+
+// Options of the shell that hold for every display.
+void take_options(Request &request, const Options &options) {
+    request.req.dbg_mask = options.debug_mask;
+    request.options.filter_mode = options.filter_mode;
+    request.options.script_mode = options.script_mode;
+}
+
+// Run a display with its output held back until it is known to be complete.
+int run_held(Session &session, EntryPoint entry, Request &request) {
+    const Options &options = session.options();
+    HeldOutput held(options.output);
+    const int result = run_command(session.current(), entry, request, held.descriptor(), deadline_in(options.deadline));
+    if (result == kExitComplete) {
+        held.publish();
+    } else {
+        held.report_withheld();
+    }
+    return result;
+}
+
+int run(Session &session, EntryPoint entry, Request &request) {
+    return run_command(session.current(), entry, request, STDOUT_FILENO, deadline_in(session.options().deadline));
+}
+
+} // namespace
+
+int show_configuration(Session &session, const Line &line) {
+    Request request(line.text);
+    take_options(request, session.options());
+    request.options.generic_option |= line.display->generic_option;
+    if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
+    const EntryPoint entry = entry_of(*line.form, *line.display);
+    const bool is_held = session.options().output || session.options().fail_partial;
+    return is_held ? run_held(session, entry, request) : run(session, entry, request);
+}
+
+int save_configuration(Session &session, const Line &line) {
+    Request request(line.text);
+    take_options(request, session.options());
+    request.options.generic_option |= QARN_OPTION_SAVED_NOW;
+    const int result = run(session, copy_running_to_startup, request);
+    if (result == kExitComplete) return result;
+    sim::remove_unfinished_save(session.current());
+    return result == kExitIncomplete ? kExitFailure : result; // it went on after its deadline
+}
+
+int enter_vdc(Session &session, const Line &line) {
+    session.switch_to(std::string(line.arguments[0]));
+    return kExitComplete;
+}
+
+int leave_vdc(Session &session, const Line &) {
+    session.switch_back();
+    return kExitComplete;
+}
+
+int end_session(Session &session, const Line &) {
+    session.end();
+    return kExitComplete;
+}
+
+} // namespace shell

@@ -1,0 +1,14 @@
+// What the commands of the grammar do.
+#pragma once
+
+#include "shell/line.h"
+
+namespace shell {
+
+int show_configuration(Session &session, const Line &line);
+int save_configuration(Session &session, const Line &line);
+int enter_vdc(Session &session, const Line &line);
+int leave_vdc(Session &session, const Line &line);
+int end_session(Session &session, const Line &line);
+
+} // namespace shell

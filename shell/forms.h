@@ -1,0 +1,22 @@
+// The forms of a display: each has an entry point of the library for the running and for the startup configuration.
+#pragma once
+
+#include "shell/line.h"
+#include "shell/request.h"
+#include "sim/switch.h"
+
+namespace shell {
+
+struct Form {
+    EntryPoint running, startup;                                // null: no such display
+    void (*fill)(const Line &, const sim::Switch &, Request &); // null: nothing to fill
+};
+
+inline EntryPoint entry_of(const Form &form, const Display &display) {
+    return display.is_startup ? form.startup : form.running;
+}
+
+extern const Form kWhole, kVlan, kVsan, kInterface, kBfd, kL2mp, kFex, kExcludeL2mp, kExcludeFex, kPortProfile,
+    kExclude, kService, kFeature, kAll, kTemplate, kModules, kVdcAll, kStartupVdcAll, kAllVdcAll;
+
+} // namespace shell

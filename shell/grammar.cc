@@ -1,0 +1,142 @@
+// The tree. A list of words is a table; a word that others follow refers to the table of these.
+#include "shell/grammar.h"
+
+#include "shell/actions.h"
+#include "shell/forms.h"
+
+namespace shell {
+namespace {
+
+constexpr Display kRunning = {false, 0}, kStartup = {true, 0}, kCheckpoint = {false, QARN_OPTION_CHECKPOINT};
+
+// The arguments of forms.
+constexpr Node kVlanRange[] = {{.word = "RANGE",
+                                .help = "these VLANs, such as 10-12,20",
+                                .slot = Slot::kVlans,
+                                .action = show_configuration,
+                                .form = &kVlan}};
+constexpr Node kVsanRange[] = {
+    {.word = "RANGE", .help = "these VSANs", .slot = Slot::kVsans, .action = show_configuration, .form = &kVsan}};
+constexpr Node kInterfaceNames[] = {{.word = "NAME[-NUMBER]",
+                                     .help = "interfaces, such as ethernet 1/1-4,1/9",
+                                     .slot = Slot::kInterfaces,
+                                     .action = show_configuration,
+                                     .form = &kInterface}};
+constexpr Node kProfileName[] = {{.word = "NAME",
+                                  .help = "a port profile",
+                                  .slot = Slot::kPortProfile,
+                                  .action = show_configuration,
+                                  .form = &kPortProfile}};
+constexpr Node kExcludedService[] = {{.word = "SERVICE",
+                                      .help = "a service to leave out",
+                                      .slot = Slot::kService,
+                                      .repeats = true,
+                                      .action = show_configuration,
+                                      .form = &kExclude}};
+constexpr Node kServiceName[] = {
+    {.word = "NAME", .help = "a service", .slot = Slot::kService, .action = show_configuration, .form = &kService}};
+constexpr Node kFeatureName[] = {
+    {.word = "NAME", .help = "a feature", .slot = Slot::kFeature, .action = show_configuration, .form = &kFeature}};
+constexpr Node kEveryVdc[] = {
+    {.word = "vdc-all", .help = "every VDC, with defaults", .action = show_configuration, .form = &kAllVdcAll}};
+
+// The forms of a display.
+constexpr Node kForms[] = {
+    {.word = "vlan",
+     .help = "all VLANs, or those in a range",
+     .action = show_configuration,
+     .form = &kVlan,
+     .next = kVlanRange},
+    {.word = "vsan",
+     .help = "all VSANs, or those in a range",
+     .action = show_configuration,
+     .form = &kVsan,
+     .next = kVsanRange},
+    {.word = "interface", .help = "the named interfaces", .next = kInterfaceNames},
+    {.word = "bfd", .help = "only BFD", .action = show_configuration, .form = &kBfd},
+    {.word = "l2mp", .help = "only L2MP", .action = show_configuration, .form = &kL2mp},
+    {.word = "fex", .help = "only FEX", .action = show_configuration, .form = &kFex},
+    {.word = "exclude-l2mp", .help = "everything except L2MP", .action = show_configuration, .form = &kExcludeL2mp},
+    {.word = "exclude-fex", .help = "everything except FEX", .action = show_configuration, .form = &kExcludeFex},
+    {.word = "port-profile", .help = "one port profile", .next = kProfileName},
+    {.word = "exclude", .help = "everything except the named services", .next = kExcludedService},
+    {.word = "service", .help = "one service", .next = kServiceName},
+    {.word = "feature", .help = "the services of one feature", .next = kFeatureName},
+    {.word = "all",
+     .help = "everything, and the services also send what has its default value",
+     .action = show_configuration,
+     .form = &kAll,
+     .next = kEveryVdc},
+    {.word = "template", .help = "the templates", .action = show_configuration, .form = &kTemplate},
+    {.word = "modules", .help = "the line-card modules", .action = show_configuration, .form = &kModules},
+    {.word = "vdc-all", .help = "the configuration of every VDC", .action = show_configuration, .form = &kVdcAll},
+    {.word = "vdc-all",
+     .help = "the configuration of every VDC",
+     .is_hidden = true,
+     .action = show_configuration,
+     .form = &kStartupVdcAll},
+};
+
+// The display of all VDCs runs the short words in the shell of a VDC.
+constexpr Node kShow[] = {
+    {.word = "running-config",
+     .help = "the running configuration",
+     .action = show_configuration,
+     .display = &kRunning,
+     .form = &kWhole,
+     .next = kForms},
+    {.word = "startup-config",
+     .help = "the startup configuration",
+     .action = show_configuration,
+     .display = &kStartup,
+     .form = &kWhole,
+     .next = kForms},
+    {.word = "running",
+     .help = "",
+     .is_hidden = true,
+     .action = show_configuration,
+     .display = &kRunning,
+     .form = &kWhole,
+     .next = kForms},
+    {.word = "startup",
+     .help = "",
+     .is_hidden = true,
+     .action = show_configuration,
+     .display = &kStartup,
+     .form = &kWhole,
+     .next = kForms},
+};
+
+constexpr Node kCopyTarget[] = {
+    {.word = "startup-config", .help = "save it as the startup configuration", .action = save_configuration}};
+constexpr Node kCopySource[] = {{.word = "running-config", .help = "the running configuration", .next = kCopyTarget}};
+
+constexpr Node kVdcName[] = {{.word = "NAME", .help = "an active VDC", .slot = Slot::kVdc, .action = enter_vdc}};
+constexpr Node kVdc[] = {{.word = "vdc", .help = "enter a VDC", .next = kVdcName}};
+
+constexpr Node kCommands[] = {
+    {.word = "show", .help = "show a configuration", .next = kShow},
+    {.word = "checkpoint",
+     .help = "the running configuration, each VLAN printed separately",
+     .action = show_configuration,
+     .display = &kCheckpoint,
+     .form = &kWhole,
+     .next = kForms},
+    {.word = "copy", .help = "save a configuration", .next = kCopySource},
+    {.word = "switchto", .help = "enter a VDC", .next = kVdc},
+    {.word = "switchback", .help = "return to the initial VDC", .action = leave_vdc},
+    {.word = "exit", .help = "end the session", .action = end_session},
+    {.word = "quit", .help = "end the session", .action = end_session},
+};
+
+} // namespace
+
+std::span<const Node> commands() {
+    return kCommands;
+}
+
+bool exists(const Node &node, const Display *display) {
+    return display == nullptr || node.form == nullptr || entry_of(*node.form, *display) != nullptr;
+}
+
+} // namespace shell

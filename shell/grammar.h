@@ -1,0 +1,54 @@
+// The commands of the shell as one tree of words. Parsing, abbreviations, completion, help and the manual are all made
+// from it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace shell {
+
+struct Form;
+struct Line;
+class Session;
+
+// What takes the place of a word: the argument of a command.
+enum class Slot : uint8_t {
+    kNone, // the word itself
+    kVlans,
+    kVsans,
+    kInterfaces,
+    kPortProfile,
+    kService,
+    kFeature,
+    kVdc,
+    kFile
+};
+
+// Which configuration a display shows.
+struct Display {
+    bool is_startup;
+    uint32_t generic_option;
+};
+
+// Carries out a line and returns its exit code.
+using Action = int (*)(Session &session, const Line &line);
+
+struct Node {
+    std::string_view word; // of a slot: its name in the help, such as RANGE
+    const char *help;      // one line
+    Slot slot = Slot::kNone;
+    bool repeats = false;    // one or more words
+    bool is_hidden = false;  // not in the help, and never abbreviated
+    Action action = nullptr; // of a line that ends here; null: the line must go on
+    const Display *display = nullptr;
+    const Form *form = nullptr;
+    std::span<const Node> next = {};
+};
+
+std::span<const Node> commands();
+
+// Whether the node exists below this display; the templates, for example, exist only in the startup configuration.
+bool exists(const Node &node, const Display *display);
+
+} // namespace shell

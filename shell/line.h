@@ -1,0 +1,41 @@
+// A command line, matched with the grammar.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "shell/command_error.h"
+#include "shell/grammar.h"
+#include "sim/switch.h"
+
+namespace shell {
+
+struct Line {
+    std::string text; // with abbreviated words in full
+    Action action = nullptr;
+    const Display *display = nullptr;
+    const Form *form = nullptr;
+    std::vector<std::string_view> arguments; // the words of the slots, parts of the line that was matched
+};
+
+std::vector<std::string_view> words_of(std::string_view line);
+
+// Throws CommandError.
+Line match(std::string_view line);
+
+// One word that may come next.
+struct Suggestion {
+    std::string word; // of a slot whose values are not known: its name
+    std::string help;
+    bool is_value = false; // of a slot
+};
+struct Suggestions {
+    std::string_view partial;      // the word that is being typed; empty after a blank
+    std::vector<Suggestion> words; // that begin with it
+    bool may_end = false;          // the line is whole without a further word
+};
+// What may come at the end of a line. Empty where no command begins like this.
+Suggestions suggest(std::string_view line, const sim::Switch &sw);
+
+} // namespace shell

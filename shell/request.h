@@ -1,0 +1,45 @@
+// The library's request for one command, together with everything that it points to.
+#pragma once
+
+#include <qarncli/qarncli.h>
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "sim/cmdshell.h"
+
+namespace shell {
+
+class Request {
+  public:
+    explicit Request(std::string_view line);
+    ~Request() = default;
+    Request(const Request &) = delete;
+    Request &operator=(const Request &) = delete;
+
+    qarn_req req = {};
+    sim::ShellOptions options; // in effect while the command runs
+
+    void add_token(uint32_t id);
+    void add_name(const std::string &name);
+    void add_sap(uint32_t sap);
+    void add_ranges(const std::vector<std::pair<uint32_t, uint32_t>> &ranges, uint32_t type = 0);
+
+  private:
+    struct Token {
+        qarn_req_token token;
+        std::vector<uint32_t> words;
+        std::string text;
+    };
+    Token &add(uint32_t type);
+
+    std::deque<Token> tokens_; // req points to the elements, which a deque never moves
+};
+
+using EntryPoint = uint32_t (*)(qarn_req *);
+
+} // namespace shell

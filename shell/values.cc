@@ -1,0 +1,179 @@
+#include "shell/values.h"
+
+#include <qarncli/element.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <set>
+
+#include "sim/notation.h"
+
+namespace shell {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> names_of_vdcs(const sim::Switch &sw) {
+    std::vector<std::string> names;
+    for (const sim::Vdc &vdc : sw.vdcs)
+        if (vdc.active) names.push_back(vdc.name);
+    return names;
+}
+
+template <typename Map>
+std::vector<std::string> keys_of(const Map &map) {
+    std::vector<std::string> keys;
+    for (const auto &[key, value] : map)
+        keys.push_back(key);
+    return keys;
+}
+
+// The VLANs that the switch has, or the VSANs of its interfaces.
+std::set<uint32_t> ids_of(Slot slot, const sim::Switch &sw) {
+    std::set<uint32_t> ids;
+    if (slot == Slot::kVsans) {
+        for (const sim::Interface &interface : sw.interfaces)
+            if (interface.vsan != 0) ids.insert(interface.vsan);
+        return ids;
+    }
+    for (const sim::Service &service : sw.services) {
+        if (service.uuid != QARN_UUID_VLAN) continue;
+        for (const sim::Element &element : service.elements)
+            for (const sim::Key &key : element.keys)
+                ids.insert(key.index);
+    }
+    return ids;
+}
+
+// After "10,20-" the ids that are at least 20, each as the whole word.
+std::vector<std::string> completed_ids(const std::set<uint32_t> &ids, std::string_view partial) {
+    const std::size_t item = partial.find_last_of(",-") + 1; // 0 if there is none
+    const std::string_view before = partial.substr(0, item), typed = partial.substr(item);
+    uint32_t low = 0;
+    if (before.ends_with('-')) {
+        const std::size_t end = item - 1, begin = sim::start_of_number(partial, end);
+        low = sim::to_number(partial.substr(begin, end - begin)).value_or(0);
+    }
+    std::vector<std::string> words;
+    for (const uint32_t id : ids) {
+        const std::string text = std::to_string(id);
+        if (id >= low && begins_with(text, typed)) words.push_back(std::string(before) + text);
+    }
+    return words;
+}
+
+// "ethernet", then "1/1" as a word of its own, or both in one word. A list goes on after a comma.
+std::vector<std::string> completed_interfaces(std::string_view partial, const sim::Switch &sw) {
+    std::vector<std::string> words;
+    const std::size_t item = partial.rfind(',') + 1;
+    const std::string before(partial.substr(0, item));
+    const std::string_view typed = partial.substr(item);
+    if (type_of_interface(typed).size() == typed.size()) {
+        for (std::string type : types_of_interfaces(sw)) {
+            std::ranges::transform(type, type.begin(), [](unsigned char c) { return std::tolower(c); });
+            if (begins_with(type, typed)) words.push_back(before + type);
+        }
+        return words;
+    }
+    for (const sim::Interface &interface : sw.interfaces)
+        if (begins_with(interface.name, typed)) words.push_back(before + interface.name);
+    return words;
+}
+
+std::vector<std::string> completed_paths(std::string_view partial) {
+    const std::size_t slash = partial.rfind('/') + 1;
+    const std::string folder(partial.substr(0, slash));
+    const std::string_view typed = partial.substr(slash);
+    std::vector<std::string> words;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        if (name.starts_with(typed) && (!name.starts_with('.') || typed.starts_with('.')))
+            words.push_back(folder + name + (entry->is_directory(error) ? "/" : ""));
+    }
+    std::ranges::sort(words);
+    return words;
+}
+
+} // namespace
+
+const char *name_of(Slot slot) {
+    switch (slot) {
+        case Slot::kVlans:
+            return "VLAN range";
+        case Slot::kVsans:
+            return "VSAN range";
+        case Slot::kInterfaces:
+            return "interface name";
+        case Slot::kPortProfile:
+            return "port profile";
+        case Slot::kService:
+            return "service";
+        case Slot::kFeature:
+            return "feature";
+        case Slot::kVdc:
+            return "VDC";
+        case Slot::kFile:
+            return "file";
+        default:
+            return "word";
+    }
+}
+
+std::vector<std::string> values_of(Slot slot, const sim::Switch &sw) {
+    std::vector<std::string> names;
+    switch (slot) {
+        case Slot::kService:
+            for (const sim::Service &service : sw.services)
+                names.push_back(service.name);
+            return names;
+        case Slot::kPortProfile:
+            return keys_of(sw.port_profiles);
+        case Slot::kFeature:
+            return keys_of(sw.features);
+        case Slot::kVdc:
+            return names_of_vdcs(sw);
+        default:
+            return names;
+    }
+}
+
+std::vector<std::string> completions_of(Slot slot, std::string_view partial, const sim::Switch &sw) {
+    switch (slot) {
+        case Slot::kVlans:
+        case Slot::kVsans:
+            return completed_ids(ids_of(slot, sw), partial);
+        case Slot::kInterfaces:
+            return completed_interfaces(partial, sw);
+        case Slot::kFile:
+            return completed_paths(partial);
+        default:
+            std::vector<std::string> values = values_of(slot, sw);
+            std::erase_if(values, [partial](const std::string &value) { return !value.starts_with(partial); });
+            return values;
+    }
+}
+
+bool begins_with(std::string_view text, std::string_view beginning) {
+    return text.size() >= beginning.size() &&
+           std::equal(beginning.begin(), beginning.end(), text.begin(),
+                      [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
+}
+
+std::string_view type_of_interface(std::string_view name) {
+    const auto end = std::ranges::find_if(name, [](unsigned char c) { return std::isdigit(c) != 0; });
+    return {name.data(), static_cast<std::size_t>(end - name.begin())};
+}
+
+std::vector<std::string> types_of_interfaces(const sim::Switch &sw) {
+    std::vector<std::string> types;
+    for (const sim::Interface &interface : sw.interfaces) {
+        const std::string_view type = type_of_interface(interface.name);
+        if (std::ranges::find(types, type) == types.end()) types.emplace_back(type);
+    }
+    return types;
+}
+
+} // namespace shell
