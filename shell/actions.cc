@@ -4,6 +4,7 @@
 
 #include "shell/forms.h"
 #include "shell/held_output.h"
+#include "shell/output.h"
 #include "shell/run.h"
 #include "shell/session.h"
 #include "sim/store.h"
@@ -18,21 +19,26 @@ void take_options(Request &request, const Options &options) {
     request.options.script_mode = options.script_mode;
 }
 
-// Run a display with its output held back until it is known to be complete.
-int run_held(Session &session, EntryPoint entry, Request &request) {
-    const Options &options = session.options();
-    HeldOutput held(options.output);
-    const int result = run_command(session.current(), entry, request, held.descriptor(), deadline_in(options.deadline));
-    if (result == kExitComplete) {
-        held.publish();
-    } else {
+Deadline deadline_of(const Session &session) {
+    return deadline_in(session.options().deadline);
+}
+
+// Filters of a text that goes to a file work before the file is whole; any other text is shown after it was held.
+int run_held(Session &session, EntryPoint entry, Request &request, const Output &output) {
+    HeldOutput held(output.file);
+    const int result = run_command(session.current(), entry, request, output.file ? output : Output(),
+                                   held.descriptor(), deadline_of(session));
+    if (result != kExitComplete) {
         held.report_withheld();
+        return result;
     }
+    if (!output.file && output.has_work()) return show_text(held.descriptor(), output);
+    held.publish();
     return result;
 }
 
-int run(Session &session, EntryPoint entry, Request &request) {
-    return run_command(session.current(), entry, request, STDOUT_FILENO, deadline_in(session.options().deadline));
+int run(Session &session, EntryPoint entry, Request &request, const Output &output) {
+    return run_command(session.current(), entry, request, output, STDOUT_FILENO, deadline_of(session));
 }
 
 } // namespace
@@ -43,15 +49,16 @@ int show_configuration(Session &session, const Line &line) {
     request.options.generic_option |= line.display->generic_option;
     if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
     const EntryPoint entry = entry_of(*line.form, *line.display);
-    const bool is_held = session.options().output || session.options().fail_partial;
-    return is_held ? run_held(session, entry, request) : run(session, entry, request);
+    const Output output = output_of(line, session.options());
+    const bool is_held = output.file || session.options().fail_partial;
+    return is_held ? run_held(session, entry, request, output) : run(session, entry, request, output);
 }
 
 int save_configuration(Session &session, const Line &line) {
     Request request(line.text);
     take_options(request, session.options());
     request.options.generic_option |= QARN_OPTION_SAVED_NOW;
-    const int result = run(session, copy_running_to_startup, request);
+    const int result = run(session, copy_running_to_startup, request, {});
     if (result == kExitComplete) return result;
     sim::remove_unfinished_save(session.current());
     return result == kExitIncomplete ? kExitFailure : result; // it went on after its deadline

@@ -1,5 +1,5 @@
-// The commands of the shell as one tree of words. Parsing, abbreviations, completion, help and the manual are all made
-// from it.
+// The commands of the shell as one tree of words, and the filters as another. Parsing, abbreviations, completion, help
+// and the manual are all made from it.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +22,13 @@ enum class Slot : uint8_t {
     kService,
     kFeature,
     kVdc,
-    kFile
+    kFile,
+    kRegex, // the rest of the line, or what is in quotation marks
+    kNumber
 };
+
+// What a filter does with the text of a command.
+enum class FilterKind : uint8_t { kNone, kInclude, kExclude, kBegin, kSection, kCount, kHead, kNoMore, kSave };
 
 // Which configuration a display shows.
 struct Display {
@@ -38,15 +43,17 @@ struct Node {
     std::string_view word; // of a slot: its name in the help, such as RANGE
     const char *help;      // one line
     Slot slot = Slot::kNone;
-    bool repeats = false;    // one or more words
-    bool is_hidden = false;  // not in the help, and never abbreviated
-    Action action = nullptr; // of a line that ends here; null: the line must go on
+    bool repeats = false;                  // one or more words
+    bool is_hidden = false;                // not in the help, and never abbreviated
+    Action action = nullptr;               // of a line that ends here; null: the line must go on
+    FilterKind filter = FilterKind::kNone; // the same of a filter
     const Display *display = nullptr;
     const Form *form = nullptr;
     std::span<const Node> next = {};
 };
 
 std::span<const Node> commands();
+std::span<const Node> filters(); // what may come after a bar
 
 // Whether the node exists below this display; the templates, for example, exist only in the startup configuration.
 bool exists(const Node &node, const Display *display);

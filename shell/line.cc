@@ -4,6 +4,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
 
 #include "shell/values.h"
 #include "sim/notation.h"
@@ -23,14 +27,66 @@ bool is_hidden_from(std::string_view word, const Node &node) {
     return node.is_hidden && node.word != word;
 }
 
+bool takes_rest(Slot slot) {
+    return slot == Slot::kRegex;
+}
+
+// A path or a regular expression may be in quotation marks.
+bool may_be_quoted(Slot slot) {
+    return slot == Slot::kRegex || slot == Slot::kFile;
+}
+
+bool is_quotation_mark(char c) {
+    return c == '"' || c == '\'';
+}
+
+// The position after the closing one of two quotation marks, or npos. A backslash protects one of "...".
+std::size_t end_of_quotation(std::string_view text, std::size_t begin) {
+    for (std::size_t at = begin + 1; at < text.size(); ++at) {
+        if (text[at] == text[begin]) return at + 1;
+        if (text[at] == '\\' && text[begin] == '"') ++at;
+    }
+    return std::string_view::npos;
+}
+
+std::string_view without_blanks_around(std::string_view text) {
+    while (!text.empty() && is_blank(static_cast<unsigned char>(text.front())))
+        text.remove_prefix(1);
+    while (!text.empty() && is_blank(static_cast<unsigned char>(text.back())))
+        text.remove_suffix(1);
+    return text;
+}
+
+// Divides a line at its bars outside of quotation marks: at the first one, wherever it is, and at each further one that
+// follows a blank, so that "include a|b" is one filter.
+Words parts_of(std::string_view line) {
+    Words parts;
+    std::size_t begin = 0;
+    for (std::size_t at = 0; at < line.size(); ++at) {
+        const bool follows_blank = at == begin || is_blank(static_cast<unsigned char>(line[at - 1]));
+        if (is_quotation_mark(line[at]) && follows_blank) {
+            const std::size_t end = end_of_quotation(line, at);
+            if (end != std::string_view::npos) at = end - 1;
+        } else if (line[at] == '|' && (parts.empty() || follows_blank)) {
+            parts.push_back(line.substr(begin, at - begin));
+            begin = at + 1;
+        }
+    }
+    parts.push_back(line.substr(begin));
+    return parts;
+}
+
 // Follows one line through the grammar.
 class Walk {
   public:
+    // The nodes of a first word.
+    explicit Walk(std::span<const Node> roots) : roots_(roots) {}
+
     // Where the walk is: the nodes that may come next.
     Nodes next() const {
         Nodes nodes;
         if (node_ != nullptr && node_->repeats) nodes.push_back(node_);
-        for (const Node &node : node_ != nullptr ? node_->next : commands())
+        for (const Node &node : node_ != nullptr ? node_->next : roots_)
             if (exists(node, display_)) nodes.push_back(&node);
         return nodes;
     }
@@ -50,9 +106,18 @@ class Walk {
         return {};
     }
 
+    // Take the next word from the front of a line. Empty at its end.
+    std::string_view take_word(std::string_view &rest) const {
+        const auto *const begin = std::ranges::find_if_not(rest, is_blank);
+        rest = {begin, rest.end()};
+        const std::string_view word = rest.substr(0, length_of_word(rest));
+        rest.remove_prefix(word.size());
+        return word;
+    }
+
     // Go on to the node that the word means. False at an unknown or an ambiguous word.
     bool step(std::string_view word) {
-        if (is_second_of_interface(word)) {
+        if (is_within_interface()) {
             line.arguments.push_back(word);
             return true;
         }
@@ -71,12 +136,22 @@ class Walk {
     }
 
     const Node *node() const { return node_; }
+    bool may_end() const { return node_ != nullptr && (node_->action != nullptr || filter() != FilterKind::kNone); }
+    FilterKind filter() const { return node_ != nullptr ? node_->filter : FilterKind::kNone; }
     const Display *display() const { return display_; }
     Line line;
 
   private:
-    bool is_second_of_interface(std::string_view) const { return is_within_interface(); }
+    std::size_t length_of_word(std::string_view rest) const {
+        const Nodes nodes = next();
+        const Slot slot = nodes.empty() ? Slot::kNone : nodes.front()->slot;
+        if (!rest.empty() && may_be_quoted(slot) && is_quotation_mark(rest[0]))
+            return std::min(end_of_quotation(rest, 0), without_blanks_around(rest).size());
+        if (takes_rest(slot)) return without_blanks_around(rest).size();
+        return static_cast<std::size_t>(std::ranges::find_if(rest, is_blank) - rest.begin());
+    }
 
+    std::span<const Node> roots_;
     const Node *node_ = nullptr; // of the last word
     const Display *display_ = nullptr;
 };
@@ -88,11 +163,11 @@ std::vector<std::string> words_of_nodes(const Nodes &nodes) {
     return words;
 }
 
-[[noreturn]] void refuse(const Walk &walk, std::string_view word) {
+[[noreturn]] void refuse(const Walk &walk, std::string_view word, const char *unknown_first) {
     const Nodes meant = walk.candidates(word);
     if (meant.size() > 1) throw CommandError("ambiguous word " + quoted(word), word, words_of_nodes(meant));
     const Nodes nodes = walk.next();
-    const char *const what = walk.node() == nullptr ? "unknown command "
+    const char *const what = walk.node() == nullptr ? unknown_first
                              : nodes.empty()        ? "unexpected word "
                                                     : "unknown word ";
     throw CommandError(what + quoted(word), word, words_of_nodes(nodes));
@@ -116,11 +191,14 @@ std::vector<std::string_view> words_of(std::string_view line) {
     return words;
 }
 
-Line match(std::string_view line) {
-    Walk walk;
+namespace {
+
+Line match_command(std::string_view line) {
+    Walk walk(commands());
     const char *done = line.data();
-    for (const std::string_view word : words_of(line)) {
-        if (!walk.step(word)) refuse(walk, word);
+    std::string_view rest = line;
+    for (std::string_view word = walk.take_word(rest); !word.empty(); word = walk.take_word(rest)) {
+        if (!walk.step(word)) refuse(walk, word, "unknown command ");
         append_in_full(walk.line.text, {done, word.data()}, word, *walk.node());
         done = word.data() + word.size();
     }
@@ -134,6 +212,68 @@ Line match(std::string_view line) {
     walk.line.form = walk.node()->form;
     walk.line.display = walk.display();
     return walk.line;
+}
+
+std::string_view without_quotation_marks(std::string_view argument) {
+    if (argument.empty() || !is_quotation_mark(argument[0])) return argument;
+    if (end_of_quotation(argument, 0) != argument.size())
+        throw CommandError("the quotation mark is not closed", argument.substr(0, 1));
+    return argument.substr(1, argument.size() - 2);
+}
+
+void take_argument(std::string_view argument, Slot slot, Filter &filter) try {
+    const std::string_view value = may_be_quoted(slot) ? without_quotation_marks(argument) : argument;
+    if (slot == Slot::kRegex) filter.pattern = std::make_shared<Pattern>(value);
+    if (slot == Slot::kFile) filter.file = value;
+    if (slot == Slot::kFile && value.empty()) throw CommandError("the name of the file is missing", argument);
+    if (slot != Slot::kNumber) return;
+    const std::optional<uint32_t> number = sim::is_number(value) ? sim::to_number(value) : std::nullopt;
+    if (!number) throw CommandError("needs a number of lines, not " + quoted(value), argument);
+    filter.count = *number;
+} catch (const std::invalid_argument &error) {
+    throw CommandError(std::string("wrong regular expression: ") + error.what(), argument);
+}
+
+Filter match_filter(std::string_view part) {
+    Walk walk(filters());
+    std::string_view rest = part, last = part.substr(0, 0);
+    for (std::string_view word = walk.take_word(rest); !word.empty(); word = walk.take_word(rest)) {
+        if (!walk.step(word)) refuse(walk, word, "unknown filter ");
+        last = word;
+    }
+    const std::string_view end(last.data() + last.size(), 0);
+    if (walk.node() == nullptr || walk.node()->filter == FilterKind::kNone)
+        throw CommandError("the filter is not finished", end, words_of_nodes(walk.next()));
+    Filter filter;
+    filter.kind = walk.node()->filter;
+    take_argument(last, walk.node()->slot, filter);
+    return filter;
+}
+
+// The part of the line from this part on, which begins with its bar.
+std::string_view with_bar(std::string_view part) {
+    return {part.data() - 1, part.size() + 1};
+}
+
+void match_filters(std::span<const std::string_view> parts, Line &line) {
+    if (parts.empty()) return;
+    if (line.display == nullptr)
+        throw CommandError("only a command that shows a configuration can have filters", with_bar(parts[0]));
+    line.text = without_blanks_around(line.text);
+    for (const std::string_view part : parts) {
+        if (!line.filters.empty() && line.filters.back().kind == FilterKind::kSave)
+            throw CommandError("no filter can follow \"save\"", with_bar(part));
+        line.filters.push_back(match_filter(part));
+    }
+}
+
+} // namespace
+
+Line match(std::string_view line) {
+    const Words parts = parts_of(line);
+    Line matched = match_command(parts[0]);
+    match_filters(std::span(parts).subspan(1), matched);
+    return matched;
 }
 
 namespace {
@@ -157,19 +297,24 @@ void suggest_numbers(const Walk &walk, const sim::Switch &sw, Suggestions &sugge
 
 Suggestions suggest(std::string_view line, const sim::Switch &sw) {
     Suggestions suggestions;
-    Words words = words_of(line);
-    if (!words.empty() && !is_blank(static_cast<unsigned char>(line.back()))) {
-        suggestions.partial = words.back();
-        words.pop_back();
+    const Words parts = parts_of(line);
+    Walk walk(parts.size() == 1 ? commands() : filters());
+    std::string_view rest = parts.back();
+    for (std::string_view word = walk.take_word(rest); !word.empty(); word = walk.take_word(rest)) {
+        if (rest.empty()) {
+            suggestions.partial = word;
+        } else if (!walk.step(word)) {
+            return suggestions;
+        }
     }
-    Walk walk;
-    for (const std::string_view word : words)
-        if (!walk.step(word)) return suggestions;
     if (walk.is_within_interface()) {
         suggest_numbers(walk, sw, suggestions);
         return suggestions;
     }
-    suggestions.may_end = suggestions.partial.empty() && walk.node() != nullptr && walk.node()->action != nullptr;
+    suggestions.may_end = suggestions.partial.empty() && walk.may_end();
+    suggestions.may_be_filtered = suggestions.may_end &&
+                                  (walk.display() != nullptr || walk.filter() != FilterKind::kNone) &&
+                                  walk.filter() != FilterKind::kSave;
     for (const Node *node : walk.next()) {
         if (node->slot != Slot::kNone) {
             suggest_values(*node, suggestions.partial, sw, suggestions);

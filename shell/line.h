@@ -1,4 +1,4 @@
-// A command line, matched with the grammar.
+// A command line, matched with the grammar. A bar divides the command from a filter, and each filter from the next.
 #pragma once
 
 #include <string>
@@ -6,17 +6,22 @@
 #include <vector>
 
 #include "shell/command_error.h"
+#include "shell/filter.h"
 #include "shell/grammar.h"
 #include "sim/switch.h"
 
 namespace shell {
 
 struct Line {
-    std::string text; // with abbreviated words in full
+    std::string text; // of the command, with abbreviated words in full
     Action action = nullptr;
     const Display *display = nullptr;
     const Form *form = nullptr;
     std::vector<std::string_view> arguments; // the words of the slots, parts of the line that was matched
+    std::vector<Filter> filters;             // what follows the bars
+
+    // Whether the last filter saves the text.
+    bool is_saved() const { return !filters.empty() && filters.back().kind == FilterKind::kSave; }
 };
 
 std::vector<std::string_view> words_of(std::string_view line);
@@ -34,6 +39,7 @@ struct Suggestions {
     std::string_view partial;      // the word that is being typed; empty after a blank
     std::vector<Suggestion> words; // that begin with it
     bool may_end = false;          // the line is whole without a further word
+    bool may_be_filtered = false;  // a bar with a filter may follow
 };
 // What may come at the end of a line. Empty where no command begins like this.
 Suggestions suggest(std::string_view line, const sim::Switch &sw);

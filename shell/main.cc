@@ -98,6 +98,10 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
         ->type_name("FILE")
         ->check(path_given)
         ->needs("-c");
+    app.add_option("--color", options.color, "colors: auto (on a terminal, unless NO_COLOR is set), always or never")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+    app.add_flag("--no-pager", options.no_pager, "never show a long text on a terminal with $PAGER (default: less)");
     app.add_option("--timeout-unit", options.timeout_unit,
                    "milliseconds per unit of the receive time-out, which has 120 units (default 1000)")
         ->type_name("MS")

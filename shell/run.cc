@@ -2,11 +2,15 @@
 // when it is interrupted; a child per command gives each command a fresh library and lets the shell survive. The
 // child's last act is to write the exit code to a pipe, so that an empty pipe means an early end. The child
 // never outlives its shell.
+//
+// A second child may pass the text on to its destination. It ends after the first one, which closes its output. If it
+// ends before, nothing reads the text any more, and the command is ended.
 #include "shell/run.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +23,7 @@
 #include <new>
 #include <optional>
 
+#include "shell/destination.h"
 #include "sim/child.h"
 
 namespace shell {
@@ -63,7 +68,7 @@ class SignalsDuringChild {
     SignalsDuringChild &operator=(const SignalsDuringChild &) = delete;
 
     // The child takes all signals as the shell's caller wishes; a session blocks SIGINT only for itself.
-    void restore_in_child() {
+    void restore_in_child() const {
         sigset_t interruption;
         sigemptyset(&interruption);
         sigaddset(&interruption, SIGINT);
@@ -102,18 +107,20 @@ bool leaves_outcome(EntryPoint entry) {
     return entry != copy_running_to_startup && entry != qarn_startup_cfg_modlist_get;
 }
 
-// What was printed goes out before what is said of it.
-int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req) {
+// What was printed goes out before what is said of it. Where another process passes it on, the shell writes the
+// messages when that process has ended.
+int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req, int messages) {
     const uint32_t status = entry(&req);
     std::fflush(stdout);
+    if (messages >= 0) dup2(messages, STDERR_FILENO);
     if (leaves_outcome(entry)) return report_outcome(sw);
     return status == 0 ? kExitComplete : kExitFailure;
 }
 
 // An exception must not leave the child's part of the code, or the child would go on as a second shell.
-int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request) {
+int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request, int messages) {
     try {
-        return run_and_report(sw, entry, request.req);
+        return run_and_report(sw, entry, request.req, messages);
     } catch (const std::bad_alloc &) {
         std::fprintf(stderr, "vsh: not enough memory for the command\n");
     } catch (const std::exception &error) {
@@ -122,13 +129,15 @@ int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request) {
     return kExitFailure;
 }
 
-[[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report,
+[[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report, int messages,
                                const Deadline &deadline) {
+    constexpr std::size_t kBlock = 65536; // fewer, larger blocks for the next process
+    if (messages >= 0) std::setvbuf(stdout, nullptr, _IOFBF, kBlock);
     export_deadline(deadline);
     sw.transport.deadline = deadline;
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
-    int status = run_entry(sw, entry, request);
+    int status = run_entry(sw, entry, request, messages);
     if (!flush_output()) status = kExitFailure;
     std::fflush(stderr);
     const ssize_t written = write(report, &status, sizeof status);
@@ -176,41 +185,183 @@ std::optional<int> reap(pid_t child, int options) {
     return ended == child ? std::optional(status) : std::nullopt;
 }
 
-// End the child. A child that saves the configuration removes what it has made before SIGTERM takes effect; SIGKILL
-// ends one that does not end by itself.
-std::optional<int> end(pid_t child) {
-    kill(child, SIGTERM);
-    const auto limit = std::chrono::steady_clock::now() + kGrace;
-    for (;;) {
-        if (const std::optional<int> status = reap(child, WNOHANG)) return status;
-        const auto left = limit - std::chrono::steady_clock::now();
-        if (left <= std::chrono::nanoseconds(0)) break;
-        SignalsDuringChild::wait_for_child(left);
-    }
-    kill(child, SIGKILL);
-    return reap(child, 0);
-}
-
-// Wait for the child. If a signal ends the shell meanwhile, the child ends first: whoever waits for the shell then
-// finds the store unlocked.
-std::optional<int> wait_for(pid_t child, const SignalsDuringChild &signals, const Deadline &deadline) {
-    for (;;) {
-        if (const std::optional<int> status = reap(child, WNOHANG)) return status;
-        const int signal = signals.wait(time_left(deadline));
-        if (signal == SIGINT) { // which may have reached the shell alone
-            kill(child, SIGINT);
-            continue;
-        }
-        const bool is_to_end = is_overdue(deadline) || (signal > 0 && signal != SIGCHLD);
-        if (!is_to_end) continue;
-        const std::optional<int> status = end(child);
-        if (signal < 0 || signal == SIGCHLD) return status;
-        signals.deliver(signal);
-    }
-}
-
 int report_failure(const char *what) {
     std::fprintf(stderr, "vsh: %s: %s\n", what, std::strerror(errno));
+    return kExitFailure;
+}
+
+// A child of the shell.
+class Child {
+  public:
+    bool is_running() const { return pid_ >= 0 && !status_; }
+    bool is_made() const { return pid_ >= 0; }
+    // After its end.
+    std::optional<int> status() const { return status_; }
+
+    void send(int signal) const {
+        if (is_running()) kill(pid_, signal);
+    }
+    void reap(int options = WNOHANG) {
+        if (is_running()) status_ = shell::reap(pid_, options);
+    }
+
+    // End it. A child that saves the configuration removes what it has made before SIGTERM takes effect; SIGKILL ends
+    // one that does not end by itself.
+    void end(const SignalsDuringChild &signals) {
+        send(SIGTERM);
+        const auto limit = std::chrono::steady_clock::now() + kGrace;
+        for (reap(); is_running(); reap()) {
+            const auto left = limit - std::chrono::steady_clock::now();
+            if (left <= std::chrono::nanoseconds(0)) break;
+            signals.wait_for_child(left);
+        }
+        send(SIGKILL);
+        reap(0);
+    }
+
+    // Fork. The child runs `function`, which does not return.
+    template <typename Function>
+    void start(const SignalsDuringChild &signals, Function function) {
+        const pid_t shell = getpid();
+        pid_ = fork();
+        if (pid_ < 0) report_failure("fork");
+        if (pid_ != 0) return;
+        sim::end_with_parent(shell);
+        signals.restore_in_child();
+        function();
+        _exit(kExitFailure);
+    }
+
+  private:
+    pid_t pid_ = -1;
+    std::optional<int> status_;
+};
+
+// The processes of a command.
+struct Job {
+    explicit Job(bool pages) : has_pager(pages) {}
+
+    Child command, output; // the output passes on the text of the command
+    bool has_pager;
+
+    bool is_running() const { return command.is_running() || output.is_running(); }
+    void reap() {
+        command.reap();
+        output.reap();
+    }
+    void end(const SignalsDuringChild &signals) {
+        command.end(signals);
+        output.end(signals);
+    }
+};
+
+// Wait for the children. If a signal ends the shell meanwhile, the children end first: whoever waits for the shell then
+// finds the store unlocked. A deadline does not take a text away from a user who reads it in a pager.
+void wait_for(Job &job, const SignalsDuringChild &signals, const Deadline &deadline) {
+    for (job.reap(); job.is_running(); job.reap()) {
+        if (job.output.status() && job.command.is_running()) return job.command.end(signals);
+        const bool has_limit = job.command.is_running() || !job.has_pager;
+        const int signal = signals.wait(has_limit ? time_left(deadline) : std::nullopt);
+        if (signal == SIGINT) { // which may have reached the shell alone
+            job.command.send(SIGINT);
+            job.output.send(SIGINT);
+        } else if (signal > 0 && signal != SIGCHLD) {
+            job.end(signals);
+            signals.deliver(signal);
+        } else if (has_limit && is_overdue(deadline)) {
+            job.command.end(signals);
+            if (!job.has_pager) job.output.end(signals);
+        }
+    }
+}
+
+bool was_interrupted(int wait_status) {
+    return WIFSIGNALED(wait_status) && WTERMSIG(wait_status) == SIGINT;
+}
+
+// The exit code for a text that was not passed on as a whole, or none.
+std::optional<int> result_of_output(const Job &job, std::optional<int> reported, const Deadline &deadline) {
+    if (!job.output.status()) return {};
+    const int status = *job.output.status();
+    if (was_interrupted(status)) {
+        std::fprintf(stderr, "vsh: command interrupted\n");
+        return kExitInterrupted;
+    }
+    if (WIFSIGNALED(status)) return explain_early_end(status, deadline);
+    if (WEXITSTATUS(status) == kPagerEnded) return reported.value_or(kExitComplete);
+    if (WEXITSTATUS(status) != kExitComplete) return WEXITSTATUS(status);
+    return {};
+}
+
+int result_of(const Job &job, std::optional<int> reported, const Deadline &deadline) {
+    if (const std::optional<int> result = result_of_output(job, reported, deadline)) return *result;
+    if (reported) return *reported;
+    return job.command.status() ? explain_early_end(*job.command.status(), deadline) : kExitFailure;
+}
+
+// A pipe, or nothing after a message.
+class Pipe {
+  public:
+    explicit Pipe(int flags = 0) {
+        if (pipe2(ends_, O_CLOEXEC | flags) != 0) report_failure("pipe");
+    }
+    ~Pipe() { close_ends(); }
+    Pipe(const Pipe &) = delete;
+    Pipe &operator=(const Pipe &) = delete;
+
+    explicit operator bool() const { return ends_[0] >= 0; }
+    int reading() const { return ends_[0]; }
+    int writing() const { return ends_[1]; }
+    void close_end(int end) {
+        if (ends_[end] >= 0) close(ends_[end]);
+        ends_[end] = -1;
+    }
+    void close_ends() {
+        close_end(0);
+        close_end(1);
+    }
+
+  private:
+    int ends_[2] = {-1, -1};
+};
+
+std::optional<int> report_in(const Pipe &pipe) {
+    int status = 0;
+    return read(pipe.reading(), &status, sizeof status) == sizeof status ? std::optional(status) : std::nullopt;
+}
+
+// Between the command and the process that passes its text on.
+struct PassedText {
+    Pipe text;
+    int messages = memfd_create("messages", MFD_CLOEXEC); // what the command says after its text
+
+    PassedText() {
+        if (messages < 0) report_failure("memfd_create");
+    }
+    ~PassedText() {
+        if (messages >= 0) close(messages);
+    }
+    PassedText(const PassedText &) = delete;
+    PassedText &operator=(const PassedText &) = delete;
+
+    bool is_usable() const { return text && messages >= 0; }
+    void copy_messages() const {
+        char block[4096];
+        off_t at = 0;
+        for (ssize_t got = pread(messages, block, sizeof block, at); got > 0;
+             got = pread(messages, block, sizeof block, at)) {
+            std::fwrite(block, 1, static_cast<std::size_t>(got), stderr);
+            at += got;
+        }
+    }
+};
+
+int pass_on_or_report(int text, const Output &output, int destination) {
+    try {
+        return pass_on(text, output, destination);
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "vsh: not enough memory for the output\n");
+    }
     return kExitFailure;
 }
 
@@ -222,29 +373,42 @@ bool flush_output() {
     return false;
 }
 
-int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return report_failure("pipe");
-    std::fflush(stdout); // or the child would print what it inherits once more
+int run_command(sim::Switch &sw, EntryPoint entry, Request &request, const Output &output, int destination,
+                const Deadline &deadline) {
+    const Pipe report(O_NONBLOCK);
+    std::optional<PassedText> passed;
+    if (output.has_work()) passed.emplace();
+    if (!report || (passed && !passed->is_usable())) return kExitFailure;
+    std::fflush(stdout); // or the children would print what they inherit once more
     std::fflush(stderr);
-    SignalsDuringChild signals;
-    const pid_t shell = getpid();
-    const pid_t child = fork();
-    if (child == 0) {
-        sim::end_with_parent(shell);
-        signals.restore_in_child();
-        if (output != STDOUT_FILENO && dup2(output, STDOUT_FILENO) < 0) _exit(report_failure("dup2"));
-        run_in_child(sw, entry, request, ends[1], deadline);
+    const SignalsDuringChild signals;
+    Job job(output.has_pager);
+    if (passed) {
+        job.output.start(signals, [&] {
+            passed->text.close_end(1);
+            _exit(pass_on_or_report(passed->text.reading(), output, destination));
+        });
+        if (!job.output.is_made()) return kExitFailure;
     }
-    int result = child < 0 ? report_failure("fork") : kExitFailure;
-    close(ends[1]);
-    if (const std::optional<int> wait_status = child < 0 ? std::nullopt : wait_for(child, signals, deadline)) {
-        int status = 0;
-        const bool reported = read(ends[0], &status, sizeof status) == sizeof status;
-        result = reported ? status : explain_early_end(*wait_status, deadline);
-    }
-    close(ends[0]);
-    return result;
+    job.command.start(signals, [&] {
+        const int text = passed ? passed->text.writing() : destination;
+        if (text != STDOUT_FILENO && dup2(text, STDOUT_FILENO) < 0) _exit(report_failure("dup2"));
+        if (passed) passed->text.close_ends();
+        run_in_child(sw, entry, request, report.writing(), passed ? passed->messages : -1, deadline);
+    });
+    if (passed) passed->text.close_ends();
+    wait_for(job, signals, deadline);
+    if (passed) passed->copy_messages();
+    return result_of(job, report_in(report), deadline);
+}
+
+int show_text(int text, const Output &output) {
+    lseek(text, 0, SEEK_SET);
+    const SignalsDuringChild signals;
+    Job job(output.has_pager);
+    job.output.start(signals, [&] { _exit(pass_on_or_report(text, output, STDOUT_FILENO)); });
+    wait_for(job, signals, {});
+    return result_of_output(job, kExitComplete, {}).value_or(kExitComplete);
 }
 
 } // namespace shell

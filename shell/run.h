@@ -2,6 +2,7 @@
 #pragma once
 
 #include "shell/deadline.h"
+#include "shell/output.h"
 #include "shell/report.h"
 #include "shell/request.h"
 #include "sim/switch.h"
@@ -11,10 +12,15 @@ namespace shell {
 // Write out what standard output has buffered; false, after a message, if not all of the output could be written.
 bool flush_output();
 
-// Run the entry point in a child process with a transport handle of its own and the descriptor `output` as its standard
-// output, and wait for it. Returns the command's exit code, or one for the way in which the child ended early. At the
-// deadline the command stops waiting for services; if it still does not end, it is killed.
-int run_command(sim::Switch &sw, EntryPoint entry, Request &request, int output, const Deadline &deadline);
+// Run the entry point in a child process with a transport handle of its own, and wait for it. Its text goes to the
+// descriptor `destination`, through another child if the output has work to do. Returns the command's exit code, or one
+// for the way in which a child ended early. At the deadline the command stops waiting for services; if it still does
+// not end, it is killed.
+int run_command(sim::Switch &sw, EntryPoint entry, Request &request, const Output &output, int destination,
+                const Deadline &deadline);
+
+// Show a text that is in a file on standard output. Returns the exit code for that.
+int show_text(int text, const Output &output);
 
 // `copy running-config startup-config` as an entry point: save the running configuration and report that. Returns 0, or
 // 1 after a message on standard error.

@@ -120,6 +120,7 @@ int Session::execute(const std::string &line) {
     try {
         const Line matched = match(line);
         if (options_.output && matched.display == nullptr) throw CommandError(kNoOutput);
+        if (options_.output && matched.is_saved()) throw CommandError("--output and \"save\" both name a file");
         return matched.action(*this, matched);
     } catch (const CommandError &error) {
         report(error, line);

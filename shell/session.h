@@ -20,9 +20,11 @@ struct Options {
     std::string display_option; // ignored: a shell on the switch passes it
     uint32_t debug_mask = 0, filter_mode = 0;
     bool script_mode = false;
-    bool no_warnings = false;                // of the description
-    bool fail_partial = false;               // print nothing unless the configuration is complete
-    std::optional<std::string> output;       // file for the configuration, replaced only by a complete one
+    bool no_warnings = false;          // of the description
+    bool fail_partial = false;         // print nothing unless the configuration is complete
+    std::optional<std::string> output; // file for the configuration, replaced only by a complete one
+    std::string color = "auto";        // or "always" or "never"
+    bool no_pager = false;
     uint32_t timeout_unit = 1000;            // milliseconds
     std::optional<double> deadline;          // seconds that a command may take
     std::optional<std::string> checked_file; // only report what is wrong with this description

@@ -35,7 +35,7 @@ std::string rows_of(const Node &node, const std::string &before) {
     const std::string syntax = before + std::string(node.word), argument = argument_of(node);
     if (!argument.empty()) return row(syntax + argument, meaning_of(node));
     std::string rows;
-    if (node.action != nullptr) rows = row(syntax, meaning_of(node));
+    if (node.action != nullptr || node.filter != FilterKind::kNone) rows = row(syntax, meaning_of(node));
     if (node.display != nullptr) return rows;
     for (const Node &next : node.next)
         rows += rows_of(next, syntax + ' ');
@@ -61,6 +61,9 @@ std::string list_of_commands() {
     list += row("(none)", "the whole configuration");
     for (const Node &node : forms_below(commands()))
         list += rows_of(node, "");
+    list += "\nFilters, after any of these commands that shows a configuration, also several:\n";
+    for (const Node &node : filters())
+        list += rows_of(node, "| ");
     return list;
 }
 

@@ -117,6 +117,10 @@ const char *name_of(Slot slot) {
             return "VDC";
         case Slot::kFile:
             return "file";
+        case Slot::kRegex:
+            return "regular expression";
+        case Slot::kNumber:
+            return "number";
         default:
             return "word";
     }

@@ -1,0 +1,51 @@
+// The filters: what may come after a bar.
+#include "shell/grammar.h"
+
+namespace shell {
+namespace {
+
+constexpr char kRegexHelp[] = "a regular expression, up to the next bar; or in quotation marks";
+
+constexpr Node kIncludeRegex[] = {{.word = "REGEX",
+                                   .help = kRegexHelp,
+                                   .slot = Slot::kRegex,
+                                   .filter = FilterKind::kInclude}};
+constexpr Node kExcludeRegex[] = {{.word = "REGEX",
+                                   .help = kRegexHelp,
+                                   .slot = Slot::kRegex,
+                                   .filter = FilterKind::kExclude}};
+constexpr Node kBeginRegex[] = {{.word = "REGEX",
+                                 .help = kRegexHelp,
+                                 .slot = Slot::kRegex,
+                                 .filter = FilterKind::kBegin}};
+constexpr Node kSectionRegex[] = {{.word = "REGEX",
+                                   .help = kRegexHelp,
+                                   .slot = Slot::kRegex,
+                                   .filter = FilterKind::kSection}};
+constexpr Node kNumberOfLines[] = {
+    {.word = "N", .help = "a number of lines", .slot = Slot::kNumber, .filter = FilterKind::kHead}};
+constexpr Node kFileName[] = {{.word = "FILE",
+                               .help = "the file to replace; a name with blanks in quotation marks",
+                               .slot = Slot::kFile,
+                               .filter = FilterKind::kSave}};
+
+constexpr Node kFilters[] = {
+    {.word = "include", .help = "the lines in which REGEX matches", .next = kIncludeRegex},
+    {.word = "exclude", .help = "the lines in which REGEX does not match", .next = kExcludeRegex},
+    {.word = "begin", .help = "from the first line in which REGEX matches", .next = kBeginRegex},
+    {.word = "section",
+     .help = "the whole blocks in which REGEX matches",
+     .next = kSectionRegex},
+    {.word = "count", .help = "the number of lines", .filter = FilterKind::kCount},
+    {.word = "head", .help = "the first N lines", .next = kNumberOfLines},
+    {.word = "no-more", .help = "without a pager", .filter = FilterKind::kNoMore},
+    {.word = "save", .help = "write to FILE as with --output; the last filter", .next = kFileName},
+};
+
+} // namespace
+
+std::span<const Node> filters() {
+    return kFilters;
+}
+
+} // namespace shell
