@@ -1,5 +1,6 @@
 // Reports the CPU time of the whole shell process for "show running-config": on the built-in switch, and on a generated
-// switch, by default with 2,000 interfaces and 20 services. Reports medians of several runs.
+// switch, by default with 2,000 interfaces and 20 services, there also with each filter. Reports medians of several
+// runs.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -43,14 +44,48 @@ double cpu_of(const std::vector<std::string> &words, const std::string &output) 
     return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
 }
 
-void report(const char *what, const std::vector<std::string> &words, int runs) {
-    std::vector<double> times;
-    times.reserve(static_cast<std::size_t>(runs));
-    for (int i = 0; i < runs; ++i)
-        times.push_back(cpu_of(words, "/dev/null"));
+struct Measured {
+    std::string what;
+    std::vector<std::string> words;
+    std::vector<double> times = {};
+};
+
+double median_of(const Measured &measured) {
+    std::vector<double> times = measured.times;
     std::sort(times.begin(), times.end());
-    std::printf("%-40s median %7.1f ms   min %7.1f   max %7.1f   (%d runs)\n", what, times[times.size() / 2],
-                times.front(), times.back(), runs);
+    return times[times.size() / 2];
+}
+
+// The runs of the commands alternate. Ratios are to the first command.
+void measure(std::vector<Measured> commands, int runs) {
+    for (int i = 0; i < runs; ++i)
+        for (Measured &command : commands)
+            command.times.push_back(cpu_of(command.words, "/dev/null"));
+    for (const Measured &command : commands) {
+        const auto [least, most] = std::minmax_element(command.times.begin(), command.times.end());
+        std::printf("%-40s median %7.1f ms   min %7.1f   max %7.1f   x%.2f   (%d runs)\n", command.what.c_str(),
+                    median_of(command), *least, *most, median_of(command) / median_of(commands.front()), runs);
+    }
+}
+
+// Most of them match in many lines of the generated switch.
+constexpr const char *kFilters[] = {"include description",
+                                    "include service-1[0-9] ",
+                                    "include (?i)SETTING",
+                                    "include .",
+                                    "exclude service-[0-9]+ on",
+                                    "section Ethernet1/777$",
+                                    "begin service-1$",
+                                    "head 3",
+                                    "count"};
+
+std::vector<Measured> filtered(const std::vector<std::string> &plain, const std::string &what) {
+    std::vector<Measured> commands = {{what, plain}};
+    for (const char *const filter : kFilters) {
+        commands.push_back({std::string("  | ") + filter, plain});
+        commands.back().words.back() += std::string(" | ") + filter;
+    }
+    return commands;
 }
 
 class TemporaryFile {
@@ -87,9 +122,10 @@ int main(int argc, char **argv) {
         const TemporaryFile description;
         cpu_of({folder + "/bench/describe_switch", "--interfaces", interfaces, "--services", services},
                description.path());
-        report("built-in switch", {shell, "-c", "show running-config"}, runs);
-        report((interfaces + " interfaces, " + services + " services").c_str(),
-               {shell, "-s", description.path(), "-c", "show running-config"}, runs);
+        measure({{"built-in switch", {shell, "-c", "show running-config"}}}, runs);
+        measure(filtered({shell, "-s", description.path(), "-c", "show running-config"},
+                         interfaces + " interfaces, " + services + " services"),
+                runs);
         return 0;
     });
 }
