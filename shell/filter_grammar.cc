@@ -6,22 +6,14 @@ namespace {
 
 constexpr char kRegexHelp[] = "a regular expression, up to the next bar; or in quotation marks";
 
-constexpr Node kIncludeRegex[] = {{.word = "REGEX",
-                                   .help = kRegexHelp,
-                                   .slot = Slot::kRegex,
-                                   .filter = FilterKind::kInclude}};
-constexpr Node kExcludeRegex[] = {{.word = "REGEX",
-                                   .help = kRegexHelp,
-                                   .slot = Slot::kRegex,
-                                   .filter = FilterKind::kExclude}};
-constexpr Node kBeginRegex[] = {{.word = "REGEX",
-                                 .help = kRegexHelp,
-                                 .slot = Slot::kRegex,
-                                 .filter = FilterKind::kBegin}};
-constexpr Node kSectionRegex[] = {{.word = "REGEX",
-                                   .help = kRegexHelp,
-                                   .slot = Slot::kRegex,
-                                   .filter = FilterKind::kSection}};
+constexpr Node kIncludeRegex[] = {
+    {.word = "REGEX", .help = kRegexHelp, .slot = Slot::kRegex, .filter = FilterKind::kInclude}};
+constexpr Node kExcludeRegex[] = {
+    {.word = "REGEX", .help = kRegexHelp, .slot = Slot::kRegex, .filter = FilterKind::kExclude}};
+constexpr Node kBeginRegex[] = {
+    {.word = "REGEX", .help = kRegexHelp, .slot = Slot::kRegex, .filter = FilterKind::kBegin}};
+constexpr Node kSectionRegex[] = {
+    {.word = "REGEX", .help = kRegexHelp, .slot = Slot::kRegex, .filter = FilterKind::kSection}};
 constexpr Node kNumberOfLines[] = {
     {.word = "N", .help = "a number of lines", .slot = Slot::kNumber, .filter = FilterKind::kHead}};
 constexpr Node kFileName[] = {{.word = "FILE",
@@ -33,9 +25,7 @@ constexpr Node kFilters[] = {
     {.word = "include", .help = "the lines in which REGEX matches", .next = kIncludeRegex},
     {.word = "exclude", .help = "the lines in which REGEX does not match", .next = kExcludeRegex},
     {.word = "begin", .help = "from the first line in which REGEX matches", .next = kBeginRegex},
-    {.word = "section",
-     .help = "the whole blocks in which REGEX matches",
-     .next = kSectionRegex},
+    {.word = "section", .help = "the whole blocks in which REGEX matches", .next = kSectionRegex},
     {.word = "count", .help = "the number of lines", .filter = FilterKind::kCount},
     {.word = "head", .help = "the first N lines", .next = kNumberOfLines},
     {.word = "no-more", .help = "without a pager", .filter = FilterKind::kNoMore},

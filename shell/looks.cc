@@ -82,12 +82,11 @@ class LooksStage : public Stage {
     // Headers and comments are dim, the first word of a line without indentation is bold.
     void color(std::string_view line) {
         const std::size_t first = line.find_first_not_of(" \t");
-        if (!looks_.has_colors || first == std::string_view::npos) {
+        const bool is_comment = first != std::string_view::npos && line[first] == '!';
+        if (!looks_.has_colors || (first != 0 && !is_comment)) {
             shown_.append(line);
-        } else if (line[first] == '!') {
+        } else if (is_comment) {
             shown_.append(kDim).append(line).append(kPlain);
-        } else if (first > 0) {
-            shown_.append(line);
         } else {
             const std::size_t end = std::min(line.find(' '), line.size());
             shown_.append(kBold).append(line.substr(0, end)).append(kPlain).append(line.substr(end));

@@ -105,8 +105,7 @@ bool has_colors(const Options &options, bool is_terminal) {
 // An empty $PAGER means none. Debug traces are to be seen at once, not when the screen is full.
 bool is_paged(const Options &options) {
     const bool has_program = std::getenv("PAGER") == nullptr || !value_of("PAGER").empty();
-    return isatty(STDIN_FILENO) != 0 && !options.no_pager && options.debug_mask == 0 && !is_dumb() &&
-           has_program;
+    return isatty(STDIN_FILENO) != 0 && !options.no_pager && options.debug_mask == 0 && !is_dumb() && has_program;
 }
 
 bool has_filter(const std::vector<Filter> &filters, FilterKind kind) {

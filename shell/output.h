@@ -27,6 +27,6 @@ Output output_of(const Line &line, const Options &options);
 
 // Pass on the text that can be read from a descriptor until it ends or nothing reads the output any more. Returns the
 // exit code of this process: kExitComplete, kExitFailure after a message, kExitBrokenPipe or kPagerEnded.
-int pass_on(int input, const Output &output, int destination);
+int pass_on(int input, const Output &output, int descriptor);
 
 } // namespace shell

@@ -132,7 +132,7 @@ class PagedScreen : public Destination {
     Rows rows_;
     Pager pager_;
     std::unique_ptr<Destination> plain_ = plain_destination(STDOUT_FILENO);
-    std::string text_;     // not yet taken by the pager from done_ on
+    std::string text_; // not yet taken by the pager from done_ on
     std::size_t done_ = 0;
     bool is_ended_ = false;
 };

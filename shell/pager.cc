@@ -86,7 +86,7 @@ void Pager::run(int text, pid_t parent) const {
     _exit(kNotFound);
 }
 
-std::size_t Pager::feed(std::string_view text) {
+std::size_t Pager::feed(std::string_view text) const {
     const ssize_t written = write(write_end_, text.data(), text.size());
     return written > 0 ? static_cast<std::size_t>(written) : 0;
 }
@@ -115,7 +115,7 @@ bool Pager::has_failed() const {
     return WIFEXITED(status_) && (WEXITSTATUS(status_) == kNotExecutable || WEXITSTATUS(status_) == kNotFound);
 }
 
-std::string Pager::take_back() {
+std::string Pager::take_back() const {
     fcntl(read_end_, F_SETFL, O_NONBLOCK); // not before: the pager shared this descriptor
     std::string text;
     char block[4096];

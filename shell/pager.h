@@ -19,7 +19,7 @@ class Pager {
     // False where no process can be made, after a message.
     bool start();
     // Give it as much of the text as it takes now. Returns the number of bytes.
-    std::size_t feed(std::string_view text);
+    std::size_t feed(std::string_view text) const;
     void end_text();
     // Wait until the pager ends, or there is `input`, or the pager takes more text.
     void wait(int input, bool has_text);
@@ -27,7 +27,7 @@ class Pager {
     // After its end: whether its program could not be started. Whoever tried has reported it.
     bool has_failed() const;
     // What it has not read.
-    std::string take_back();
+    std::string take_back() const;
 
   private:
     [[noreturn]] void run(int text, pid_t parent) const;

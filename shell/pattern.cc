@@ -95,7 +95,8 @@ Pattern::~Pattern() = default;
 std::size_t Pattern::find(std::string_view lines, std::size_t from) const {
     if (literal_.empty()) {
         StringPiece found;
-        const bool is_found = utf8_->Match({lines.data(), lines.size()}, from, lines.size(), RE2::UNANCHORED, &found, 1);
+        const bool is_found =
+            utf8_->Match({lines.data(), lines.size()}, from, lines.size(), RE2::UNANCHORED, &found, 1);
         return is_found ? static_cast<std::size_t>(found.data() - lines.data()) : std::string_view::npos;
     }
     const char *const found =

@@ -207,13 +207,13 @@ class Child {
 
     // End it. A child that saves the configuration removes what it has made before SIGTERM takes effect; SIGKILL ends
     // one that does not end by itself.
-    void end(const SignalsDuringChild &signals) {
+    void end() {
         send(SIGTERM);
         const auto limit = std::chrono::steady_clock::now() + kGrace;
         for (reap(); is_running(); reap()) {
             const auto left = limit - std::chrono::steady_clock::now();
             if (left <= std::chrono::nanoseconds(0)) break;
-            signals.wait_for_child(left);
+            SignalsDuringChild::wait_for_child(left);
         }
         send(SIGKILL);
         reap(0);
@@ -249,9 +249,9 @@ struct Job {
         command.reap();
         output.reap();
     }
-    void end(const SignalsDuringChild &signals) {
-        command.end(signals);
-        output.end(signals);
+    void end() {
+        command.end();
+        output.end();
     }
 };
 
@@ -259,18 +259,18 @@ struct Job {
 // finds the store unlocked. A deadline does not take a text away from a user who reads it in a pager.
 void wait_for(Job &job, const SignalsDuringChild &signals, const Deadline &deadline) {
     for (job.reap(); job.is_running(); job.reap()) {
-        if (job.output.status() && job.command.is_running()) return job.command.end(signals);
+        if (job.output.status() && job.command.is_running()) return job.command.end();
         const bool has_limit = job.command.is_running() || !job.has_pager;
         const int signal = signals.wait(has_limit ? time_left(deadline) : std::nullopt);
         if (signal == SIGINT) { // which may have reached the shell alone
             job.command.send(SIGINT);
             job.output.send(SIGINT);
         } else if (signal > 0 && signal != SIGCHLD) {
-            job.end(signals);
+            job.end();
             signals.deliver(signal);
         } else if (has_limit && is_overdue(deadline)) {
-            job.command.end(signals);
-            if (!job.has_pager) job.output.end(signals);
+            job.command.end();
+            if (!job.has_pager) job.output.end();
         }
     }
 }

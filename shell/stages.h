@@ -11,7 +11,11 @@ namespace shell {
 
 class Stage {
   public:
+    Stage() = default;
     virtual ~Stage() = default;
+    Stage(const Stage &) = delete;
+    Stage &operator=(const Stage &) = delete;
+
     // Take one or more whole lines. Only the last line of the text may lack its newline.
     virtual void take(std::string_view lines) = 0;
     // The text has ended.

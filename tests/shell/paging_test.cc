@@ -77,8 +77,9 @@ TEST_F(Paging, ReportsAfterThePagerWhatIsMissing) {
     setenv("PAGER", "cat; echo end of the pager", 1);
     const std::string out = shown(long_switch(kMute) + " --timeout-unit 1 -c 'show running-config'");
     EXPECT_EQ(status, 3);
-    EXPECT_TRUE(out.ends_with("end of the pager\r\n"
-                              "vsh: incomplete: mute (SAP 7): sent no complete reply in time\r\n"))
+    EXPECT_TRUE(
+        out.ends_with("end of the pager\r\n"
+                      "vsh: incomplete: mute (SAP 7): sent no complete reply in time\r\n"))
         << out;
 }
 
