@@ -2,6 +2,10 @@
 
 #include <unistd.h>
 
+#include <cstdio>
+#include <utility>
+
+#include "shell/diff.h"
 #include "shell/forms.h"
 #include "shell/held_output.h"
 #include "shell/output.h"
@@ -52,6 +56,37 @@ int show_configuration(Session &session, const Line &line) {
     const Output output = output_of(line, session.options());
     const bool is_held = output.file || session.options().fail_partial;
     return is_held ? run_held(session, entry, request, output) : run(session, entry, request, output);
+}
+
+int show_difference(Session &session, const Line &) {
+    const Display running = {false, 0}, startup = {true, 0};
+    HeldOutput before({}), after({});
+    int result = kExitComplete;
+    for (const auto &[shown, output] : {std::pair(&startup, &before), std::pair(&running, &after)}) {
+        Request request(shown->is_startup ? "show startup-config" : "show running-config");
+        take_options(request, session.options());
+        const int status = run_command(session.current(), entry_of(kWhole, *shown), request, {}, output->descriptor(),
+                                       deadline_of(session));
+        if (status != kExitComplete && status != kExitIncomplete) return status;
+        result = worse_of(result, status);
+    }
+    std::fputs(difference_of(before.contents(), after.contents()).c_str(), stdout);
+    return flush_output() ? result : kExitFailure;
+}
+
+int copy_to_file(Session &session, const Line &line) {
+    HeldOutput held(std::string(line.arguments[0]));
+    Request request("show running-config");
+    take_options(request, session.options());
+    const int result = run_command(session.current(), entry_of(kWhole, {false, 0}), request, {}, held.descriptor(),
+                                   deadline_of(session));
+    if (result != kExitComplete) {
+        held.report_withheld();
+        return result == kExitIncomplete || result == kExitLoop ? kExitFailure : result;
+    }
+    held.publish();
+    std::puts("Copy complete.");
+    return flush_output() ? kExitComplete : kExitFailure;
 }
 
 int save_configuration(Session &session, const Line &line) {

@@ -7,6 +7,12 @@ namespace shell {
 
 int show_configuration(Session &session, const Line &line);
 int save_configuration(Session &session, const Line &line);
+int show_services(Session &session, const Line &line);
+int show_interfaces(Session &session, const Line &line);
+int show_vdcs(Session &session, const Line &line);
+int show_saved_services(Session &session, const Line &line);
+int show_difference(Session &session, const Line &line);
+int copy_to_file(Session &session, const Line &line);
 int enter_vdc(Session &session, const Line &line);
 int leave_vdc(Session &session, const Line &line);
 int end_session(Session &session, const Line &line);

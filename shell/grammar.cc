@@ -68,6 +68,10 @@ constexpr Node kForms[] = {
      .form = &kAll,
      .next = kEveryVdc},
     {.word = "template", .help = "the templates", .action = show_configuration, .form = &kTemplate},
+    {.word = "services",
+     .help = "what was saved, service by service",
+     .action = show_saved_services,
+     .is_of_store = true},
     {.word = "modules", .help = "the line-card modules", .action = show_configuration, .form = &kModules},
     {.word = "vdc-all", .help = "the configuration of every VDC", .action = show_configuration, .form = &kVdcAll},
     {.word = "vdc-all",
@@ -76,6 +80,8 @@ constexpr Node kForms[] = {
      .action = show_configuration,
      .form = &kStartupVdcAll},
 };
+
+constexpr Node kBrief[] = {{.word = "brief", .help = "one line for each interface", .action = show_interfaces}};
 
 // The display of all VDCs runs the short words in the shell of a VDC.
 constexpr Node kShow[] = {
@@ -91,6 +97,12 @@ constexpr Node kShow[] = {
      .display = &kStartup,
      .form = &kWhole,
      .next = kForms},
+    {.word = "services", .help = "the services of the switch", .action = show_services},
+    {.word = "interfaces", .help = "the interfaces of the switch", .next = kBrief},
+    {.word = "vdc", .help = "the virtual device contexts (VDCs) of the switch", .action = show_vdcs},
+    {.word = "diff",
+     .help = "what the running configuration changes in the startup configuration",
+     .action = show_difference},
     {.word = "running",
      .help = "",
      .is_hidden = true,
@@ -108,7 +120,8 @@ constexpr Node kShow[] = {
 };
 
 constexpr Node kCopyTarget[] = {
-    {.word = "startup-config", .help = "save it as the startup configuration", .action = save_configuration}};
+    {.word = "startup-config", .help = "save it as the startup configuration", .action = save_configuration},
+    {.word = "FILE", .help = "write it to a file, if it is complete", .slot = Slot::kFile, .action = copy_to_file}};
 constexpr Node kCopySource[] = {{.word = "running-config", .help = "the running configuration", .next = kCopyTarget}};
 
 constexpr Node kVdcName[] = {{.word = "NAME", .help = "an active VDC", .slot = Slot::kVdc, .action = enter_vdc}};
@@ -136,6 +149,7 @@ std::span<const Node> commands() {
 }
 
 bool exists(const Node &node, const Display *display) {
+    if (node.is_of_store && (display == nullptr || !display->is_startup)) return false;
     return display == nullptr || node.form == nullptr || entry_of(*node.form, *display) != nullptr;
 }
 

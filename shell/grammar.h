@@ -50,6 +50,7 @@ struct Node {
     const Display *display = nullptr;
     const Form *form = nullptr;
     std::span<const Node> next = {};
+    bool is_of_store = false; // exists only in the startup configuration
 };
 
 std::span<const Node> commands();

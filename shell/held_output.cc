@@ -122,6 +122,16 @@ void HeldOutput::replace_file() {
     sync_folder(path_);
 }
 
+std::string HeldOutput::contents() const {
+    std::string text;
+    char block[65536];
+    while (const ssize_t got = pread(descriptor_, block, sizeof block, static_cast<off_t>(text.size()))) {
+        if (got < 0) fail("what the command has printed");
+        text.append(block, static_cast<std::size_t>(got));
+    }
+    return text;
+}
+
 void HeldOutput::copy_to_standard_output() const {
     char block[65536];
     off_t at = 0;

@@ -25,6 +25,8 @@ class HeldOutput {
     // Where the command writes.
     int descriptor() const { return descriptor_; }
 
+    // What was written.
+    std::string contents() const;
     // Bring what was written to its place. Throws std::runtime_error, or NoReader.
     void publish();
     // Say that it was not brought there.

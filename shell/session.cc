@@ -119,7 +119,7 @@ void Session::switch_back() {
 int Session::execute(const std::string &line) {
     try {
         const Line matched = match(line);
-        if (options_.output && matched.display == nullptr) throw CommandError(kNoOutput);
+        if (options_.output && matched.form == nullptr) throw CommandError(kNoOutput);
         if (options_.output && matched.is_saved()) throw CommandError("--output and \"save\" both name a file");
         return matched.action(*this, matched);
     } catch (const CommandError &error) {

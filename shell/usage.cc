@@ -25,6 +25,7 @@ std::string argument_of(const Node &node) {
 }
 
 std::string meaning_of(const Node &node) {
+    if (node.is_of_store) return node.help + std::string("; startup only");
     if (node.form == nullptr || (node.form->running != nullptr && node.form->startup != nullptr)) return node.help;
     return node.help + std::string(node.form->startup == nullptr ? "; running only" : "; startup only");
 }

@@ -251,6 +251,20 @@ std::string foreign_owner(const Switch &sw) {
     return "";
 }
 
+std::optional<Manifest> saved_manifest(const Switch &sw) {
+    if (!sw.store.empty()) return read_manifest(sw);
+    std::fputs("store: the switch has no store\n", stderr);
+    return {};
+}
+
+std::string fault_of_saved_file(const Switch &sw, const Manifest::SavedService &saved) {
+    try {
+        return difference(saved.file, read_file(service_path(sw.ascii_startup_dir, saved.sap)));
+    } catch (const Unreadable &unreadable) {
+        return unreadable.reason();
+    }
+}
+
 bool is_saved_config_whole() {
     return is_whole;
 }

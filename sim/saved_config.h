@@ -2,8 +2,10 @@
 // time with the path.
 #pragma once
 
+#include <optional>
 #include <string>
 
+#include "sim/manifest.h"
 #include "sim/switch.h"
 
 namespace sim {
@@ -21,6 +23,11 @@ void open_saved_config(const Switch &sw);
 
 // The other switch or VDC that has saved the configuration in the store, for a message; empty if there is none.
 std::string foreign_owner(const Switch &sw);
+
+// The manifest of the saved configuration, whoever saved it; none, after a report, if there is none that can be read.
+std::optional<Manifest> saved_manifest(const Switch &sw);
+// What is wrong with the file of a service; empty if it is what was saved.
+std::string fault_of_saved_file(const Switch &sw, const Manifest::SavedService &saved);
 
 // Whether nothing was reported since the current display began.
 bool is_saved_config_whole();

@@ -1,0 +1,101 @@
+// The commands that show what the switch consists of. They ask no service.
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "shell/actions.h"
+#include "shell/report.h"
+#include "shell/run.h"
+#include "shell/session.h"
+#include "shell/table.h"
+#include "sim/saved_config.h"
+
+namespace shell {
+namespace {
+
+bool answers_in_process(const sim::Switch &sw, const sim::Service &service) {
+    return std::ranges::find(sw.in_process, service.sap, &sim::InProcess::sap) != sw.in_process.end();
+}
+
+std::string way_of_answering(const sim::Switch &sw, const sim::Service &service) {
+    std::string way = service.is_silent ? "" : "on the transport";
+    if (answers_in_process(sw, service)) way += way.empty() ? "in a shared library" : " and in a shared library";
+    if (way.empty()) return "never";
+    return way + (service.consumer ? "" : ", only when asked by name");
+}
+
+std::string names_of_members(const sim::Switch &sw, const sim::Interface &interface) {
+    std::string names;
+    for (const uint32_t member : interface.members) {
+        const sim::Interface *found = sw.find_interface(member);
+        names.append(names.empty() ? "" : ",").append(found != nullptr ? found->name : std::to_string(member));
+    }
+    return names;
+}
+
+std::string time_text(std::time_t at) {
+    std::tm local = {};
+    char text[32];
+    std::strftime(text, sizeof text, "%F %T", localtime_r(&at, &local));
+    return text;
+}
+
+int finish(const Table &table) {
+    table.print();
+    return flush_output() ? kExitComplete : kExitFailure;
+}
+
+} // namespace
+
+int show_services(Session &session, const Line &) {
+    const sim::Switch &sw = session.current();
+    Table table({"Service", "SAP", "UUID", "Elements", "Answers"});
+    for (const sim::Service &service : sw.services) {
+        table.add({service.name, std::to_string(service.sap), std::to_string(service.uuid),
+                   std::to_string(service.elements.size()), way_of_answering(sw, service)});
+    }
+    return finish(table);
+}
+
+int show_interfaces(Session &session, const Line &) {
+    const sim::Switch &sw = session.current();
+    Table table({"Interface", "VSAN", "Port profile", "Members"});
+    for (const sim::Interface &interface : sw.interfaces) {
+        table.add({interface.name, interface.vsan == 0 ? "" : std::to_string(interface.vsan), interface.port_profile,
+                   names_of_members(sw, interface)});
+    }
+    return finish(table);
+}
+
+int show_vdcs(Session &session, const Line &) {
+    const sim::Switch &sw = session.current();
+    Table table({"Id", "VDC", "State"});
+    for (const sim::Vdc &vdc : sw.vdcs) {
+        const bool is_current = vdc.id == sw.vdc;
+        table.add({std::to_string(vdc.id), vdc.name,
+                   std::string(vdc.active ? "active" : "not active") + (is_current ? ", current" : "")});
+    }
+    return finish(table);
+}
+
+int show_saved_services(Session &session, const Line &) {
+    const sim::Switch &sw = session.current();
+    const std::optional<sim::Manifest> manifest = sim::saved_manifest(sw);
+    if (!manifest) return kExitFailure;
+    std::printf("Saved %s by switch %s, VDC %u: %zu bytes of text\n", time_text(manifest->saved_at).c_str(),
+                manifest->switch_name.c_str(), manifest->vdc, manifest->text.size);
+    bool is_whole = true;
+    Table table({"Service", "SAP", "Elements", "Bytes", "File"});
+    for (const sim::Manifest::SavedService &saved : manifest->services) {
+        const std::string wrong = sim::fault_of_saved_file(sw, saved);
+        is_whole = is_whole && wrong.empty();
+        table.add({saved.name, std::to_string(saved.sap), std::to_string(saved.elements),
+                   std::to_string(saved.file.size), wrong.empty() ? "as saved" : wrong});
+    }
+    const int status = finish(table);
+    return is_whole ? status : worse_of(status, kExitIncomplete);
+}
+
+} // namespace shell
