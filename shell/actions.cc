@@ -47,6 +47,21 @@ int run(Session &session, EntryPoint entry, Request &request, const Output &outp
 
 } // namespace
 
+int show_own_text(Session &session, const Line &line, const std::string &text, int result) {
+    const Output output = output_of(line, session.options());
+    const HeldOutput own({});
+    own.write(text);
+    if (!output.file) return worse_of(result, show_text(own.descriptor(), output));
+    HeldOutput file(output.file);
+    if (result == kExitComplete) result = pass_on(own.descriptor(), output, file.descriptor());
+    if (result == kExitComplete) {
+        file.publish();
+    } else {
+        file.report_withheld();
+    }
+    return result;
+}
+
 int show_configuration(Session &session, const Line &line) {
     Request request(line.text);
     take_options(request, session.options());
@@ -58,7 +73,7 @@ int show_configuration(Session &session, const Line &line) {
     return is_held ? run_held(session, entry, request, output) : run(session, entry, request, output);
 }
 
-int show_difference(Session &session, const Line &) {
+int show_difference(Session &session, const Line &line) {
     const Display running = {false, 0}, startup = {true, 0};
     HeldOutput before({}), after({});
     int result = kExitComplete;
@@ -70,8 +85,7 @@ int show_difference(Session &session, const Line &) {
         if (status != kExitComplete && status != kExitIncomplete) return status;
         result = worse_of(result, status);
     }
-    std::fputs(difference_of(before.contents(), after.contents()).c_str(), stdout);
-    return flush_output() ? result : kExitFailure;
+    return show_own_text(session, line, difference_of(before.contents(), after.contents()), result);
 }
 
 int copy_to_file(Session &session, const Line &line) {

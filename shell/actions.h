@@ -1,12 +1,16 @@
 // What the commands of the grammar do.
 #pragma once
 
+#include <string>
+
 #include "shell/line.h"
 
 namespace shell {
 
 int show_configuration(Session &session, const Line &line);
 int save_configuration(Session &session, const Line &line);
+// Show a text that the shell has made, as the line's filters say. Returns `result`, or a worse exit code.
+int show_own_text(Session &session, const Line &line, const std::string &text, int result);
 int show_services(Session &session, const Line &line);
 int show_interfaces(Session &session, const Line &line);
 int show_vdcs(Session &session, const Line &line);

@@ -71,7 +71,8 @@ constexpr Node kForms[] = {
     {.word = "services",
      .help = "what was saved, service by service",
      .action = show_saved_services,
-     .is_of_store = true},
+     .is_of_store = true,
+     .is_text = true},
     {.word = "modules", .help = "the line-card modules", .action = show_configuration, .form = &kModules},
     {.word = "vdc-all", .help = "the configuration of every VDC", .action = show_configuration, .form = &kVdcAll},
     {.word = "vdc-all",
@@ -81,7 +82,8 @@ constexpr Node kForms[] = {
      .form = &kStartupVdcAll},
 };
 
-constexpr Node kBrief[] = {{.word = "brief", .help = "one line for each interface", .action = show_interfaces}};
+constexpr Node kBrief[] = {
+    {.word = "brief", .help = "one line for each interface", .action = show_interfaces, .is_text = true}};
 
 // The display of all VDCs runs the short words in the shell of a VDC.
 constexpr Node kShow[] = {
@@ -97,12 +99,13 @@ constexpr Node kShow[] = {
      .display = &kStartup,
      .form = &kWhole,
      .next = kForms},
-    {.word = "services", .help = "the services of the switch", .action = show_services},
+    {.word = "services", .help = "the services of the switch", .action = show_services, .is_text = true},
     {.word = "interfaces", .help = "the interfaces of the switch", .next = kBrief},
-    {.word = "vdc", .help = "the virtual device contexts (VDCs) of the switch", .action = show_vdcs},
+    {.word = "vdc", .help = "the virtual device contexts (VDCs) of the switch", .action = show_vdcs, .is_text = true},
     {.word = "diff",
      .help = "what the running configuration changes in the startup configuration",
-     .action = show_difference},
+     .action = show_difference,
+     .is_text = true},
     {.word = "running",
      .help = "",
      .is_hidden = true,

@@ -51,6 +51,7 @@ struct Node {
     const Form *form = nullptr;
     std::span<const Node> next = {};
     bool is_of_store = false; // exists only in the startup configuration
+    bool is_text = false;     // shows a text of the shell's own, which can have filters
 };
 
 std::span<const Node> commands();

@@ -122,6 +122,15 @@ void HeldOutput::replace_file() {
     sync_folder(path_);
 }
 
+void HeldOutput::write(const std::string &text) const {
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t written = ::write(descriptor_, text.data() + done, text.size() - done);
+        if (written < 0) fail("what the command has printed");
+        done += static_cast<std::size_t>(written);
+    }
+    lseek(descriptor_, 0, SEEK_SET);
+}
+
 std::string HeldOutput::contents() const {
     std::string text;
     char block[65536];
@@ -138,7 +147,7 @@ void HeldOutput::copy_to_standard_output() const {
     while (const ssize_t got = pread(descriptor_, block, sizeof block, at)) {
         if (got < 0) fail("standard output");
         for (ssize_t done = 0; done < got;) {
-            const ssize_t written = write(STDOUT_FILENO, block + done, static_cast<std::size_t>(got - done));
+            const ssize_t written = ::write(STDOUT_FILENO, block + done, static_cast<std::size_t>(got - done));
             if (written < 0 && errno == EPIPE) throw NoReader();
             if (written < 0) fail("standard output");
             done += written;

@@ -25,6 +25,8 @@ class HeldOutput {
     // Where the command writes.
     int descriptor() const { return descriptor_; }
 
+    // Write, and make what was written readable from the descriptor.
+    void write(const std::string &text) const;
     // What was written.
     std::string contents() const;
     // Bring what was written to its place. Throws std::runtime_error, or NoReader.

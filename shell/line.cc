@@ -139,6 +139,7 @@ class Walk {
     bool may_end() const { return node_ != nullptr && (node_->action != nullptr || filter() != FilterKind::kNone); }
     FilterKind filter() const { return node_ != nullptr ? node_->filter : FilterKind::kNone; }
     const Display *display() const { return display_; }
+    bool has_text() const { return node_ != nullptr && (node_->form != nullptr || node_->is_text); }
     Line line;
 
   private:
@@ -211,6 +212,7 @@ Line match_command(std::string_view line) {
     walk.line.action = walk.node()->action;
     walk.line.form = walk.node()->form;
     walk.line.display = walk.display();
+    walk.line.has_text = walk.has_text();
     return walk.line;
 }
 
@@ -257,8 +259,8 @@ std::string_view with_bar(std::string_view part) {
 
 void match_filters(std::span<const std::string_view> parts, Line &line) {
     if (parts.empty()) return;
-    if (line.display == nullptr)
-        throw CommandError("only a command that shows a configuration can have filters", with_bar(parts[0]));
+    if (!line.has_text)
+        throw CommandError("only a command that shows a text can have filters", with_bar(parts[0]));
     line.text = without_blanks_around(line.text);
     for (const std::string_view part : parts) {
         if (!line.filters.empty() && line.filters.back().kind == FilterKind::kSave)
@@ -312,8 +314,7 @@ Suggestions suggest(std::string_view line, const sim::Switch &sw) {
         return suggestions;
     }
     suggestions.may_end = suggestions.partial.empty() && walk.may_end();
-    suggestions.may_be_filtered = suggestions.may_end &&
-                                  (walk.display() != nullptr || walk.filter() != FilterKind::kNone) &&
+    suggestions.may_be_filtered = suggestions.may_end && (walk.has_text() || walk.filter() != FilterKind::kNone) &&
                                   walk.filter() != FilterKind::kSave;
     for (const Node *node : walk.next()) {
         if (node->slot != Slot::kNone) {

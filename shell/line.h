@@ -19,6 +19,7 @@ struct Line {
     const Form *form = nullptr;
     std::vector<std::string_view> arguments; // the words of the slots, parts of the line that was matched
     std::vector<Filter> filters;             // what follows the bars
+    bool has_text = false;                   // that filters can have
 
     // Whether the last filter saves the text.
     bool is_saved() const { return !filters.empty() && filters.back().kind == FilterKind::kSave; }

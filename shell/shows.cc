@@ -1,13 +1,11 @@
 // The commands that show what the switch consists of. They ask no service.
 #include <algorithm>
-#include <cstdio>
 #include <ctime>
 #include <optional>
 #include <string>
 
 #include "shell/actions.h"
 #include "shell/report.h"
-#include "shell/run.h"
 #include "shell/session.h"
 #include "shell/table.h"
 #include "sim/saved_config.h"
@@ -42,34 +40,33 @@ std::string time_text(std::time_t at) {
     return text;
 }
 
-int finish(const Table &table) {
-    table.print();
-    return flush_output() ? kExitComplete : kExitFailure;
+int finish(Session &session, const Line &line, const Table &table) {
+    return show_own_text(session, line, table.text(), kExitComplete);
 }
 
 } // namespace
 
-int show_services(Session &session, const Line &) {
+int show_services(Session &session, const Line &line) {
     const sim::Switch &sw = session.current();
     Table table({"Service", "SAP", "UUID", "Elements", "Answers"});
     for (const sim::Service &service : sw.services) {
         table.add({service.name, std::to_string(service.sap), std::to_string(service.uuid),
                    std::to_string(service.elements.size()), way_of_answering(sw, service)});
     }
-    return finish(table);
+    return finish(session, line, table);
 }
 
-int show_interfaces(Session &session, const Line &) {
+int show_interfaces(Session &session, const Line &line) {
     const sim::Switch &sw = session.current();
     Table table({"Interface", "VSAN", "Port profile", "Members"});
     for (const sim::Interface &interface : sw.interfaces) {
         table.add({interface.name, interface.vsan == 0 ? "" : std::to_string(interface.vsan), interface.port_profile,
                    names_of_members(sw, interface)});
     }
-    return finish(table);
+    return finish(session, line, table);
 }
 
-int show_vdcs(Session &session, const Line &) {
+int show_vdcs(Session &session, const Line &line) {
     const sim::Switch &sw = session.current();
     Table table({"Id", "VDC", "State"});
     for (const sim::Vdc &vdc : sw.vdcs) {
@@ -77,15 +74,16 @@ int show_vdcs(Session &session, const Line &) {
         table.add({std::to_string(vdc.id), vdc.name,
                    std::string(vdc.active ? "active" : "not active") + (is_current ? ", current" : "")});
     }
-    return finish(table);
+    return finish(session, line, table);
 }
 
-int show_saved_services(Session &session, const Line &) {
+int show_saved_services(Session &session, const Line &line) {
     const sim::Switch &sw = session.current();
     const std::optional<sim::Manifest> manifest = sim::saved_manifest(sw);
     if (!manifest) return kExitFailure;
-    std::printf("Saved %s by switch %s, VDC %u: %zu bytes of text\n", time_text(manifest->saved_at).c_str(),
-                manifest->switch_name.c_str(), manifest->vdc, manifest->text.size);
+    const std::string head = "Saved " + time_text(manifest->saved_at) + " by switch " + manifest->switch_name +
+                             ", VDC " + std::to_string(manifest->vdc) + ": " + std::to_string(manifest->text.size) +
+                             " bytes of text\n";
     bool is_whole = true;
     Table table({"Service", "SAP", "Elements", "Bytes", "File"});
     for (const sim::Manifest::SavedService &saved : manifest->services) {
@@ -94,8 +92,7 @@ int show_saved_services(Session &session, const Line &) {
         table.add({saved.name, std::to_string(saved.sap), std::to_string(saved.elements),
                    std::to_string(saved.file.size), wrong.empty() ? "as saved" : wrong});
     }
-    const int status = finish(table);
-    return is_whole ? status : worse_of(status, kExitIncomplete);
+    return show_own_text(session, line, head + table.text(), is_whole ? kExitComplete : kExitIncomplete);
 }
 
 } // namespace shell

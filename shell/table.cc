@@ -1,7 +1,6 @@
 #include "shell/table.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace shell {
 namespace {
@@ -29,7 +28,8 @@ std::string printable(std::string text) {
 
 } // namespace
 
-void Table::print() const {
+std::string Table::text() const {
+    std::string text;
     const std::vector<std::size_t> widths = widths_of(rows_);
     for (const Row &row : rows_) {
         std::string line;
@@ -38,8 +38,9 @@ void Table::print() const {
             line.append(widths[i] - columns(row[i]) + 2, ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);
-        std::printf("%s\n", line.c_str());
+        text += line + '\n';
     }
+    return text;
 }
 
 } // namespace shell

@@ -11,8 +11,8 @@ class Table {
     explicit Table(std::vector<std::string> heads) : rows_{std::move(heads)} {}
 
     void add(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
-    // Write the table to standard output. Control characters in a cell are replaced.
-    void print() const;
+    // The lines of the table. Control characters in a cell are replaced.
+    std::string text() const;
 
   private:
     std::vector<std::vector<std::string>> rows_; // the first one holds the heads
