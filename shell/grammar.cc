@@ -18,7 +18,7 @@ constexpr Node kVlanRange[] = {{.word = "RANGE",
 constexpr Node kVsanRange[] = {
     {.word = "RANGE", .help = "these VSANs", .slot = Slot::kVsans, .action = show_configuration, .form = &kVsan}};
 constexpr Node kInterfaceNames[] = {{.word = "NAME[-NUMBER]",
-                                     .help = "interfaces, such as ethernet 1/1-4,1/9",
+                                     .help = "interfaces, such as ethernet 1/1-4,9",
                                      .slot = Slot::kInterfaces,
                                      .action = show_configuration,
                                      .form = &kInterface}};

@@ -9,6 +9,7 @@
 #include <span>
 #include <stdexcept>
 
+#include "shell/ranges.h"
 #include "shell/values.h"
 #include "sim/notation.h"
 
@@ -18,6 +19,8 @@ namespace {
 using Nodes = std::vector<const Node *>;
 using Words = std::vector<std::string_view>;
 using sim::quoted;
+
+constexpr char kNumberOfInterface[] = "NUMBER[-NUMBER]";
 
 bool is_blank(unsigned char c) {
     return std::isspace(c) != 0;
@@ -206,7 +209,7 @@ Line match_command(std::string_view line) {
     walk.line.text.append(done, line.data() + line.size());
     const std::string_view end = line.substr(static_cast<std::size_t>(done - line.data()), 0);
     if (walk.is_within_interface())
-        throw CommandError("the number of the interface is missing", end, {"NUMBER[-NUMBER]"});
+        throw CommandError("the number of the interface is missing", end, {kNumberOfInterface});
     if (walk.node() == nullptr || walk.node()->action == nullptr)
         throw CommandError("the command is not finished", end, words_of_nodes(walk.next()));
     walk.line.action = walk.node()->action;
@@ -280,19 +283,34 @@ Line match(std::string_view line) {
 
 namespace {
 
-void suggest_values(const Node &node, std::string_view partial, const sim::Switch &sw, Suggestions &suggestions) {
-    std::vector<std::string> values = completions_of(node.slot, partial, sw);
-    if (values.empty() && partial.empty()) suggestions.words.push_back({std::string(node.word), node.help, false});
-    for (std::string &value : values)
-        suggestions.words.push_back({std::move(value), node.help, true});
+bool may_go_on(std::string_view value, Slot slot) {
+    const bool is_range = slot == Slot::kVlans || slot == Slot::kVsans || slot == Slot::kInterfaces;
+    return value.ends_with('/') || (is_range && continues_range(value));
+}
+
+// The slot itself, then its values. A word that was given before is no value once more.
+void suggest_values(const Node &node, const Words &given, const sim::Switch &sw, Suggestions &suggestions) {
+    suggestions.words.push_back({.word = std::string(node.word), .help = node.help, .is_slot = true});
+    for (std::string &value : completions_of(node.slot, suggestions.partial, sw)) {
+        if (std::ranges::find(given, value) != given.end()) continue;
+        const bool goes_on = may_go_on(value, node.slot);
+        suggestions.words.push_back(
+            {.word = std::move(value), .help = node.help, .is_value = true, .may_go_on = goes_on});
+    }
 }
 
 // "ethernet" has been typed: the rest of the names of these interfaces.
 void suggest_numbers(const Walk &walk, const sim::Switch &sw, Suggestions &suggestions) {
-    const std::string type(walk.line.arguments[0]);
-    for (std::string &name : completions_of(Slot::kInterfaces, type + std::string(suggestions.partial), sw))
-        if (name.size() > type.size())
-            suggestions.words.push_back({name.substr(type_of_interface(name).size()), walk.node()->help, true});
+    const std::string_view type = walk.line.arguments[0];
+    const std::string typed = std::string(type) + std::string(suggestions.partial);
+    suggestions.words.push_back({.word = kNumberOfInterface, .help = walk.node()->help, .is_slot = true});
+    for (const std::string &name :
+         suggestions.partial.empty() ? names_of_type(type, sw) : completions_of(Slot::kInterfaces, typed, sw)) {
+        suggestions.words.push_back({.word = name.substr(type.size()),
+                                     .help = walk.node()->help,
+                                     .is_value = true,
+                                     .may_go_on = continues_range(name)});
+    }
 }
 
 } // namespace
@@ -318,9 +336,9 @@ Suggestions suggest(std::string_view line, const sim::Switch &sw) {
                                   walk.filter() != FilterKind::kSave;
     for (const Node *node : walk.next()) {
         if (node->slot != Slot::kNone) {
-            suggest_values(*node, suggestions.partial, sw, suggestions);
+            suggest_values(*node, walk.line.arguments, sw, suggestions);
         } else if (!is_hidden_from(suggestions.partial, *node) && node->word.starts_with(suggestions.partial)) {
-            suggestions.words.push_back({std::string(node->word), node->help, false});
+            suggestions.words.push_back({.word = std::string(node->word), .help = node->help});
         }
     }
     return suggestions;

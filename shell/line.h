@@ -32,9 +32,11 @@ Line match(std::string_view line);
 
 // One word that may come next.
 struct Suggestion {
-    std::string word; // of a slot whose values are not known: its name
+    std::string word;
     std::string help;
-    bool is_value = false; // of a slot
+    bool is_value = false;  // of a slot
+    bool is_slot = false;   // the name of a slot, such as RANGE, before its values
+    bool may_go_on = false; // no blank follows: a folder, or an item of a range
 };
 struct Suggestions {
     std::string_view partial;      // the word that is being typed; empty after a blank

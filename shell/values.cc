@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <set>
 
-#include "sim/notation.h"
+#include "shell/ranges.h"
 
 namespace shell {
 namespace {
@@ -44,41 +44,6 @@ std::set<uint32_t> ids_of(Slot slot, const sim::Switch &sw) {
                 ids.insert(key.index);
     }
     return ids;
-}
-
-// After "10,20-" the ids that are at least 20, each as the whole word.
-std::vector<std::string> completed_ids(const std::set<uint32_t> &ids, std::string_view partial) {
-    const std::size_t item = partial.find_last_of(",-") + 1; // 0 if there is none
-    const std::string_view before = partial.substr(0, item), typed = partial.substr(item);
-    uint32_t low = 0;
-    if (before.ends_with('-')) {
-        const std::size_t end = item - 1, begin = sim::start_of_number(partial, end);
-        low = sim::to_number(partial.substr(begin, end - begin)).value_or(0);
-    }
-    std::vector<std::string> words;
-    for (const uint32_t id : ids) {
-        const std::string text = std::to_string(id);
-        if (id >= low && begins_with(text, typed)) words.push_back(std::string(before) + text);
-    }
-    return words;
-}
-
-// "ethernet", then "1/1" as a word of its own, or both in one word. A list goes on after a comma.
-std::vector<std::string> completed_interfaces(std::string_view partial, const sim::Switch &sw) {
-    std::vector<std::string> words;
-    const std::size_t item = partial.rfind(',') + 1;
-    const std::string before(partial.substr(0, item));
-    const std::string_view typed = partial.substr(item);
-    if (type_of_interface(typed).size() == typed.size()) {
-        for (std::string type : types_of_interfaces(sw)) {
-            std::ranges::transform(type, type.begin(), [](unsigned char c) { return std::tolower(c); });
-            if (begins_with(type, typed)) words.push_back(before + type);
-        }
-        return words;
-    }
-    for (const sim::Interface &interface : sw.interfaces)
-        if (begins_with(interface.name, typed)) words.push_back(before + interface.name);
-    return words;
 }
 
 std::vector<std::string> completed_paths(std::string_view partial) {
@@ -148,7 +113,7 @@ std::vector<std::string> completions_of(Slot slot, std::string_view partial, con
     switch (slot) {
         case Slot::kVlans:
         case Slot::kVsans:
-            return completed_ids(ids_of(slot, sw), partial);
+            return completed_ids(partial, ids_of(slot, sw));
         case Slot::kInterfaces:
             return completed_interfaces(partial, sw);
         case Slot::kFile:

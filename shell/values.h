@@ -16,8 +16,8 @@ const char *name_of(Slot slot);
 // All values of a slot that is a name; none for ranges and files.
 std::vector<std::string> values_of(Slot slot, const sim::Switch &sw);
 
-// The values that a word of this slot, of which `partial` is typed, can become. Of a range, the last item is completed:
-// after "10-" come the ids from 10 on.
+// The values that a word of this slot, of which `partial` is typed, can become. All begin with `partial`. Of a range,
+// the last item is completed.
 std::vector<std::string> completions_of(Slot slot, std::string_view partial, const sim::Switch &sw);
 
 // Without regard to upper and lower case.
