@@ -6,12 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 namespace shell {
 namespace {
-
-constexpr std::size_t kLongestLine = 65536; // a list of every second VLAN has 10 KB
 
 sigset_t interruption() {
     sigset_t set;
@@ -37,7 +36,8 @@ Lines::~Lines() {
     close(interruptions_);
 }
 
-Lines::Event Lines::next(std::string &line) {
+Lines::Event Lines::next(const std::string &prompt, std::string &line) {
+    if (isatty(STDIN_FILENO) != 0) std::fprintf(stderr, "%s# ", prompt.c_str());
     for (;;) {
         if (take_interruption()) {
             input_.clear();

@@ -7,25 +7,37 @@
 
 namespace shell {
 
+inline constexpr std::size_t kLongestLine = 65536; // a list of every second VLAN has 10 KB
+
 class LineTooLong : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
+// Where the lines of a session come from.
+class LineReader {
+  public:
+    enum class Event : uint8_t { kLine, kInterruption, kEnd, kRefused };
+
+    LineReader() = default;
+    virtual ~LineReader() = default;
+    LineReader(const LineReader &) = delete;
+    LineReader &operator=(const LineReader &) = delete;
+
+    // Wait for the next line or an interruption, which drops what was typed so far. A refused line was reported, and
+    // cannot be run. Throws std::runtime_error if standard input cannot be read.
+    virtual Event next(const std::string &prompt, std::string &line) = 0;
+};
+
 // Reads standard input with read(2) only, so that the children inherit no data of the C library. While an object lives,
 // SIGINT is blocked in this process and is reported by next(), unless the caller of the shell ignores SIGINT.
-class Lines {
+class Lines : public LineReader {
   public:
-    enum class Event : uint8_t { kLine, kInterruption, kEnd };
-
     Lines();
-    ~Lines();
-    Lines(const Lines &) = delete;
-    Lines &operator=(const Lines &) = delete;
+    ~Lines() override;
 
-    // Wait for the next line or an interruption; an interruption drops the input that was read ahead. Throws
-    // LineTooLong, or another std::runtime_error if standard input cannot be read.
-    Event next(std::string &line);
+    // Shows the prompt if standard input is a terminal. Throws LineTooLong for a line of more than kLongestLine bytes.
+    Event next(const std::string &prompt, std::string &line) override;
 
   private:
     bool take_interruption() const;

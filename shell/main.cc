@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <new>
 #include <optional>
 #include <sstream>
@@ -24,6 +25,7 @@
 #include <vector>
 
 #include "shell/check.h"
+#include "shell/editor.h"
 #include "shell/line.h"
 #include "shell/lines.h"
 #include "shell/run.h"
@@ -34,7 +36,7 @@
 
 namespace {
 
-using shell::Lines;
+using shell::LineReader;
 using shell::Options;
 using shell::Session;
 
@@ -78,6 +80,7 @@ void declare_session_options(CLI::App &app, Options &options) {
     app.add_option("-i,--vdc", options.vdc, "start in this VDC instead of the description's own")
         ->type_name("ID")
         ->check(number_given);
+    app.add_flag("--no-history", options.no_history, "do not keep the lines that are typed for later sessions");
     app.add_option("-o", options.display_option, "ignored; for compatibility")->type_name("N");
 }
 
@@ -190,19 +193,31 @@ bool execute_line(Session &session, std::string_view line, bool is_script, int &
     return !session.is_over();
 }
 
+// On a terminal that allows it, lines are edited.
+std::unique_ptr<LineReader> reader_for(Session &session, bool has_history_file) {
+    if (isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0) {
+        auto editor = std::make_unique<shell::Editor>([&session]() -> const sim::Switch & { return session.current(); },
+                                                      has_history_file);
+        if (editor->is_usable()) return editor;
+    }
+    return std::make_unique<shell::Lines>();
+}
+
 // An interruption between commands clears the line of a user who types, and ends a script.
 int execute_lines(Session &session) {
+    using Event = LineReader::Event;
     const bool prompting = isatty(STDIN_FILENO) != 0;
-    Lines lines;
+    const std::unique_ptr<LineReader> reader = reader_for(session, !session.options().no_history);
     int result = 0;
     std::string line;
     for (;;) {
-        if (prompting) std::fprintf(stderr, "%s# ", session.prompt().c_str());
-        const Lines::Event event = lines.next(line);
-        if (event == Lines::Event::kInterruption) {
+        const Event event = reader->next(session.prompt(), line);
+        if (event == Event::kInterruption) {
             std::fputs(prompting ? "\n" : "vsh: session interrupted\n", stderr);
             if (!prompting) return shell::kExitInterrupted;
-        } else if (event == Lines::Event::kEnd || !execute_line(session, line, !prompting, result)) {
+        } else if (event == Event::kRefused) {
+            result = shell::worse_of(result, shell::kExitUsage);
+        } else if (event == Event::kEnd || !execute_line(session, line, !prompting, result)) {
             return result;
         }
     }

@@ -21,6 +21,7 @@ struct Options {
     uint32_t debug_mask = 0, filter_mode = 0;
     bool script_mode = false;
     bool no_warnings = false;          // of the description
+    bool no_history = false;           // of the lines that are typed, in a file
     bool fail_partial = false;         // print nothing unless the configuration is complete
     std::optional<std::string> output; // file for the configuration, replaced only by a complete one
     std::string color = "auto";        // or "always" or "never"

@@ -1,0 +1,128 @@
+#include "shell/keyboard.h"
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+namespace shell {
+namespace {
+
+bool is_ignored(int signal) {
+    struct sigaction action = {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+// A signal that the shell's caller ignores or blocks has no effect, as without an editor.
+sigset_t signals_to_take() {
+    sigset_t set, blocked;
+    sigemptyset(&set);
+    sigprocmask(SIG_BLOCK, nullptr, &blocked);
+    for (const int signal : {SIGINT, SIGTSTP, SIGCONT, SIGWINCH, SIGTERM, SIGHUP, SIGQUIT})
+        if (!is_ignored(signal) && sigismember(&blocked, signal) == 0) sigaddset(&set, signal);
+    return set;
+}
+
+sigset_t only(int signal) {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, signal);
+    return set;
+}
+
+} // namespace
+
+Keyboard::Keyboard() : taken_(signals_to_take()), signals_(signalfd(-1, &taken_, SFD_CLOEXEC | SFD_NONBLOCK)) {
+    if (signals_ < 0) throw std::runtime_error(std::string("signalfd: ") + std::strerror(errno));
+    const sigset_t interruption = only(SIGINT);
+    if (sigismember(&taken_, SIGINT) != 0) sigprocmask(SIG_BLOCK, &interruption, nullptr);
+}
+
+Keyboard::~Keyboard() {
+    const sigset_t interruption = only(SIGINT);
+    if (sigismember(&taken_, SIGINT) != 0) sigprocmask(SIG_UNBLOCK, &interruption, nullptr);
+    close(signals_);
+}
+
+Keyboard::Attention::Attention(const Keyboard &keyboard) {
+    sigprocmask(SIG_BLOCK, &keyboard.taken_, &mask_before_);
+}
+
+Keyboard::Attention::~Attention() {
+    sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
+}
+
+void Keyboard::deliver(int signal) {
+    const sigset_t set = only(signal);
+    raise(signal);
+    sigprocmask(SIG_UNBLOCK, &set, nullptr);
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+}
+
+Keyboard::Event Keyboard::next() {
+    for (;;) {
+        if (input_.empty()) {
+            if (wait() == Source::kSignal) return Event::kSignal;
+            if (!read_input(1)) return Event::kEnd; // more would take from a program that the command starts
+            continue;
+        }
+        const char byte = input_[0];
+        input_.erase(0, 1);
+        if (const std::optional<wchar_t> character = decode(byte)) {
+            character_ = *character;
+            return Event::kCharacter;
+        }
+    }
+}
+
+bool Keyboard::skip_line() {
+    for (;;) {
+        const std::size_t end = input_.find_first_of("\r\n");
+        input_.erase(0, end == std::string::npos ? end : end + 1);
+        if (end != std::string::npos) return true;
+        if (wait() == Source::kSignal) return false;
+        if (!read_input(65536)) return true;
+    }
+}
+
+// Signals come first, or a flood of input would hold them up.
+Keyboard::Source Keyboard::wait() {
+    struct pollfd sources[] = {{signals_, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+    for (;;) {
+        if (poll(sources, 2, -1) < 0 && errno != EINTR) throw std::runtime_error(std::strerror(errno));
+        struct signalfd_siginfo info;
+        if (read(signals_, &info, sizeof info) == sizeof info) {
+            signal_ = static_cast<int>(info.ssi_signo);
+            if (signal_ == SIGINT) input_.clear();
+            return Source::kSignal;
+        }
+        if (sources[1].revents != 0) return Source::kInput;
+    }
+}
+
+bool Keyboard::read_input(std::size_t most) {
+    char block[65536];
+    const ssize_t got = read(STDIN_FILENO, block, std::min(most, sizeof block));
+    if (got < 0 && errno != EINTR && errno != EAGAIN)
+        throw std::runtime_error(std::string("cannot read standard input: ") + std::strerror(errno));
+    if (got > 0) input_.append(block, static_cast<std::size_t>(got));
+    return got != 0;
+}
+
+// Nothing if a character has further bytes. A byte that cannot go on with a character begins the next one.
+std::optional<wchar_t> Keyboard::decode(char byte) {
+    const bool is_first = std::mbsinit(&state_) != 0;
+    wchar_t character = 0;
+    const std::size_t length = std::mbrtowc(&character, &byte, 1, &state_);
+    if (length == static_cast<std::size_t>(-2)) return {};
+    if (length != static_cast<std::size_t>(-1)) return character;
+    state_ = {};
+    if (!is_first) input_.insert(0, 1, byte);
+    return kNotUtf8;
+}
+
+} // namespace shell
