@@ -11,7 +11,7 @@ namespace shell {
 
 // What a Tab does.
 struct Completion {
-    std::string rest;     // to be inserted after what is typed
+    std::string rest;      // to be inserted after what is typed
     bool is_whole = false; // a blank may follow
 };
 Completion complete(const Suggestions &suggestions);

@@ -54,8 +54,7 @@ std::string presentable(const std::string &text) {
 }
 
 std::size_t length_of(const std::string &text) {
-    return static_cast<std::size_t>(
-        std::ranges::count_if(text, [](unsigned char c) { return (c & 0xc0) != 0x80; }));
+    return static_cast<std::size_t>(std::ranges::count_if(text, [](unsigned char c) { return (c & 0xc0) != 0x80; }));
 }
 
 std::FILE *open_file(int descriptor, const char *mode) {
@@ -98,9 +97,12 @@ class Editor::Callbacks {
 };
 
 Editor::Editor(std::function<const sim::Switch &()> current_switch, bool has_history_file)
-    : current_switch_(std::move(current_switch)), utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)),
-      screen_(open_file(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "w")), nowhere_(std::fopen("/dev/null", "we")),
-      editor_(nullptr, el_end), history_(history_init(), history_end) {
+    : current_switch_(std::move(current_switch)),
+      utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)),
+      screen_(open_file(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "w")),
+      nowhere_(std::fopen("/dev/null", "we")),
+      editor_(nullptr, el_end),
+      history_(history_init(), history_end) {
     is_usable_ = utf8_ != nullptr && screen_ && nowhere_ && history_ && start();
     if (!is_usable_) return;
     keyboard_.emplace();
@@ -139,11 +141,11 @@ void Editor::bind_keys() {
     el_set(line, EL_ADDFN, "vsh-help", "list what may come next", Callbacks::call<&Editor::list_help>);
     el_set(line, EL_ADDFN, "vsh-delete", "delete a character, or end", Callbacks::call<&Editor::delete_or_end>);
     constexpr const char *kKeys[][2] = {
-        {"^I", "vsh-complete"},         {"?", "vsh-help"},
-        {"^D", "vsh-delete"},           {"^R", "em-inc-search-prev"},
-        {"^W", "ed-delete-prev-word"},  {"\\e[3~", "ed-delete-next-char"},
-        {"\\e[1~", "ed-move-to-beg"},   {"\\e[4~", "ed-move-to-end"},
-        {"\\e[1;5C", "em-next-word"},   {"\\e[1;5D", "ed-prev-word"},
+        {"^I", "vsh-complete"},        {"?", "vsh-help"},
+        {"^D", "vsh-delete"},          {"^R", "em-inc-search-prev"},
+        {"^W", "ed-delete-prev-word"}, {"\\e[3~", "ed-delete-next-char"},
+        {"\\e[1~", "ed-move-to-beg"},  {"\\e[4~", "ed-move-to-end"},
+        {"\\e[1;5C", "em-next-word"},  {"\\e[1;5D", "ed-prev-word"},
     };
     for (const auto &[key, function] : kKeys)
         el_set(line, EL_BIND, key, function, nullptr);
@@ -171,8 +173,7 @@ Editor::Event Editor::next(const std::string &prompt, std::string &line) {
     el_set(editor_.get(), EL_PREP_TERM, 0);
     if (error_) throw std::runtime_error(*error_);
     if (ending_ == Event::kRefused) return refuse("the line has more than " + std::to_string(kLongestLine) + " bytes");
-    if (!ending_ && text != nullptr && length > 0)
-        return finish({text, static_cast<std::size_t>(length)}, line);
+    if (!ending_ && text != nullptr && length > 0) return finish({text, static_cast<std::size_t>(length)}, line);
     std::fputs(ending_ == Event::kInterruption ? "^C" : "\n", screen_.get());
     std::fflush(screen_.get());
     return ending_.value_or(Event::kEnd);

@@ -73,7 +73,7 @@ class Editor : public LineReader {
     bool is_usable_ = false;
 
     std::string prompt_, last_line_;
-    uint32_t width_ = 0; // of the terminal
+    uint32_t width_ = 0;               // of the terminal
     std::string listed_for_;           // the text for which a Tab found no unique word
     std::optional<Event> ending_;      // of a line that ended otherwise than by the Enter key
     std::optional<std::string> error_; // of standard input

@@ -22,8 +22,8 @@ class Keyboard {
     Keyboard(const Keyboard &) = delete;
     Keyboard &operator=(const Keyboard &) = delete;
 
-    // Wait for a character or a signal. A character is decoded in the locale of the thread. Throws std::runtime_error if
-    // standard input cannot be read.
+    // Wait for a character or a signal. A character is decoded in the locale of the thread. Throws std::runtime_error
+    // if standard input cannot be read.
     Event next();
     wchar_t character() const { return character_; }
     int signal() const { return signal_; }
@@ -54,7 +54,7 @@ class Keyboard {
     std::optional<wchar_t> decode(char byte);
 
     sigset_t taken_;
-    int signals_ = -1; // a signalfd
+    int signals_ = -1;  // a signalfd
     std::string input_; // read ahead
     std::mbstate_t state_ = {};
     wchar_t character_ = 0;

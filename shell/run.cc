@@ -24,6 +24,7 @@
 #include <optional>
 
 #include "shell/destination.h"
+#include "shell/waiting.h"
 #include "sim/child.h"
 
 namespace shell {
@@ -162,6 +163,7 @@ bool stdout_has_no_reader() {
 }
 
 int explain_early_end(int wait_status, const Deadline &deadline) {
+    erase_waiting_line();
     if (is_overdue(deadline) && WIFSIGNALED(wait_status)) {
         std::fprintf(stderr, "vsh: incomplete: the command was ended, because it went on after its deadline\n");
         return kExitIncomplete;

@@ -15,6 +15,7 @@
 #include "shell/held_output.h"
 #include "shell/line.h"
 #include "shell/report.h"
+#include "shell/waiting.h"
 #include "sim/check/check.h"
 #include "sim/description.h"
 #include "sim/notation.h"
@@ -121,6 +122,7 @@ int Session::execute(const std::string &line) {
         const Line matched = match(line);
         if (options_.output && matched.form == nullptr) throw CommandError(kNoOutput);
         if (options_.output && matched.is_saved()) throw CommandError("--output and \"save\" both name a file");
+        show_waits(*switch_);
         return matched.action(*this, matched);
     } catch (const CommandError &error) {
         report(error, line);

@@ -21,6 +21,7 @@
 namespace sim {
 namespace {
 
+constexpr std::chrono::milliseconds kWatchInterval(500);
 constexpr uint32_t kReceivedMark = 0x4d545331;
 
 // The transport's record in an mts_msg. The payload is a block of exactly its size, so that sanitizers find a read
@@ -139,11 +140,9 @@ void wait_for_message(const Transport::Endpoint &endpoint, uint32_t opcode, uint
     Transport &transport = current().transport;
     const auto arrival = next_arrival(endpoint, opcode);
     if (arrival && (timeout == 0 || *arrival - transport.now <= timeout))
-        return transport.wait(*arrival - transport.now);
-    if (timeout != 0) return transport.wait(timeout);
-    if (transport.deadline) return std::this_thread::sleep_until(*transport.deadline);
-    for (;;)
-        ::pause(); // only a signal that ends the process ends the wait
+        return transport.wait(*arrival - transport.now, timeout);
+    if (timeout != 0) return transport.wait(timeout, timeout);
+    transport.wait_for_deadline();
 }
 
 int32_t fail(int error) {
@@ -159,14 +158,41 @@ uint32_t Transport::open(uint32_t sap) {
     return handle;
 }
 
-void Transport::wait(uint64_t units) {
-    const auto end = std::chrono::steady_clock::now() + unit * units;
+void Transport::wait(uint64_t units, uint64_t timeout) {
+    const auto begin = std::chrono::steady_clock::now();
+    const std::chrono::steady_clock::time_point end = begin + unit * units;
+    Moment limit = deadline;
+    if (timeout != 0) {
+        const std::chrono::steady_clock::time_point own = begin + unit * timeout;
+        limit = std::min(own, deadline.value_or(own));
+    }
     if (!deadline || end <= *deadline) {
         now += units;
-        std::this_thread::sleep_until(end);
+        sleep_until(end, limit);
     } else { // what would arrive later never does
-        std::this_thread::sleep_until(*deadline);
+        sleep_until(deadline, limit);
     }
+}
+
+void Transport::wait_for_deadline() {
+    sleep_until(deadline, deadline);
+}
+
+void Transport::sleep_until(Moment end, Moment limit) {
+    using Clock = std::chrono::steady_clock;
+    bool is_followed = false;
+    while (watch && (!end || watch->next < *end)) {
+        std::this_thread::sleep_until(watch->next);
+        watch->next = Clock::now() + kWatchInterval;
+        watch->waiting(limit ? std::optional(*limit - Clock::now()) : std::nullopt);
+        is_followed = true;
+    }
+    while (!end)
+        ::pause(); // only a signal that ends the process ends the wait
+    std::this_thread::sleep_until(*end);
+    if (!is_followed) return;
+    watch->ended();
+    watch->next = Clock::now(); // of the next wait at once
 }
 
 void Transport::deliver(uint32_t handle, uint32_t opcode, Bytes payload) {

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <vector>
@@ -23,6 +24,13 @@ struct Message {
     uint64_t due = 0; // earliest time of arrival, of a fragment that a service still has to send
 };
 
+// Somebody who follows the waits of receives. The time left is that until the receive gives up; none: it never does.
+struct Watch {
+    std::chrono::steady_clock::time_point next;                                // no call comes earlier
+    std::function<void(std::optional<std::chrono::nanoseconds> left)> waiting; // twice a second
+    std::function<void()> ended;                                               // after calls, before the receive ends
+};
+
 struct Transport : TransportRecord {
     std::chrono::nanoseconds unit = std::chrono::seconds(1); // of the receive time-out
     std::size_t fragment_size = 4096;                        // bytes of reply per fragment
@@ -32,7 +40,12 @@ struct Transport : TransportRecord {
     // No receive waits beyond this moment of the real clock. A command that asks many services, or services that send
     // slowly, waits for many time-outs.
     std::optional<std::chrono::steady_clock::time_point> deadline;
-    void wait(uint64_t units); // or until the deadline
+    // Wait for so many units, or until the deadline. The receive would wait for `timeout` units, or for ever if that is
+    // 0.
+    void wait(uint64_t units, uint64_t timeout = 0);
+    void wait_for_deadline(); // for ever if there is none
+
+    std::optional<Watch> watch; // none: nobody follows
 
     // Open a handle with a SAP of its own.
     uint32_t open(uint32_t sap);
@@ -51,6 +64,10 @@ struct Transport : TransportRecord {
         std::size_t turn = 0;
     };
     std::map<uint32_t, Endpoint> endpoints; // by handle
+
+  private:
+    using Moment = std::optional<std::chrono::steady_clock::time_point>; // none: never
+    void sleep_until(Moment end, Moment limit);
 };
 
 // The request in a received message, for in-process services; null when the request is not complete.
