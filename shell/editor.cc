@@ -57,6 +57,12 @@ std::size_t length_of(const std::string &text) {
     return static_cast<std::size_t>(std::ranges::count_if(text, [](unsigned char c) { return (c & 0xc0) != 0x80; }));
 }
 
+// The terminal is restored after every line. libedit would do so once more, and drop what was typed ahead.
+void end_editing(EditLine *line) {
+    el_set(line, EL_EDITMODE, 0);
+    el_end(line);
+}
+
 std::FILE *open_file(int descriptor, const char *mode) {
     return descriptor < 0 ? nullptr : fdopen(descriptor, mode);
 }
@@ -101,7 +107,7 @@ Editor::Editor(std::function<const sim::Switch &()> current_switch, bool has_his
       utf8_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)),
       screen_(open_file(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "w")),
       nowhere_(std::fopen("/dev/null", "we")),
-      editor_(nullptr, el_end),
+      editor_(nullptr, end_editing),
       history_(history_init(), history_end) {
     is_usable_ = utf8_ != nullptr && screen_ && nowhere_ && history_ && start();
     if (!is_usable_) return;
@@ -168,6 +174,8 @@ Editor::Event Editor::next(const std::string &prompt, std::string &line) {
     width_ = width();
     listed_for_.clear();
     ending_.reset();
+    el_set(editor_.get(), EL_PREP_TERM,
+           1); // before the prompt, or the terminal could echo what is typed right after it
     int length = 0;
     const char *const text = el_gets(editor_.get(), &length);
     el_set(editor_.get(), EL_PREP_TERM, 0);

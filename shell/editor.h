@@ -27,6 +27,8 @@ class Editor : public LineReader {
     // be recalled.
     Editor(std::function<const sim::Switch &()> current_switch, bool has_history_file);
     ~Editor() override;
+    Editor(const Editor &) = delete;
+    Editor &operator=(const Editor &) = delete;
 
     // Whether standard input and standard error are a terminal on which a line can be edited. If not, the editor must
     // not be used.

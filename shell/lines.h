@@ -35,6 +35,8 @@ class Lines : public LineReader {
   public:
     Lines();
     ~Lines() override;
+    Lines(const Lines &) = delete;
+    Lines &operator=(const Lines &) = delete;
 
     // Shows the prompt if standard input is a terminal. Throws LineTooLong for a line of more than kLongestLine bytes.
     Event next(const std::string &prompt, std::string &line) override;

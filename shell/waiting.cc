@@ -20,7 +20,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kPatience(500); // before the line appears
+constexpr std::chrono::milliseconds kPatience(500);  // before the line appears
 constexpr std::size_t kUsualWidth = 80, kMargin = 3; // a terminal may show "^C" after the line
 constexpr char kErase[] = "\r\x1b[K";
 

@@ -20,9 +20,11 @@ constexpr char kShow[] = " -c 'show startup-config'", kCopy[] = " -c 'copy runni
 
 constexpr int kPatience = 30000; // milliseconds; a command that waits for kSilent takes 120 seconds
 
+// A terminal that cannot move its cursor: lines are not edited.
 inline int connect_to_terminal(pid_t &pid) {
     int terminal = -1;
     pid = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (pid == 0) setenv("TERM", "dumb", 1);
     return terminal;
 }
 
@@ -58,16 +60,20 @@ class Shell {
 
     // Read until the output holds `text`; false when it ends before or nothing comes for too long.
     bool shows(const std::string &text) {
-        char block[4096];
-        while (out.find(text) == std::string::npos) {
-            struct pollfd output = {connection_, POLLIN, 0};
-            if (poll(&output, 1, kPatience) != 1) return false;
-            const ssize_t got = read(connection_, block, sizeof block);
-            ended_ = got <= 0;
-            if (ended_) return false;
-            out.append(block, static_cast<std::size_t>(got));
-        }
+        while (out.find(text) == std::string::npos)
+            if (!read_more()) return false;
         return true;
+    }
+
+    // Wait for more output; false when it ends or nothing comes for too long.
+    bool read_more() {
+        char block[4096];
+        struct pollfd output = {connection_, POLLIN, 0};
+        if (poll(&output, 1, kPatience) != 1) return false;
+        const ssize_t got = read(connection_, block, sizeof block);
+        ended_ = got <= 0;
+        if (!ended_) out.append(block, static_cast<std::size_t>(got));
+        return !ended_;
     }
 
     void type(const std::string &text) const {
