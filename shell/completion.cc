@@ -94,6 +94,7 @@ std::string list_with_help(const Suggestions &suggestions, uint32_t width) {
         if (!suggestion.is_value) list += help_row(suggestion.word, suggestion.help);
     list += in_columns(shown_words(suggestions, true), "    ", width);
     if (suggestions.may_end) list += help_row("<cr>", "run the command");
+    if (suggestions.may_be_filtered) list += help_row("|", "filter the text");
     return list.empty() ? "  no command begins like this\n" : list;
 }
 

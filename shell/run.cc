@@ -163,7 +163,6 @@ bool stdout_has_no_reader() {
 }
 
 int explain_early_end(int wait_status, const Deadline &deadline) {
-    erase_waiting_line();
     if (is_overdue(deadline) && WIFSIGNALED(wait_status)) {
         std::fprintf(stderr, "vsh: incomplete: the command was ended, because it went on after its deadline\n");
         return kExitIncomplete;
@@ -269,6 +268,7 @@ void wait_for(Job &job, const SignalsDuringChild &signals, const Deadline &deadl
             job.output.send(SIGINT);
         } else if (signal > 0 && signal != SIGCHLD) {
             job.end();
+            erase_waiting_line();
             signals.deliver(signal);
         } else if (has_limit && is_overdue(deadline)) {
             job.command.end();
@@ -400,6 +400,7 @@ int run_command(sim::Switch &sw, EntryPoint entry, Request &request, const Outpu
     });
     if (passed) passed->text.close_ends();
     wait_for(job, signals, deadline);
+    erase_waiting_line();
     if (passed) passed->copy_messages();
     return result_of(job, report_in(report), deadline);
 }

@@ -77,14 +77,15 @@ TEST_F(Editor, ListsWhatMayComeNextAndLeavesTheLine) {
         "  service           one service\n"
         "x# show running-config serv_ice";
     EXPECT_EQ(screen.until(expected), expected);
-    screen.shell.type("\x05 ?loud ?\"?");
+    screen.shell.type("\x05 ?loud ?| inc ?");
     expected.replace(expected.find("serv_ice"), 8,
                      "service\n"
                      "  NAME              a service\n"
                      "    loud\n"
                      "x# show running-config service loud\n"
                      "  <cr>              run the command\n"
-                     "x# show running-config service loud \"?_");
+                     "  |                 filter the text\n"
+                     "x# show running-config service loud | inc ?_");
     EXPECT_EQ(screen.until(expected), expected);
 }
 

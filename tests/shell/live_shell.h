@@ -20,10 +20,15 @@ constexpr char kShow[] = " -c 'show startup-config'", kCopy[] = " -c 'copy runni
 
 constexpr int kPatience = 30000; // milliseconds; a command that waits for kSilent takes 120 seconds
 
-// A terminal that cannot move its cursor: lines are not edited.
 inline int connect_to_terminal(pid_t &pid) {
     int terminal = -1;
     pid = forkpty(&terminal, nullptr, nullptr, nullptr);
+    return terminal;
+}
+
+// A terminal on which lines are not edited.
+inline int connect_to_dumb_terminal(pid_t &pid) {
+    const int terminal = connect_to_terminal(pid);
     if (pid == 0) setenv("TERM", "dumb", 1);
     return terminal;
 }

@@ -10,7 +10,7 @@ namespace {
 
 TEST(ShellProcess, GoesOnAfterAnInterruptedCommand) {
     for (const char *arguments : {kSilent, kDelayed}) {
-        Shell shell(arguments, connect_to_terminal);
+        Shell shell(arguments, connect_to_dumb_terminal);
         shell.type("show running-config\n");
         ASSERT_TRUE(shell.shows("Sap ctr = 1\r\n")) << shell.out;
         shell.type("\x03");
@@ -30,7 +30,7 @@ TEST(ShellProcess, EndsAScriptWithAnInterruptedCommand) {
 }
 
 TEST(ShellProcess, ClearsTheLineOnAnInterruptionAtThePrompt) {
-    Shell shell(kLoud, connect_to_terminal);
+    Shell shell(kLoud, connect_to_dumb_terminal);
     ASSERT_TRUE(shell.shows("x# ")) << shell.out;
     shell.type("nosuch\x03");
     ASSERT_TRUE(shell.shows("^C\r\nx# ")) << shell.out;
