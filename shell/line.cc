@@ -262,8 +262,7 @@ std::string_view with_bar(std::string_view part) {
 
 void match_filters(std::span<const std::string_view> parts, Line &line) {
     if (parts.empty()) return;
-    if (!line.has_text)
-        throw CommandError("only a command that shows a text can have filters", with_bar(parts[0]));
+    if (!line.has_text) throw CommandError("only a command that shows a text can have filters", with_bar(parts[0]));
     line.text = without_blanks_around(line.text);
     for (const std::string_view part : parts) {
         if (!line.filters.empty() && line.filters.back().kind == FilterKind::kSave)

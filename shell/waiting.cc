@@ -85,7 +85,8 @@ std::string waiting_line(const Awaited &awaited, std::size_t width) {
     const std::string end = awaited.left ? "; " + std::to_string(awaited.left->count()) + " s left" : "";
     std::string line;
     for (std::size_t count = std::min(awaited.names.size(), width / 3 + 1);; --count) {
-        line = begin + names_and_more(awaited.names, count) + end;
+        line = begin;
+        line.append(names_and_more(awaited.names, count)).append(end);
         if (line.size() <= width || count == 0) return line.substr(0, width);
     }
 }

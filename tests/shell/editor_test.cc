@@ -59,7 +59,7 @@ TEST_F(Editor, CompletesWords) {
 
 TEST_F(Editor, ListsWordsAtTheSecondTab) {
     Screen screen(kOneService);
-    screen.shell.type("show s\tv\t\t");
+    screen.shell.type("show st\tv\t\t");
     const std::string expected =
         "x# show startup-config v\n"
         "vlan  vsan\n"
