@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "shell/message.h"
+
 namespace shell {
 namespace {
 
@@ -46,7 +48,7 @@ std::string list_of(const std::vector<std::string> &words) {
 } // namespace
 
 void report(const CommandError &error, std::string_view line) {
-    std::fprintf(stderr, "vsh: %s\n", error.what());
+    print_message("%s", error.what());
     if (can_be_marked(error, line)) mark(error.part, line);
     if (!error.expected.empty()) std::fputs(list_of(error.expected).c_str(), stderr);
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "shell/message.h"
 #include "shell/report.h"
 #include "shell/run.h"
 #include "sim/saved_config.h"
@@ -12,7 +13,7 @@ namespace shell {
 namespace {
 
 uint32_t refuse(const char *reason) {
-    std::fprintf(stderr, "vsh: %s\n", reason);
+    print_message("%s", reason);
     return 1;
 }
 
@@ -31,7 +32,7 @@ uint32_t copy_running_to_startup(qarn_req *req) {
     try {
         const std::string before = sim::foreign_owner(sw);
         sim::save_startup(sw, sw.printed);
-        if (!before.empty()) std::fprintf(stderr, "vsh: this replaced the configuration of %s\n", before.c_str());
+        if (!before.empty()) print_message("this replaced the configuration of %s", before.c_str());
     } catch (const sim::StoreError &error) {
         return refuse(error.what());
     }

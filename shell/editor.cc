@@ -17,6 +17,7 @@
 
 #include "shell/completion.h"
 #include "shell/line.h"
+#include "shell/message.h"
 
 namespace shell {
 namespace {
@@ -197,7 +198,7 @@ Editor::Event Editor::finish(std::string_view text, std::string &line) {
 }
 
 Editor::Event Editor::refuse(const std::string &reason) {
-    std::fprintf(stderr, "vsh: %s; it was not run\n", reason.c_str());
+    print_message("%s; it was not run", reason.c_str());
     return Event::kRefused;
 }
 

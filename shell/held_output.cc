@@ -13,6 +13,8 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "shell/message.h"
+
 namespace shell {
 namespace {
 
@@ -158,9 +160,9 @@ void HeldOutput::copy_to_standard_output() const {
 
 void HeldOutput::report_withheld() const {
     if (name_.empty()) {
-        std::fputs("vsh: nothing was printed\n", stderr);
+        print_message("nothing was printed");
     } else {
-        std::fprintf(stderr, "vsh: %s is left as it was\n", name_.c_str());
+        print_message("%s is left as it was", name_.c_str());
     }
 }
 

@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -19,6 +18,8 @@
 #include <string_view>
 #include <thread>
 #include <utility>
+
+#include "shell/message.h"
 
 namespace shell {
 namespace {
@@ -189,7 +190,7 @@ void HistoryFile::append(const std::string &line) {
 
 void HistoryFile::give_up(const std::string &reason) {
     path_.clear();
-    std::fprintf(stderr, "vsh: no history is kept: %s\n", reason.c_str());
+    print_message("no history is kept: %s", reason.c_str());
 }
 
 } // namespace shell

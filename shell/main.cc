@@ -28,6 +28,7 @@
 #include "shell/editor.h"
 #include "shell/line.h"
 #include "shell/lines.h"
+#include "shell/message.h"
 #include "shell/run.h"
 #include "shell/session.h"
 #include "shell/usage.h"
@@ -260,18 +261,18 @@ int main(int argc, char **argv) {
         signal(SIGCHLD, SIG_DFL); // the caller may ignore it, and then no child could be waited for
         return parse_and_run(argc, argv);
     } catch (const sim::DescriptionError &error) {
-        std::fprintf(stderr, "vsh: %s\n", error.what());
+        shell::print_message("%s", error.what());
         return shell::kExitUsage;
     } catch (const shell::CommandError &error) { // the VDC to start in
-        std::fprintf(stderr, "vsh: %s\n", error.what());
+        shell::print_message("%s", error.what());
         return shell::kExitUsage;
     } catch (const shell::LineTooLong &error) {
-        std::fprintf(stderr, "vsh: %s\n", error.what());
+        shell::print_message("%s", error.what());
         return shell::kExitUsage;
     } catch (const std::bad_alloc &) {
-        std::fprintf(stderr, "vsh: not enough memory\n");
+        shell::print_message("not enough memory");
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "vsh: %s\n", error.what());
+        shell::print_message("%s", error.what());
     }
     return shell::kExitFailure;
 }

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "shell/message.h"
 #include "sim/child.h"
 
 namespace shell {
@@ -63,7 +64,7 @@ bool Pager::start() {
         end_ = process_ > 0 ? descriptor_of(process_) : -1;
     }
     if (end_ < 0) {
-        std::fprintf(stderr, "vsh: cannot start the pager: %s\n", std::strerror(errno));
+        print_message("cannot start the pager: %s", std::strerror(errno));
         if (process_ > 0) kill(process_, SIGKILL);
         return false;
     }
@@ -82,7 +83,7 @@ void Pager::run(int text, pid_t parent) const {
         unsetenv("LESS");
         execlp("less", "less", "-FRX", nullptr);
     }
-    std::fprintf(stderr, "vsh: cannot start the pager: %s\n", std::strerror(errno));
+    print_message("cannot start the pager: %s", std::strerror(errno));
     _exit(kNotFound);
 }
 

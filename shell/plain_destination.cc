@@ -2,11 +2,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "shell/destination.h"
+#include "shell/message.h"
 #include "shell/report.h"
 
 namespace shell {
@@ -52,7 +52,7 @@ class PlainDestination : public Destination {
 
     void fail() {
         code_ = errno == EPIPE ? kExitBrokenPipe : kExitFailure;
-        if (code_ == kExitFailure) std::fprintf(stderr, "vsh: cannot write: %s\n", std::strerror(errno));
+        if (code_ == kExitFailure) print_message("cannot write: %s", std::strerror(errno));
     }
 
     int descriptor_;

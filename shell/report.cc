@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "shell/message.h"
 #include "sim/notation.h"
 #include "sim/saved_config.h"
 
@@ -66,7 +67,7 @@ std::string name_of_element(const sim::Switch &sw, const qarn_outcome_element &e
 }
 
 void report_missing(const std::string &what) {
-    std::fprintf(stderr, "vsh: incomplete: %s\n", what.c_str());
+    print_message("incomplete: %s", what.c_str());
 }
 
 std::string counted(uint32_t count, const char *what) {
@@ -78,7 +79,7 @@ void report_loop(const sim::Switch &sw, const qarn_outcome &outcome) {
     for (uint32_t i = 0; i < outcome.num_loop_elements; ++i)
         loop += name_of_element(sw, outcome.loop[i]) + " -> ";
     if (loop.empty()) return;
-    std::fprintf(stderr, "vsh: loop: %s%s\n", loop.c_str(), name_of_element(sw, outcome.loop[0]).c_str());
+    print_message("loop: %s%s", loop.c_str(), name_of_element(sw, outcome.loop[0]).c_str());
 }
 
 // The services that the library had no room for: the last ones of the list.
@@ -182,7 +183,7 @@ int report_outcome(const sim::Switch &sw) {
         if (!why.empty()) report_missing(why);
         return report_vdcs(sw);
     }
-    if (!why.empty()) std::fprintf(stderr, "vsh: nothing was shown: %s\n", why.c_str());
+    if (!why.empty()) print_message("nothing was shown: %s", why.c_str());
     return outcome.loop_pass != 0 ? kExitLoop : kExitFailure;
 }
 

@@ -24,6 +24,7 @@
 #include <optional>
 
 #include "shell/destination.h"
+#include "shell/message.h"
 #include "shell/waiting.h"
 #include "sim/child.h"
 
@@ -123,9 +124,9 @@ int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request, int mes
     try {
         return run_and_report(sw, entry, request.req, messages);
     } catch (const std::bad_alloc &) {
-        std::fprintf(stderr, "vsh: not enough memory for the command\n");
+        print_message("not enough memory for the command");
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "vsh: %s\n", error.what());
+        print_message("%s", error.what());
     }
     return kExitFailure;
 }
@@ -164,16 +165,16 @@ bool stdout_has_no_reader() {
 
 int explain_early_end(int wait_status, const Deadline &deadline) {
     if (is_overdue(deadline) && WIFSIGNALED(wait_status)) {
-        std::fprintf(stderr, "vsh: incomplete: the command was ended, because it went on after its deadline\n");
+        print_message("incomplete: the command was ended, because it went on after its deadline");
         return kExitIncomplete;
     }
     if (WIFSIGNALED(wait_status)) {
         const int signal = WTERMSIG(wait_status);
-        std::fprintf(stderr, "vsh: command interrupted by signal %d (%s)\n", signal, strsignal(signal));
+        print_message("command interrupted by signal %d (%s)", signal, strsignal(signal));
         return 128 + signal;
     }
     if (stdout_has_no_reader()) return kExitBrokenPipe;
-    std::fprintf(stderr, "vsh: command interrupted\n");
+    print_message("command interrupted");
     return kExitInterrupted;
 }
 
@@ -187,7 +188,7 @@ std::optional<int> reap(pid_t child, int options) {
 }
 
 int report_failure(const char *what) {
-    std::fprintf(stderr, "vsh: %s: %s\n", what, std::strerror(errno));
+    print_message("%s: %s", what, std::strerror(errno));
     return kExitFailure;
 }
 
@@ -286,7 +287,7 @@ std::optional<int> result_of_output(const Job &job, std::optional<int> reported,
     if (!job.output.status()) return {};
     const int status = *job.output.status();
     if (was_interrupted(status)) {
-        std::fprintf(stderr, "vsh: command interrupted\n");
+        print_message("command interrupted");
         return kExitInterrupted;
     }
     if (WIFSIGNALED(status)) return explain_early_end(status, deadline);
@@ -362,7 +363,7 @@ int pass_on_or_report(int text, const Output &output, int destination) {
     try {
         return pass_on(text, output, destination);
     } catch (const std::bad_alloc &) {
-        std::fprintf(stderr, "vsh: not enough memory for the output\n");
+        print_message("not enough memory for the output");
     }
     return kExitFailure;
 }
@@ -371,7 +372,7 @@ int pass_on_or_report(int text, const Output &output, int destination) {
 
 bool flush_output() {
     if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return true;
-    std::fprintf(stderr, "vsh: cannot write: %s\n", std::strerror(errno));
+    print_message("cannot write: %s", std::strerror(errno));
     return false;
 }
 

@@ -14,6 +14,7 @@
 #include "shell/built_in_switch.h"
 #include "shell/held_output.h"
 #include "shell/line.h"
+#include "shell/message.h"
 #include "shell/report.h"
 #include "shell/waiting.h"
 #include "sim/check/check.h"
@@ -67,9 +68,9 @@ std::string word_for_sh(const std::string &text) {
 void report_warnings(const sim::Switch &sw, const std::string &file) {
     const std::size_t count = sim::check_switch(sw).size();
     if (count == 0) return;
-    std::fprintf(stderr, "vsh: %s: %zu warning%s; see %s with %s --check %s\n", sim::printable(file).c_str(), count,
-                 count == 1 ? "" : "s", count == 1 ? "it" : "them", word_for_sh(program_invocation_name).c_str(),
-                 word_for_sh(file).c_str());
+    print_message("%s: %zu warning%s; see %s with %s --check %s", sim::printable(file).c_str(), count,
+                  count == 1 ? "" : "s", count == 1 ? "it" : "them", word_for_sh(program_invocation_name).c_str(),
+                  word_for_sh(file).c_str());
 }
 
 } // namespace
@@ -127,14 +128,14 @@ int Session::execute(const std::string &line) {
     } catch (const CommandError &error) {
         report(error, line);
     } catch (const sim::DescriptionError &error) { // of another VDC; this VDC stays current
-        std::fprintf(stderr, "vsh: %s\n", error.what());
+        print_message("%s", error.what());
     } catch (const NoReader &) {
         return kExitBrokenPipe;
     } catch (const std::runtime_error &error) { // its store is unusable
-        std::fprintf(stderr, "vsh: %s\n", error.what());
+        print_message("%s", error.what());
         return kExitFailure;
     } catch (const std::bad_alloc &) {
-        std::fprintf(stderr, "vsh: not enough memory for the command\n");
+        print_message("not enough memory for the command");
         return kExitFailure;
     }
     return kExitUsage;
