@@ -29,122 +29,16 @@
 #include "shell/line.h"
 #include "shell/lines.h"
 #include "shell/message.h"
+#include "shell/options.h"
 #include "shell/run.h"
 #include "shell/session.h"
-#include "shell/usage.h"
 #include "sim/description.h"
-#include "sim/notation.h"
 
 namespace {
 
 using shell::LineReader;
 using shell::Options;
 using shell::Session;
-
-constexpr double kLongestDeadline = 1e9;
-
-// Checks of CLI11: an empty text or what is wrong.
-std::string path_given(const std::string &path) {
-    return path.empty() ? "needs a path" : "";
-}
-
-std::string number_given(const std::string &text) {
-    return text.empty() ? "needs a number" : "";
-}
-
-// The parser takes whatever follows --check as its FILE.
-std::string description_given(const std::string &path) {
-    return path.starts_with('-') ? "needs a path, not the option " + sim::printable(path) : path_given(path);
-}
-
-std::string seconds_given(const std::string &text) {
-    double seconds = 0;
-    const bool is_number = CLI::detail::lexical_cast(text, seconds);
-    return is_number && seconds > 0 && seconds <= kLongestDeadline ? ""
-                                                                   : "needs a number of seconds above 0, at most 1e9";
-}
-
-void declare_session_options(CLI::App &app, Options &options) {
-    app.add_option("-c,--command", options.command,
-                   "run this command and exit; by default, read commands from standard input, one per line")
-        ->type_name("COMMAND");
-    app.add_option("-s,--switch", options.switch_file,
-                   "simulate the switch that this file describes instead of the built-in one")
-        ->type_name("FILE")
-        ->check(path_given)
-        ->envname("VSH_SWITCH");
-    app.add_option("--store", options.store,
-                   "folder of the saved configuration (default: from the description, if any)")
-        ->type_name("DIR")
-        ->check(path_given)
-        ->envname("VSH_STORE");
-    app.add_option("-i,--vdc", options.vdc, "start in this VDC instead of the description's own")
-        ->type_name("ID")
-        ->check(number_given);
-    app.add_flag("--no-history", options.no_history, "do not keep the lines that are typed for later sessions");
-    app.add_option("-o", options.display_option, "ignored; for compatibility")->type_name("N");
-}
-
-void declare_options_of_commands(CLI::App &app, Options &options) {
-    app.add_flag("--script-mode", options.script_mode, "commands come from a script")->envname("VSH_SCRIPT_MODE");
-    app.add_option("--filter-mode", options.filter_mode,
-                   "filter bits for the commands, such as 0x08: show the switch profile")
-        ->type_name("BITS")
-        ->check(number_given)
-        ->envname("VSH_FILTER_MODE");
-    app.add_option("-d,--debug", options.debug_mask, "debug mask for the commands, such as 0x41")
-        ->type_name("MASK")
-        ->check(number_given)
-        ->envname("VSH_DEBUG");
-    app.add_flag("--fail-partial", options.fail_partial,
-                 "print nothing to standard output unless the configuration is complete");
-    app.add_option("--output", options.output, "write the configuration to this file instead, and only a complete one")
-        ->type_name("FILE")
-        ->check(path_given)
-        ->needs("-c");
-    app.add_option("--color", options.color, "colors: auto (on a terminal, unless NO_COLOR is set), always or never")
-        ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
-    app.add_flag("--no-pager", options.no_pager, "never show a long text on a terminal with $PAGER (default: less)");
-    app.add_option("--timeout-unit", options.timeout_unit,
-                   "milliseconds per unit of the receive time-out, which has 120 units (default 1000)")
-        ->type_name("MS")
-        ->check(CLI::Range(1u, 60000u).description(""))
-        ->envname("VSH_TIMEOUT_UNIT");
-    app.add_option("--deadline", options.deadline,
-                   "seconds that a command may take; what has not arrived by then is missing (default: no limit)")
-        ->type_name("SECONDS")
-        ->check(seconds_given)
-        ->envname("VSH_DEADLINE");
-}
-
-void declare_options_of_checks(CLI::App &app, Options &options) {
-    app.add_option("--check", options.checked_file,
-                   "report everything that is wrong with the switch description FILE, and exit")
-        ->type_name("FILE")
-        ->check(description_given)
-        ->excludes("-c");
-    app.add_flag("--json", options.json, "report it as JSON")->needs("--check");
-    app.add_flag("--no-warnings", options.no_warnings, "do not mention warnings of the description at the start")
-        ->envname("VSH_NO_WARNINGS");
-}
-
-void declare_help(CLI::App &app) {
-    app.footer(
-        shell::list_of_commands() +
-        "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
-        "Empty lines and lines that begin with ! are skipped.\n"
-        "\nExit status:\n"
-        "  0    the configuration is complete\n"
-        "  1    the command could not be carried out: no startup configuration, locked, cannot write, not complete enough\n"
-        "       to copy\n"
-        "  2    unknown command, wrong argument or description\n"
-        "  3    the configuration was printed, but a part is missing or doubled; standard error names it\n"
-        "  4    elements wait for each other; standard error names them\n"
-        "  130  interrupted; 141: nothing reads the output; 128+N: ended by signal N\n"
-        "Of several commands the worst: 2, 1, an interruption, 4, 3.\n"
-        "With --check: 0 nothing is wrong, 1 only warnings, 2 at least one error.");
-}
 
 bool has_no_reader(int stream) {
     struct pollfd output = {stream, POLLOUT, 0};
@@ -238,10 +132,7 @@ int run(const Options &options) {
 int parse_and_run(int argc, char **argv) {
     CLI::App app("Shows the configuration of a simulated switch.", "vsh");
     Options options;
-    declare_session_options(app, options);
-    declare_options_of_commands(app, options);
-    declare_options_of_checks(app, options);
-    declare_help(app);
+    shell::declare_options(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
