@@ -92,7 +92,9 @@ int copy_to_file(Session &session, const Line &line) {
     HeldOutput held(std::string(line.arguments[0]));
     Request request("show running-config");
     take_options(request, session.options());
-    const int result = run_command(session.current(), entry_of(kWhole, {false, 0}), request, {}, held.descriptor(),
+    Output output;
+    output.has_header = !session.options().plain;
+    const int result = run_command(session.current(), entry_of(kWhole, {false, 0}), request, output, held.descriptor(),
                                    deadline_of(session));
     if (result != kExitComplete) {
         held.report_withheld();

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "shell/header.h"
+
 namespace shell {
 namespace {
 
@@ -20,11 +22,6 @@ struct Block {
     Lines body;
     bool is_matched = false;
 };
-
-bool is_of_header(std::string_view line) {
-    return line.empty() || line.starts_with("!Command: ") || line.starts_with("!Time: ") ||
-           line.starts_with("!Startup config saved at: ");
-}
 
 std::vector<Block> blocks_of(std::string_view text) {
     std::vector<Block> blocks;

@@ -21,7 +21,7 @@ sigset_t interruption() {
 
 } // namespace
 
-Lines::Lines() {
+Lines::Lines(int input) : input_(input) {
     struct sigaction action = {};
     if (sigaction(SIGINT, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) return;
     const sigset_t set = interruption();
@@ -37,10 +37,10 @@ Lines::~Lines() {
 }
 
 Lines::Event Lines::next(const std::string &prompt, std::string &line) {
-    if (isatty(STDIN_FILENO) != 0) std::fprintf(stderr, "%s# ", prompt.c_str());
+    if (isatty(input_) != 0) std::fprintf(stderr, "%s# ", prompt.c_str());
     for (;;) {
         if (take_interruption()) {
-            input_.clear();
+            read_ahead_.clear();
             return Event::kInterruption;
         }
         if (take_line(line)) return Event::kLine;
@@ -56,27 +56,27 @@ bool Lines::take_interruption() const {
 
 // The last line may lack its newline.
 bool Lines::take_line(std::string &line) {
-    const std::size_t length = input_.find('\n');
-    if (length > kLongestLine && input_.size() > kLongestLine)
-        throw LineTooLong("a line of standard input has more than " + std::to_string(kLongestLine) + " bytes");
-    if (length == std::string::npos && (!has_ended_ || input_.empty())) return false;
-    line = input_.substr(0, length);
-    input_.erase(0, length == std::string::npos ? length : length + 1);
+    const std::size_t length = read_ahead_.find('\n');
+    if (length > kLongestLine && read_ahead_.size() > kLongestLine)
+        throw LineTooLong("a line of the commands has more than " + std::to_string(kLongestLine) + " bytes");
+    if (length == std::string::npos && (!has_ended_ || read_ahead_.empty())) return false;
+    line = read_ahead_.substr(0, length);
+    read_ahead_.erase(0, length == std::string::npos ? length : length + 1);
     return true;
 }
 
 // False when an interruption comes first.
 bool Lines::wait_for_input() const {
-    struct pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {interruptions_, POLLIN, 0}};
+    struct pollfd sources[] = {{input_, POLLIN, 0}, {interruptions_, POLLIN, 0}};
     return poll(sources, 2, -1) > 0 && sources[1].revents == 0;
 }
 
 void Lines::read_input() {
     char block[4096];
-    const ssize_t got = read(STDIN_FILENO, block, sizeof block);
+    const ssize_t got = read(input_, block, sizeof block);
     if (got < 0 && errno != EINTR && errno != EAGAIN)
-        throw std::runtime_error(std::string("cannot read standard input: ") + std::strerror(errno));
-    if (got > 0) input_.append(block, static_cast<std::size_t>(got));
+        throw std::runtime_error(std::string("cannot read the commands: ") + std::strerror(errno));
+    if (got > 0) read_ahead_.append(block, static_cast<std::size_t>(got));
     has_ended_ = got == 0;
 }
 

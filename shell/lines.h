@@ -29,16 +29,16 @@ class LineReader {
     virtual Event next(const std::string &prompt, std::string &line) = 0;
 };
 
-// Reads standard input with read(2) only, so that the children inherit no data of the C library. While an object lives,
+// Reads a descriptor with read(2) only, so that the children inherit no data of the C library. While an object lives,
 // SIGINT is blocked in this process and is reported by next(), unless the caller of the shell ignores SIGINT.
 class Lines : public LineReader {
   public:
-    Lines();
+    explicit Lines(int input);
     ~Lines() override;
     Lines(const Lines &) = delete;
     Lines &operator=(const Lines &) = delete;
 
-    // Shows the prompt if standard input is a terminal. Throws LineTooLong for a line of more than kLongestLine bytes.
+    // Shows the prompt if the descriptor is a terminal. Throws LineTooLong for a line of more than kLongestLine bytes.
     Event next(const std::string &prompt, std::string &line) override;
 
   private:
@@ -47,8 +47,9 @@ class Lines : public LineReader {
     bool wait_for_input() const;
     void read_input();
 
+    int input_;
     int interruptions_ = -1; // a signalfd, unless SIGINT is ignored
-    std::string input_;      // read ahead
+    std::string read_ahead_;
     bool has_ended_ = false;
 };
 

@@ -1,6 +1,6 @@
 // vsh: the command shell over a simulated switch. It loads a switch description and shows the configuration that the
-// library generates for it: one command from -c, or commands from the lines of standard input. Configuration goes to
-// standard output, everything else to standard error. Options also come from the environment, where the shell puts them
+// library generates for it: commands from -c, from a script or from standard input. Configuration goes to standard
+// output, everything else to standard error. Options also come from the environment, where the shell puts them
 // for the shells that the display of all VDCs starts.
 #include <fcntl.h>
 #include <poll.h>
@@ -15,28 +15,25 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <new>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "shell/check.h"
-#include "shell/editor.h"
-#include "shell/line.h"
+#include "shell/command_error.h"
 #include "shell/lines.h"
 #include "shell/message.h"
 #include "shell/options.h"
 #include "shell/run.h"
+#include "shell/script.h"
 #include "shell/session.h"
 #include "sim/description.h"
 
 namespace {
 
-using shell::LineReader;
 using shell::Options;
 using shell::Session;
 
@@ -68,65 +65,17 @@ void export_options(const Options &options) {
     export_path("VSH_STORE", options.store);
     setenv("VSH_NO_WARNINGS", "true", 1); // this shell reports them
     if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
+    if (options.plain) setenv("VSH_PLAIN", "true", 1);
     setenv("VSH_FILTER_MODE", std::to_string(options.filter_mode).c_str(), 1);
     setenv("VSH_DEBUG", std::to_string(options.debug_mask).c_str(), 1);
     setenv("VSH_TIMEOUT_UNIT", std::to_string(options.timeout_unit).c_str(), 1);
-}
-
-bool is_command(const std::vector<std::string_view> &words) {
-    return !words.empty() && !words[0].starts_with('!');
-}
-
-// Run one line. False at the end of the session, which an interrupted command of a script brings about too.
-bool execute_line(Session &session, std::string_view line, bool is_script, int &result) {
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    const std::vector<std::string_view> words = shell::words_of(line);
-    if (!is_command(words)) return true;
-    const int status = session.execute(std::string(line));
-    result = shell::worse_of(result, status);
-    if (status == shell::kExitBrokenPipe || (is_script && status == shell::kExitInterrupted)) return false;
-    return !session.is_over();
-}
-
-// On a terminal that allows it, lines are edited.
-std::unique_ptr<LineReader> reader_for(Session &session, bool has_history_file) {
-    if (isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0) {
-        auto editor = std::make_unique<shell::Editor>([&session]() -> const sim::Switch & { return session.current(); },
-                                                      has_history_file);
-        if (editor->is_usable()) return editor;
-    }
-    return std::make_unique<shell::Lines>();
-}
-
-// An interruption between commands clears the line of a user who types, and ends a script.
-int execute_lines(Session &session) {
-    using Event = LineReader::Event;
-    const bool prompting = isatty(STDIN_FILENO) != 0;
-    const std::unique_ptr<LineReader> reader = reader_for(session, !session.options().no_history);
-    int result = 0;
-    std::string line;
-    for (;;) {
-        const Event event = reader->next(session.prompt(), line);
-        if (event == Event::kInterruption) {
-            std::fputs(prompting ? "\n" : "vsh: session interrupted\n", stderr);
-            if (!prompting) return shell::kExitInterrupted;
-        } else if (event == Event::kRefused) {
-            result = shell::worse_of(result, shell::kExitUsage);
-        } else if (event == Event::kEnd || !execute_line(session, line, !prompting, result)) {
-            return result;
-        }
-    }
 }
 
 int run(const Options &options) {
     if (options.checked_file) return shell::check_file(*options.checked_file, options.json);
     export_options(options);
     Session session(options);
-    if (!options.command) return execute_lines(session);
-    const std::vector<std::string_view> words = shell::words_of(*options.command);
-    if (is_command(words)) return session.execute(*options.command);
-    if (options.output) throw shell::CommandError(shell::kNoOutput);
-    return shell::kExitComplete;
+    return shell::run_commands(session);
 }
 
 int parse_and_run(int argc, char **argv) {

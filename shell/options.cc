@@ -35,9 +35,20 @@ std::string seconds_given(const std::string &text) {
 }
 
 void declare_session_options(CLI::App &app, Options &options) {
-    app.add_option("-c,--command", options.command,
-                   "run this command and exit; by default, read commands from standard input, one per line")
-        ->type_name("COMMAND");
+    app.add_option(
+           "-c,--command", options.commands,
+           "run this command and exit; several run in this order. By default, commands are the lines of standard "
+           "input")
+        ->type_name("COMMAND")
+        ->allow_extra_args(false);
+    app.add_option("-f,--script", options.script,
+                   "run the commands of this file, one per line, and exit; - is standard "
+                   "input")
+        ->type_name("FILE")
+        ->check(path_given)
+        ->excludes("-c");
+    app.add_flag("--stop-on-error", options.stop_on_error,
+                 "end a script, or several commands, after the first one whose status is not 0");
     app.add_option("-s,--switch", options.switch_file,
                    "simulate the switch that this file describes instead of the built-in one")
         ->type_name("FILE")
@@ -72,6 +83,9 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
         ->type_name("FILE")
         ->check(path_given)
         ->needs("-c");
+    app.add_flag("--plain", options.plain,
+                 "without the header lines that change from one display to the next: command, time, when it was saved")
+        ->envname("VSH_PLAIN");
     app.add_option("--color", options.color, "colors: auto (on a terminal, unless NO_COLOR is set), always or never")
         ->type_name("WHEN")
         ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
@@ -93,7 +107,8 @@ void declare_options_of_checks(CLI::App &app, Options &options) {
                    "report everything that is wrong with the switch description FILE, and exit")
         ->type_name("FILE")
         ->check(description_given)
-        ->excludes("-c");
+        ->excludes("-c")
+        ->excludes("-f");
     app.add_flag("--json", options.json, "report it as JSON")->needs("--check");
     app.add_flag("--no-warnings", options.no_warnings, "do not mention warnings of the description at the start")
         ->envname("VSH_NO_WARNINGS");
@@ -122,6 +137,7 @@ void declare_options(CLI::App &app, Options &options) {
     declare_session_options(app, options);
     declare_options_of_commands(app, options);
     declare_options_of_checks(app, options);
+    app.set_version_flag("--version", "vsh " VSH_VERSION, "print the version and exit");
     declare_help(app);
 }
 

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "shell/destination.h"
+#include "shell/header.h"
 #include "shell/line.h"
 #include "shell/report.h"
 #include "shell/session.h"
@@ -115,12 +116,13 @@ bool has_filter(const std::vector<Filter> &filters, FilterKind kind) {
 } // namespace
 
 bool Output::has_work() const {
-    return !filters.empty() || looks.has_colors || looks.shows_controls || has_pager;
+    return !filters.empty() || !has_header || looks.has_colors || looks.shows_controls || has_pager;
 }
 
 Output output_of(const Line &line, const Options &options) {
     Output output;
     output.filters = line.filters;
+    output.has_header = !options.plain || line.form == nullptr;
     output.file = options.output;
     if (line.is_saved()) output.file = line.filters.back().file;
     if (output.file) return output;
@@ -137,7 +139,9 @@ int pass_on(int input, const Output &output, int descriptor) {
     const std::unique_ptr<Stage> looks = looks_before(*destination, output.looks);
     Stage &last = looks != nullptr ? *looks : *destination;
     const std::unique_ptr<Stage> filters = filter_before(last, output.filters);
-    pass_blocks(Blocks(input), input, filters != nullptr ? *filters : last, *destination);
+    Stage &first = filters != nullptr ? *filters : last;
+    const std::unique_ptr<Stage> without_header = output.has_header ? nullptr : without_header_before(first);
+    pass_blocks(Blocks(input), input, without_header != nullptr ? *without_header : first, *destination);
     return destination->close();
 }
 

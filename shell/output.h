@@ -16,6 +16,7 @@ struct Options;
 struct Output {
     std::vector<Filter> filters;
     std::optional<std::string> file; // replaces it; none: standard output
+    bool has_header = true;          // the lines that change from one display to the next
     Looks looks;
     bool has_pager = false; // if the text is longer than the screen
 

@@ -15,7 +15,10 @@ namespace shell {
 
 // The options of the shell. Shells that the display of all VDCs starts find the same in their environment.
 struct Options {
-    std::optional<std::string> command, switch_file, store;
+    std::vector<std::string> commands;
+    std::optional<std::string> script; // file with commands
+    bool stop_on_error = false;        // of a script, or of several commands
+    std::optional<std::string> switch_file, store;
     std::optional<uint16_t> vdc;
     std::string display_option; // ignored: a shell on the switch passes it
     uint32_t debug_mask = 0, filter_mode = 0;
@@ -24,6 +27,7 @@ struct Options {
     bool no_history = false;           // of the lines that are typed, in a file
     bool fail_partial = false;         // print nothing unless the configuration is complete
     std::optional<std::string> output; // file for the configuration, replaced only by a complete one
+    bool plain = false;                // without the header lines that change
     std::string color = "auto";        // or "always" or "never"
     bool no_pager = false;
     uint32_t timeout_unit = 1000;            // milliseconds
