@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "shell/exit_code.h"
 #include "shell/json.h"
-#include "shell/report.h"
 #include "shell/run.h"
 #include "sim/check/check.h"
 #include "sim/description.h"

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "shell/exit_code.h"
 #include "shell/message.h"
 #include "shell/report.h"
 #include "shell/run.h"
@@ -27,8 +28,9 @@ uint32_t copy_running_to_startup(qarn_req *req) {
     sw.printed.clear();
     qarn_cli_run_cfg_gen(req);
     sw.output = output;
-    if (report_outcome(sw) != kExitComplete)
-        return refuse("the running configuration is incomplete; nothing was saved");
+    const Verdict verdict = verdict_on(sw);
+    report(verdict);
+    if (verdict.code != kExitComplete) return refuse("the running configuration is incomplete; nothing was saved");
     try {
         const std::string before = sim::foreign_owner(sw);
         sim::save_startup(sw, sw.printed);

@@ -28,7 +28,7 @@ std::vector<Block> blocks_of(std::string_view text) {
     while (!text.empty()) {
         const std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
-        if (is_of_header(line)) continue;
+        if (line.empty()) continue;
         if (line.starts_with(' ') && !blocks.empty()) {
             blocks.back().body.push_back(line);
         } else {
@@ -147,7 +147,7 @@ class Comparison {
 } // namespace
 
 std::string difference_of(const std::string &before, const std::string &after) {
-    return Comparison(before, after).run();
+    return Comparison(divide(before).configuration, divide(after).configuration).run();
 }
 
 } // namespace shell

@@ -16,6 +16,8 @@ constexpr Node kSectionRegex[] = {
     {.word = "REGEX", .help = kRegexHelp, .slot = Slot::kRegex, .filter = FilterKind::kSection}};
 constexpr Node kNumberOfLines[] = {
     {.word = "N", .help = "a number of lines", .slot = Slot::kNumber, .filter = FilterKind::kHead}};
+constexpr Node kJsonVersion[] = {
+    {.word = "1", .help = "the version of the object; this is the only one", .filter = FilterKind::kJson}};
 constexpr Node kFileName[] = {{.word = "FILE",
                                .help = "the file to replace; a name with blanks in quotation marks",
                                .slot = Slot::kFile,
@@ -28,6 +30,10 @@ constexpr Node kFilters[] = {
     {.word = "section", .help = "the whole blocks in which REGEX matches", .next = kSectionRegex},
     {.word = "count", .help = "the number of lines", .filter = FilterKind::kCount},
     {.word = "head", .help = "the first N lines", .next = kNumberOfLines},
+    {.word = "json",
+     .help = "a JSON object: complete or not, what is missing, the blocks",
+     .filter = FilterKind::kJson,
+     .next = kJsonVersion},
     {.word = "no-more", .help = "without a pager", .filter = FilterKind::kNoMore},
     {.word = "save", .help = "write to FILE as with --output; the last filter", .next = kFileName},
 };

@@ -72,7 +72,7 @@ constexpr Node kForms[] = {
      .help = "what was saved, service by service",
      .action = show_saved_services,
      .is_of_store = true,
-     .is_text = true},
+     .own_text = OwnText::kTable},
     {.word = "modules", .help = "the line-card modules", .action = show_configuration, .form = &kModules},
     {.word = "vdc-all", .help = "the configuration of every VDC", .action = show_configuration, .form = &kVdcAll},
     {.word = "vdc-all",
@@ -83,7 +83,7 @@ constexpr Node kForms[] = {
 };
 
 constexpr Node kBrief[] = {
-    {.word = "brief", .help = "one line for each interface", .action = show_interfaces, .is_text = true}};
+    {.word = "brief", .help = "one line for each interface", .action = show_interfaces, .own_text = OwnText::kTable}};
 
 // The display of all VDCs runs the short words in the shell of a VDC.
 constexpr Node kShow[] = {
@@ -99,13 +99,16 @@ constexpr Node kShow[] = {
      .display = &kStartup,
      .form = &kWhole,
      .next = kForms},
-    {.word = "services", .help = "the services of the switch", .action = show_services, .is_text = true},
+    {.word = "services", .help = "the services of the switch", .action = show_services, .own_text = OwnText::kTable},
     {.word = "interfaces", .help = "the interfaces of the switch", .next = kBrief},
-    {.word = "vdc", .help = "the virtual device contexts (VDCs) of the switch", .action = show_vdcs, .is_text = true},
+    {.word = "vdc",
+     .help = "the virtual device contexts (VDCs) of the switch",
+     .action = show_vdcs,
+     .own_text = OwnText::kTable},
     {.word = "diff",
      .help = "what the running configuration changes in the startup configuration",
      .action = show_difference,
-     .is_text = true},
+     .own_text = OwnText::kLines},
     {.word = "running",
      .help = "",
      .is_hidden = true,

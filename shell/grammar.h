@@ -28,13 +28,16 @@ enum class Slot : uint8_t {
 };
 
 // What a filter does with the text of a command.
-enum class FilterKind : uint8_t { kNone, kInclude, kExclude, kBegin, kSection, kCount, kHead, kNoMore, kSave };
+enum class FilterKind : uint8_t { kNone, kInclude, kExclude, kBegin, kSection, kCount, kHead, kJson, kNoMore, kSave };
 
 // Which configuration a display shows.
 struct Display {
     bool is_startup;
     uint32_t generic_option;
 };
+
+// The text of the shell's own that a command shows; filters can follow it as they can follow a configuration.
+enum class OwnText : uint8_t { kNone, kLines, kTable };
 
 // Carries out a line and returns its exit code.
 using Action = int (*)(Session &session, const Line &line);
@@ -51,7 +54,7 @@ struct Node {
     const Form *form = nullptr;
     std::span<const Node> next = {};
     bool is_of_store = false; // exists only in the startup configuration
-    bool is_text = false;     // shows a text of the shell's own, which can have filters
+    OwnText own_text = OwnText::kNone;
 };
 
 std::span<const Node> commands();

@@ -1,12 +1,18 @@
 // Texts in JSON output.
 #pragma once
 
+#include <ctime>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace shell {
 
 // The text in quotes, with escapes. A byte that is not UTF-8 becomes U+FFFD.
 std::string json_text(std::string_view text);
+// The time in UTC, such as "2026-11-22T23:30:02Z", with the quotes.
+std::string json_time(std::time_t at);
+// Values in brackets, each on a line of its own.
+std::string json_array(const std::vector<std::string> &values);
 
 } // namespace shell

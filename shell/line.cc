@@ -142,7 +142,7 @@ class Walk {
     bool may_end() const { return node_ != nullptr && (node_->action != nullptr || filter() != FilterKind::kNone); }
     FilterKind filter() const { return node_ != nullptr ? node_->filter : FilterKind::kNone; }
     const Display *display() const { return display_; }
-    bool has_text() const { return node_ != nullptr && (node_->form != nullptr || node_->is_text); }
+    bool has_text() const { return node_ != nullptr && (node_->form != nullptr || node_->own_text != OwnText::kNone); }
     Line line;
 
   private:
@@ -216,6 +216,7 @@ Line match_command(std::string_view line) {
     walk.line.form = walk.node()->form;
     walk.line.display = walk.display();
     walk.line.has_text = walk.has_text();
+    walk.line.own_text = walk.node()->own_text;
     return walk.line;
 }
 
@@ -260,18 +261,49 @@ std::string_view with_bar(std::string_view part) {
     return {part.data() - 1, part.size() + 1};
 }
 
+bool concerns_lines(const Filter &filter) {
+    return filter.kind != FilterKind::kJson && filter.kind != FilterKind::kNoMore && filter.kind != FilterKind::kSave;
+}
+
+// Whether a filter can follow those that the line has.
+void check_order(const Filter &filter, std::string_view part, const Line &line) {
+    if (line.is_saved()) throw CommandError("no filter can follow \"save\"", with_bar(part));
+    if (line.is_json() && (concerns_lines(filter) || filter.kind == FilterKind::kJson))
+        throw CommandError("only \"no-more\" and \"save\" can follow \"json\"", with_bar(part));
+    if (filter.kind == FilterKind::kJson && line.own_text == OwnText::kTable &&
+        std::ranges::any_of(line.filters, concerns_lines))
+        throw CommandError("\"json\" takes the whole table, so no other filter can come before it", with_bar(part));
+}
+
 void match_filters(std::span<const std::string_view> parts, Line &line) {
     if (parts.empty()) return;
     if (!line.has_text) throw CommandError("only a command that shows a text can have filters", with_bar(parts[0]));
     line.text = without_blanks_around(line.text);
     for (const std::string_view part : parts) {
-        if (!line.filters.empty() && line.filters.back().kind == FilterKind::kSave)
-            throw CommandError("no filter can follow \"save\"", with_bar(part));
-        line.filters.push_back(match_filter(part));
+        const Filter filter = match_filter(part);
+        check_order(filter, part, line);
+        line.filters.push_back(filter);
     }
 }
 
 } // namespace
+
+std::string_view command_of(std::string_view line) {
+    return without_blanks_around(parts_of(line)[0]);
+}
+
+bool asks_for_json(std::string_view line) {
+    bool is_json = false;
+    const Words parts = parts_of(line);
+    for (std::string_view part : std::span(parts).subspan(1)) {
+        Walk walk(filters());
+        const std::string_view word = walk.take_word(part);
+        if (word.empty() || !walk.step(word)) continue;
+        is_json = is_json || walk.filter() == FilterKind::kJson;
+        if (walk.node()->word == "save") return false;
+    }
+    return is_json;
+}
 
 Line match(std::string_view line) {
     const Words parts = parts_of(line);

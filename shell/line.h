@@ -1,6 +1,7 @@
 // A command line, matched with the grammar. A bar divides the command from a filter, and each filter from the next.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,11 +22,20 @@ struct Line {
     std::vector<Filter> filters;             // what follows the bars
     bool has_text = false;                   // that filters can have
 
+    OwnText own_text = OwnText::kNone; // this text, if it is no configuration
+
     // Whether the last filter saves the text.
     bool is_saved() const { return !filters.empty() && filters.back().kind == FilterKind::kSave; }
+    bool is_json() const { return std::ranges::find(filters, FilterKind::kJson, &Filter::kind) != filters.end(); }
 };
 
 std::vector<std::string_view> words_of(std::string_view line);
+
+// Whether the output of the line, which may be wrong, is to be a JSON object on standard output.
+bool asks_for_json(std::string_view line);
+
+// The command of a line, without its filters.
+std::string_view command_of(std::string_view line);
 
 // Throws CommandError.
 Line match(std::string_view line);

@@ -1,15 +1,27 @@
 #include "shell/message.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace shell {
 namespace {
 
 std::string current_place;
+int log_descriptor = -1; // of a file without a name, or -1
+
+// A message that cannot be logged was written nevertheless.
+void log_message(std::string_view text) {
+    if (log_descriptor < 0) return;
+    const std::string line = std::string(text) + '\n';
+    [[maybe_unused]] const ssize_t written = write(log_descriptor, line.data(), line.size());
+}
 
 } // namespace
 
@@ -23,6 +35,7 @@ void print_message(const char *format, ...) {
     if (length < 0) return;
     const std::unique_ptr<char, decltype(&std::free)> owner(text, std::free);
     std::fprintf(stderr, "vsh: %s%s%s\n", current_place.c_str(), current_place.empty() ? "" : ": ", text);
+    log_message(text);
 }
 
 Place::Place(std::string place) {
@@ -31,6 +44,26 @@ Place::Place(std::string place) {
 
 Place::~Place() {
     current_place.clear();
+}
+
+MessageLog::MessageLog() {
+    log_descriptor = memfd_create("messages", MFD_CLOEXEC);
+}
+
+MessageLog::~MessageLog() {
+    if (log_descriptor >= 0) close(log_descriptor);
+    log_descriptor = -1;
+}
+
+std::vector<std::string> logged_messages() {
+    std::vector<std::string> messages(1);
+    char block[4096];
+    off_t at = 0;
+    for (ssize_t got = 0; log_descriptor >= 0 && (got = pread(log_descriptor, block, sizeof block, at)) > 0; at += got)
+        for (const char c : std::string_view(block, static_cast<std::size_t>(got)))
+            c == '\n' ? static_cast<void>(messages.emplace_back()) : messages.back().push_back(c);
+    messages.pop_back();
+    return messages;
 }
 
 } // namespace shell

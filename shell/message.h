@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace shell {
 
@@ -17,5 +18,16 @@ class Place {
     Place(const Place &) = delete;
     Place &operator=(const Place &) = delete;
 };
+
+// Keeps the messages of a command and of its processes too, as long as the object lives.
+class MessageLog {
+  public:
+    MessageLog();
+    ~MessageLog();
+    MessageLog(const MessageLog &) = delete;
+    MessageLog &operator=(const MessageLog &) = delete;
+};
+// What the log holds. Empty without a log.
+std::vector<std::string> logged_messages();
 
 } // namespace shell

@@ -12,9 +12,9 @@
 #include <string_view>
 
 #include "shell/destination.h"
+#include "shell/exit_code.h"
 #include "shell/header.h"
 #include "shell/line.h"
-#include "shell/report.h"
 #include "shell/session.h"
 
 namespace shell {
@@ -109,6 +109,18 @@ bool is_paged(const Options &options) {
     return isatty(STDIN_FILENO) != 0 && !options.no_pager && options.debug_mask == 0 && !is_dumb() && has_program;
 }
 
+// While the object lives, a write without a reader fails with EPIPE.
+class BrokenPipesAsErrors {
+  public:
+    BrokenPipesAsErrors() : before_(signal(SIGPIPE, SIG_IGN)) {}
+    ~BrokenPipesAsErrors() { signal(SIGPIPE, before_); }
+    BrokenPipesAsErrors(const BrokenPipesAsErrors &) = delete;
+    BrokenPipesAsErrors &operator=(const BrokenPipesAsErrors &) = delete;
+
+  private:
+    sighandler_t before_;
+};
+
 bool has_filter(const std::vector<Filter> &filters, FilterKind kind) {
     return std::ranges::find(filters, kind, &Filter::kind) != filters.end();
 }
@@ -127,14 +139,15 @@ Output output_of(const Line &line, const Options &options) {
     if (line.is_saved()) output.file = line.filters.back().file;
     if (output.file) return output;
     const bool is_terminal = isatty(STDOUT_FILENO) != 0;
-    output.looks.has_colors = has_colors(options, is_terminal) && !has_filter(line.filters, FilterKind::kCount);
+    const bool is_configuration = !has_filter(line.filters, FilterKind::kCount) && !line.is_json();
+    output.looks.has_colors = is_configuration && has_colors(options, is_terminal);
     output.looks.shows_controls = is_terminal;
     output.has_pager = is_terminal && is_paged(options) && !has_filter(line.filters, FilterKind::kNoMore);
     return output;
 }
 
 int pass_on(int input, const Output &output, int descriptor) {
-    signal(SIGPIPE, SIG_IGN);
+    const BrokenPipesAsErrors errors;
     const std::unique_ptr<Destination> destination = destination_of(output, descriptor);
     const std::unique_ptr<Stage> looks = looks_before(*destination, output.looks);
     Stage &last = looks != nullptr ? *looks : *destination;

@@ -19,6 +19,7 @@ struct Output {
     bool has_header = true;          // the lines that change from one display to the next
     Looks looks;
     bool has_pager = false; // if the text is longer than the screen
+    int outcome = -1;       // descriptor that also gets the outcome of the command, as members of a JSON object
 
     // Whether a process of its own passes the text on.
     bool has_work() const;

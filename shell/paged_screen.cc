@@ -8,8 +8,8 @@
 #include <string>
 
 #include "shell/destination.h"
+#include "shell/exit_code.h"
 #include "shell/pager.h"
-#include "shell/report.h"
 
 namespace shell {
 namespace {

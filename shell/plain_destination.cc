@@ -6,8 +6,8 @@
 #include <string>
 
 #include "shell/destination.h"
+#include "shell/exit_code.h"
 #include "shell/message.h"
-#include "shell/report.h"
 
 namespace shell {
 namespace {

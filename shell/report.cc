@@ -1,190 +1,49 @@
 // One line for each thing that is missing. The library's own messages come before these lines.
 #include "shell/report.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <iterator>
 #include <string>
-#include <vector>
 
+#include "shell/json.h"
 #include "shell/message.h"
-#include "sim/notation.h"
-#include "sim/saved_config.h"
 
 namespace shell {
 namespace {
 
-std::string with_status(const sim::Switch &sw, const char *text, uint32_t status) {
-    char code[16];
-    std::snprintf(code, sizeof code, "0x%x", status);
-    return std::string(text) + " with status " + code + " (" + sw.error_text(status) + ")";
+std::string name_of(const Part &missing) {
+    if (missing.sap == 0) return "";
+    const std::string number = "SAP " + std::to_string(missing.sap);
+    return missing.service.empty() ? number + ": " : missing.service + " (" + number + "): ";
 }
 
-std::string part(const char *what, uint32_t received, uint32_t expected) {
-    return std::to_string(received) + " of " + std::to_string(expected) + " " + what;
+std::string json_object(const Part &part) {
+    std::string json;
+    if (part.sap != 0) json = "\"service\": " + json_text(part.service) + ", \"sap\": " + std::to_string(part.sap);
+    if (!part.reason.empty()) json += (json.empty() ? "" : ", ") + ("\"reason\": " + json_text(part.reason));
+    return "{" + json + "}";
 }
 
-std::string reason(const sim::Switch &sw, const qarn_outcome_service &service) {
-    switch (service.state) {
-        case QARN_OUTCOME_SILENT:
-            return "sent no complete reply in time";
-        case QARN_OUTCOME_FAILED:
-            return with_status(sw, "failed", service.status);
-        case QARN_OUTCOME_NOT_EXTRACTABLE:
-            return "the parts of its reply do not fit together";
-        case QARN_OUTCOME_CUT_SHORT:
-            return "only " + part("bytes of its reply arrived", service.received, service.expected);
-        case QARN_OUTCOME_MISCOUNTED:
-            return "its reply announced " + std::to_string(service.expected) + " TLVs and " +
-                   (service.received > service.expected ? "has more" : "has " + std::to_string(service.received));
-        case QARN_OUTCOME_BROKEN:
-            return "its reply cannot be read from byte " + part("on", service.received, service.expected);
-        case QARN_OUTCOME_NOT_LOADED:
-            return "its function in a shared library cannot be loaded";
-        case QARN_OUTCOME_CALL_FAILED:
-            return with_status(sw, "its function failed", service.status);
-        case QARN_OUTCOME_ANSWERED_TWICE:
-            return "answered twice, and its texts are doubled";
-        case QARN_OUTCOME_SKIPPED:
-            return "only " + part("TLVs of its reply can be used", service.received, service.expected);
-        default:
-            return "its function answered nothing";
-    }
-}
-
-std::string name_of_service(const sim::Switch &sw, uint32_t sap) {
-    if (sap == 0) return "a function that belongs to no service";
-    const std::string number = "SAP " + std::to_string(sap);
-    const auto found = std::ranges::find(sw.services, sap, &sim::Service::sap);
-    return found != sw.services.end() ? sim::printable(found->name) + " (" + number + ")" : number;
-}
-
-std::string name_of_element(const sim::Switch &sw, const qarn_outcome_element &element) {
-    const auto is_owner = [&](const sim::Service &service) { return (service.uuid & 0xffff) == element.uuid; };
-    const auto owner = std::ranges::find_if(sw.services, is_owner);
-    const std::string name = owner != sw.services.end() ? sim::printable(owner->name) : std::to_string(element.uuid);
-    return name + "/" + std::to_string(element.elem_id);
-}
-
-void report_missing(const std::string &what) {
-    print_message("incomplete: %s", what.c_str());
-}
-
-std::string counted(uint32_t count, const char *what) {
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
-void report_loop(const sim::Switch &sw, const qarn_outcome &outcome) {
-    std::string loop;
-    for (uint32_t i = 0; i < outcome.num_loop_elements; ++i)
-        loop += name_of_element(sw, outcome.loop[i]) + " -> ";
-    if (loop.empty()) return;
-    print_message("loop: %s%s", loop.c_str(), name_of_element(sw, outcome.loop[0]).c_str());
-}
-
-// The services that the library had no room for: the last ones of the list.
-void report_left_out(const sim::Switch &sw, uint32_t count) {
-    constexpr uint32_t kMostNamed = 20;
-    std::vector<const sim::Service *> consumers;
-    for (const sim::Service &service : sw.services)
-        if (service.consumer) consumers.push_back(&service);
-    const std::size_t first = consumers.size() - std::min<std::size_t>(count, consumers.size());
-    for (std::size_t at = first; at < std::min(first + kMostNamed, consumers.size()); ++at)
-        report_missing(name_of_service(sw, consumers[at]->sap) +
-                       ": was not asked, because 256 services come before it");
-    if (count > kMostNamed) report_missing(counted(count - kMostNamed, "more service") + ": not asked either");
-}
-
-struct Reason {
-    uint32_t refusal;
-    const char *text;
-    bool has_status = false;
-};
-constexpr Reason kReasons[] = {
-    {QARN_OUTCOME_INVALID_REQUEST, "the library does not accept the request"},
-    {QARN_OUTCOME_INVALID_SAP, "the request names no service"},
-    {QARN_OUTCOME_NOT_SUPPORTED, "the switch does not have this display"},
-    {QARN_OUTCOME_NO_CONSUMERS, "the transport did not list the services"},
-    {QARN_OUTCOME_NO_INTERFACES, "the interface manager failed", true},
-    {QARN_OUTCOME_NO_SERVICES, "there is no service to ask"},
-    {QARN_OUTCOME_NO_STARTUP,
-     "there is no startup configuration; save one with \"copy running-config startup-config\""},
-    {QARN_OUTCOME_NO_BINARY_STARTUP,
-     "the store has only a text, in which nothing can be selected; save the configuration again with \"copy "
-     "running-config startup-config\""},
-    {QARN_OUTCOME_STORE_REFUSED, "releasing the startup store failed", true},
-    {QARN_OUTCOME_NO_MEMORY, "memory ran out"},
-    {QARN_OUTCOME_TRANSPORT, "the transport failed", true},
-    {QARN_OUTCOME_NO_SWITCH_PROFILE, "the configuration-sync manager gave no switch profile"},
-    {QARN_OUTCOME_FINAL_CALLBACK, "the final callback failed", true},
-    {QARN_OUTCOME_NO_VDCS, "the VDC manager failed", true},
-    {QARN_OUTCOME_PROGRAM, "the program that prints the text failed"},
-    {QARN_OUTCOME_NOT_RENDERED, "a command of an interface could not be rendered"},
-    {QARN_OUTCOME_NOT_MERGED, "an interface could not be merged with its port profile"},
-    {QARN_OUTCOME_NO_MEMBERS, "the port-channel manager failed", true},
-};
-
-// The store itself reports why it cannot be locked, and each shell what its VDC lacks.
-bool is_reported_elsewhere(const sim::Switch &sw, const qarn_outcome &outcome) {
-    if (outcome.refusal == QARN_OUTCOME_STORE_REFUSED) return outcome.verdict == QARN_OUTCOME_NOTHING;
-    return outcome.refusal == QARN_OUTCOME_PROGRAM && !sw.shell_results.empty();
-}
-
-// Why a command was refused, or what else than a service is missing; empty if there is nothing to add.
-std::string reason(const sim::Switch &sw, const qarn_outcome &outcome) {
-    if (outcome.refusal == QARN_OUTCOME_NO_MEMBERS && outcome.status == 0)
-        return "a port channel has more than 36 members";
-    const auto *row = std::ranges::find(kReasons, outcome.refusal, &Reason::refusal);
-    if (row == std::end(kReasons) || is_reported_elsewhere(sw, outcome)) return "";
-    return row->has_status ? with_status(sw, row->text, outcome.status) : row->text;
-}
-
-// The VDCs whose shells did not show all. Returns the worst exit code of these shells; kExitIncomplete if all showed
-// theirs, because something else is missing then.
-int report_vdcs(const sim::Switch &sw) {
-    int worst = kExitIncomplete; // no other failure is better
-    for (const auto &[vdc, result] : sw.shell_results) {
-        if (result == 0) continue;
-        report_missing("the display of VDC " + vdc + " ended with " + std::to_string(result));
-        const bool has_started = result > 0;
-        worst = worse_of(worst, has_started ? result : static_cast<int>(kExitFailure));
-    }
-    return worst;
+std::string json_list(const std::vector<Part> &parts) {
+    std::vector<std::string> objects;
+    for (const Part &part : parts)
+        objects.push_back(json_object(part));
+    return json_array(objects);
 }
 
 } // namespace
 
-int worse_of(int code, int other) {
-    // Interruptions lie between what was not done and what was done in part.
-    const auto rank = [](int of) {
-        constexpr int kAscending[] = {kExitComplete, kExitIncomplete, kExitLoop};
-        const auto *found = std::find(std::begin(kAscending), std::end(kAscending), of);
-        if (found != std::end(kAscending)) return static_cast<int>(found - kAscending);
-        return of == kExitUsage ? 5 : of == kExitFailure ? 4 : 3;
-    };
-    return rank(other) > rank(code) ? other : code;
+void report(const Verdict &verdict) {
+    for (const Part &missing : verdict.missing)
+        print_message("incomplete: %s%s", name_of(missing).c_str(), missing.reason.c_str());
+    if (!verdict.loop.empty()) print_message("loop: %s", verdict.loop.c_str());
+    if (!verdict.refusal.empty()) print_message("nothing was shown: %s", verdict.refusal.c_str());
 }
 
-int report_outcome(const sim::Switch &sw) {
-    const qarn_outcome &outcome = *qarn_outcome_last();
-    if (outcome.verdict == QARN_OUTCOME_COMPLETE) return sim::is_saved_config_whole() ? kExitComplete : kExitIncomplete;
-    for (uint32_t i = 0; i < outcome.num_services; ++i) {
-        const qarn_outcome_service &service = outcome.services[i];
-        if (service.state == QARN_OUTCOME_ANSWERED) continue;
-        report_missing(name_of_service(sw, service.sap) + ": " + reason(sw, service));
-    }
-    report_left_out(sw, outcome.consumers_left_out);
-    if (outcome.interfaces_left_out > 0) {
-        report_missing(counted(outcome.interfaces_left_out, "interface") + " beyond the first 20000: without text");
-    }
-    report_loop(sw, outcome);
-    const std::string why = reason(sw, outcome);
-    if (outcome.verdict == QARN_OUTCOME_INCOMPLETE) {
-        if (!why.empty()) report_missing(why);
-        return report_vdcs(sw);
-    }
-    if (!why.empty()) print_message("nothing was shown: %s", why.c_str());
-    return outcome.loop_pass != 0 ? kExitLoop : kExitFailure;
+std::string json_members(const Verdict &verdict) {
+    std::vector<Part> missing = verdict.missing;
+    for (const std::string &what : {verdict.loop.empty() ? "" : "loop: " + verdict.loop, verdict.refusal})
+        if (!what.empty()) missing.push_back({.reason = what});
+    if (!verdict.has_whole_store) missing.push_back({.reason = "the saved configuration is not as it was saved"});
+    return "\"missing\": " + json_list(missing) + ",\n \"services\": " + json_list(verdict.answered);
 }
 
 } // namespace shell

@@ -1,24 +1,13 @@
-// What the shell says of a command's outcome.
+// What the shell says of a command's verdict.
 #pragma once
 
-#include "sim/switch.h"
+#include "shell/verdict.h"
 
 namespace shell {
 
-// The exit codes of a command. Of several commands the worst counts.
-enum : int {
-    kExitComplete = 0,
-    kExitFailure = 1,    // the command could not be carried out
-    kExitUsage = 2,      // wrong command, argument or description
-    kExitIncomplete = 3, // the configuration was printed, but a part of it is missing
-    kExitLoop = 4,       // elements wait for each other, so there is no order to print them in
-    kExitInterrupted = 130,
-    kExitBrokenPipe = 141
-};
-int worse_of(int code, int other);
-
-// Write to standard error what is missing in the outcome of the last command, one line for each service by name and
-// SAP, and return the command's exit code.
-int report_outcome(const sim::Switch &sw);
+// Write to standard error what is missing, one line for each service by name and SAP.
+void report(const Verdict &verdict);
+// The same as members of a JSON object: "missing" and "services".
+std::string json_members(const Verdict &verdict);
 
 } // namespace shell

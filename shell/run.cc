@@ -25,6 +25,7 @@
 
 #include "shell/destination.h"
 #include "shell/message.h"
+#include "shell/report.h"
 #include "shell/waiting.h"
 #include "sim/child.h"
 
@@ -109,20 +110,36 @@ bool leaves_outcome(EntryPoint entry) {
     return entry != copy_running_to_startup && entry != qarn_startup_cfg_modlist_get;
 }
 
+// Where the process of a command writes besides standard output.
+struct Descriptors {
+    int report;        // the exit code
+    int messages = -1; // what it reports after its text, instead of standard error
+    int outcome = -1;  // as members of a JSON object
+};
+
+// Report the outcome, and write it to the descriptor `outcome`, if there is one.
+int judge(const sim::Switch &sw, int outcome) {
+    const Verdict verdict = verdict_on(sw);
+    report(verdict);
+    if (outcome < 0) return verdict.code;
+    const bool is_written = dprintf(outcome, "%s", json_members(verdict).c_str()) >= 0;
+    return is_written ? verdict.code : worse_of(verdict.code, kExitFailure);
+}
+
 // What was printed goes out before what is said of it. Where another process passes it on, the shell writes the
 // messages when that process has ended.
-int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req, int messages) {
+int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req, const Descriptors &to) {
     const uint32_t status = entry(&req);
     std::fflush(stdout);
-    if (messages >= 0) dup2(messages, STDERR_FILENO);
-    if (leaves_outcome(entry)) return report_outcome(sw);
+    if (to.messages >= 0) dup2(to.messages, STDERR_FILENO);
+    if (leaves_outcome(entry)) return judge(sw, to.outcome);
     return status == 0 ? kExitComplete : kExitFailure;
 }
 
 // An exception must not leave the child's part of the code, or the child would go on as a second shell.
-int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request, int messages) {
+int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to) {
     try {
-        return run_and_report(sw, entry, request.req, messages);
+        return run_and_report(sw, entry, request.req, to);
     } catch (const std::bad_alloc &) {
         print_message("not enough memory for the command");
     } catch (const std::exception &error) {
@@ -131,18 +148,18 @@ int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request, int mes
     return kExitFailure;
 }
 
-[[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, int report, int messages,
+[[noreturn]] void run_in_child(sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to,
                                const Deadline &deadline) {
     constexpr std::size_t kBlock = 65536; // fewer, larger blocks for the next process
-    if (messages >= 0) std::setvbuf(stdout, nullptr, _IOFBF, kBlock);
+    if (to.messages >= 0) std::setvbuf(stdout, nullptr, _IOFBF, kBlock);
     export_deadline(deadline);
     sw.transport.deadline = deadline;
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
-    int status = run_entry(sw, entry, request, messages);
+    int status = run_entry(sw, entry, request, to);
     if (!flush_output()) status = kExitFailure;
     std::fflush(stderr);
-    const ssize_t written = write(report, &status, sizeof status);
+    const ssize_t written = write(to.report, &status, sizeof status);
     _exit(written == sizeof status ? 0 : kExitFailure);
 }
 
@@ -397,7 +414,8 @@ int run_command(sim::Switch &sw, EntryPoint entry, Request &request, const Outpu
         const int text = passed ? passed->text.writing() : destination;
         if (text != STDOUT_FILENO && dup2(text, STDOUT_FILENO) < 0) _exit(report_failure("dup2"));
         if (passed) passed->text.close_ends();
-        run_in_child(sw, entry, request, report.writing(), passed ? passed->messages : -1, deadline);
+        const Descriptors to = {report.writing(), passed ? passed->messages : -1, output.outcome};
+        run_in_child(sw, entry, request, to, deadline);
     });
     if (passed) passed->text.close_ends();
     wait_for(job, signals, deadline);

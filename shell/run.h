@@ -2,8 +2,8 @@
 #pragma once
 
 #include "shell/deadline.h"
+#include "shell/exit_code.h"
 #include "shell/output.h"
-#include "shell/report.h"
 #include "shell/request.h"
 #include "sim/switch.h"
 

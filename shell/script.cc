@@ -15,10 +15,10 @@
 
 #include "shell/command_error.h"
 #include "shell/editor.h"
+#include "shell/exit_code.h"
 #include "shell/line.h"
 #include "shell/lines.h"
 #include "shell/message.h"
-#include "shell/report.h"
 #include "sim/notation.h"
 
 namespace shell {

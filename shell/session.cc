@@ -12,10 +12,13 @@
 #include <new>
 
 #include "shell/built_in_switch.h"
+#include "shell/document.h"
+#include "shell/exit_code.h"
 #include "shell/held_output.h"
 #include "shell/line.h"
 #include "shell/message.h"
 #include "shell/report.h"
+#include "shell/run.h"
 #include "shell/waiting.h"
 #include "sim/check/check.h"
 #include "sim/description.h"
@@ -118,27 +121,45 @@ void Session::switch_back() {
     is_switched_ = false;
 }
 
-int Session::execute(const std::string &line) {
+int Session::run(const std::string &line) {
+    const Line matched = match(line);
+    if (options_.output && matched.form == nullptr) throw CommandError(kNoOutput);
+    if (options_.output && matched.is_saved()) throw CommandError("--output and \"save\" both name a file");
+    show_waits(*switch_);
+    return matched.action(*this, matched);
+}
+
+int Session::explain_failure(const std::string &line) {
     try {
-        const Line matched = match(line);
-        if (options_.output && matched.form == nullptr) throw CommandError(kNoOutput);
-        if (options_.output && matched.is_saved()) throw CommandError("--output and \"save\" both name a file");
-        show_waits(*switch_);
-        return matched.action(*this, matched);
+        throw;
     } catch (const CommandError &error) {
         report(error, line);
     } catch (const sim::DescriptionError &error) { // of another VDC; this VDC stays current
         print_message("%s", error.what());
     } catch (const NoReader &) {
         return kExitBrokenPipe;
-    } catch (const std::runtime_error &error) { // its store is unusable
-        print_message("%s", error.what());
-        return kExitFailure;
     } catch (const std::bad_alloc &) {
         print_message("not enough memory for the command");
         return kExitFailure;
+    } catch (const std::runtime_error &error) { // its store is unusable
+        print_message("%s", error.what());
+        return kExitFailure;
     }
     return kExitUsage;
+}
+
+// A command that was not run, or that failed before it showed anything, still answers with a JSON object.
+int Session::execute(const std::string &line) {
+    std::optional<MessageLog> log;
+    if (!options_.output && asks_for_json(line)) log.emplace();
+    try {
+        return run(line);
+    } catch (...) {
+        const int code = explain_failure(line);
+        if (!log || code == kExitBrokenPipe) return code;
+        std::fputs(Document(command_of(line), *switch_).finish(code).c_str(), stdout);
+        return flush_output() ? code : kExitFailure;
+    }
 }
 
 } // namespace shell

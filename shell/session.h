@@ -58,6 +58,9 @@ class Session {
   private:
     // Load a description, by default the built-in one. A session reports its warnings once.
     std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file);
+    int run(const std::string &line);
+    // Report the exception that is being handled. Returns the exit code.
+    static int explain_failure(const std::string &line);
     void enter(std::optional<uint16_t> id); // without an id: the description's own VDC
 
     const Options &options_;

@@ -2,10 +2,12 @@
 #include <algorithm>
 #include <ctime>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "shell/actions.h"
-#include "shell/report.h"
+#include "shell/exit_code.h"
+#include "shell/json.h"
 #include "shell/session.h"
 #include "shell/table.h"
 #include "sim/saved_config.h"
@@ -40,15 +42,23 @@ std::string time_text(std::time_t at) {
     return text;
 }
 
+Title title_of(const sim::Manifest &manifest) {
+    const std::string vdc = std::to_string(manifest.vdc), size = std::to_string(manifest.text.size);
+    return {"Saved " + time_text(manifest.saved_at) + " by switch " + manifest.switch_name + ", VDC " + vdc + ": " +
+                size + " bytes of text\n",
+            "\"saved\": {\"time\": " + json_time(manifest.saved_at) + ", \"switch\": " +
+                json_text(manifest.switch_name) + ", \"vdc\": " + vdc + ", \"bytes\": " + size + "}"};
+}
+
 int finish(Session &session, const Line &line, const Table &table) {
-    return show_own_text(session, line, table.text(), kExitComplete);
+    return show_table(session, line, table, {}, kExitComplete);
 }
 
 } // namespace
 
 int show_services(Session &session, const Line &line) {
     const sim::Switch &sw = session.current();
-    Table table({"Service", "SAP", "UUID", "Elements", "Answers"});
+    Table table({{"Service"}, {"SAP", true}, {"UUID", true}, {"Elements", true}, {"Answers"}});
     for (const sim::Service &service : sw.services) {
         table.add({service.name, std::to_string(service.sap), std::to_string(service.uuid),
                    std::to_string(service.elements.size()), way_of_answering(sw, service)});
@@ -58,7 +68,7 @@ int show_services(Session &session, const Line &line) {
 
 int show_interfaces(Session &session, const Line &line) {
     const sim::Switch &sw = session.current();
-    Table table({"Interface", "VSAN", "Port profile", "Members"});
+    Table table({{"Interface"}, {"VSAN", true}, {"Port profile"}, {"Members"}});
     for (const sim::Interface &interface : sw.interfaces) {
         table.add({interface.name, interface.vsan == 0 ? "" : std::to_string(interface.vsan), interface.port_profile,
                    names_of_members(sw, interface)});
@@ -68,7 +78,7 @@ int show_interfaces(Session &session, const Line &line) {
 
 int show_vdcs(Session &session, const Line &line) {
     const sim::Switch &sw = session.current();
-    Table table({"Id", "VDC", "State"});
+    Table table({{"Id", true}, {"VDC"}, {"State"}});
     for (const sim::Vdc &vdc : sw.vdcs) {
         const bool is_current = vdc.id == sw.vdc;
         table.add({std::to_string(vdc.id), vdc.name,
@@ -80,19 +90,16 @@ int show_vdcs(Session &session, const Line &line) {
 int show_saved_services(Session &session, const Line &line) {
     const sim::Switch &sw = session.current();
     const std::optional<sim::Manifest> manifest = sim::saved_manifest(sw);
-    if (!manifest) return kExitFailure;
-    const std::string head = "Saved " + time_text(manifest->saved_at) + " by switch " + manifest->switch_name +
-                             ", VDC " + std::to_string(manifest->vdc) + ": " + std::to_string(manifest->text.size) +
-                             " bytes of text\n";
+    if (!manifest) throw std::runtime_error("nothing was shown: the store has no list of what was saved");
     bool is_whole = true;
-    Table table({"Service", "SAP", "Elements", "Bytes", "File"});
+    Table table({{"Service"}, {"SAP", true}, {"Elements", true}, {"Bytes", true}, {"File"}});
     for (const sim::Manifest::SavedService &saved : manifest->services) {
         const std::string wrong = sim::fault_of_saved_file(sw, saved);
         is_whole = is_whole && wrong.empty();
         table.add({saved.name, std::to_string(saved.sap), std::to_string(saved.elements),
                    std::to_string(saved.file.size), wrong.empty() ? "as saved" : wrong});
     }
-    return show_own_text(session, line, head + table.text(), is_whole ? kExitComplete : kExitIncomplete);
+    return show_table(session, line, table, title_of(*manifest), is_whole ? kExitComplete : kExitIncomplete);
 }
 
 } // namespace shell

@@ -1,6 +1,9 @@
 #include "shell/table.h"
 
 #include <algorithm>
+#include <cctype>
+
+#include "shell/json.h"
 
 namespace shell {
 namespace {
@@ -26,20 +29,52 @@ std::string printable(std::string text) {
     return text;
 }
 
+std::string name_of_member(const std::string &head) {
+    std::string name;
+    for (const char c : head)
+        name += c == ' ' ? '_' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return name;
+}
+
+std::string json_value(const std::string &cell, bool is_number) {
+    if (!is_number) return json_text(cell);
+    return cell.empty() ? "null" : cell;
+}
+
+std::string line_of(const Row &row, const std::vector<std::size_t> &widths) {
+    std::string line;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        line += printable(row[i]);
+        line.append(widths[i] - columns(row[i]) + 2, ' ');
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line + '\n';
+}
+
 } // namespace
 
-std::string Table::text() const {
-    std::string text;
-    const std::vector<std::size_t> widths = widths_of(rows_);
+std::string Table::json() const {
+    std::vector<std::string> rows;
     for (const Row &row : rows_) {
-        std::string line;
+        std::string members;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            line += printable(row[i]);
-            line.append(widths[i] - columns(row[i]) + 2, ' ');
+            members += (i == 0 ? "" : ", ") + json_text(name_of_member(columns_[i].head)) + ": ";
+            members += json_value(row[i], columns_[i].is_number);
         }
-        line.erase(line.find_last_not_of(' ') + 1);
-        text += line + '\n';
+        rows.push_back("{" + members + "}");
     }
+    return json_array(rows);
+}
+
+std::string Table::text() const {
+    std::vector<Row> rows(1);
+    for (const Column &column : columns_)
+        rows[0].push_back(column.head);
+    rows.insert(rows.end(), rows_.begin(), rows_.end());
+    const std::vector<std::size_t> widths = widths_of(rows);
+    std::string text;
+    for (const Row &row : rows)
+        text += line_of(row, widths);
     return text;
 }
 

@@ -8,14 +8,22 @@ namespace shell {
 
 class Table {
   public:
-    explicit Table(std::vector<std::string> heads) : rows_{std::move(heads)} {}
+    struct Column {
+        std::string head;
+        bool is_number = false;
+    };
+    explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
     void add(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
     // The lines of the table. Control characters in a cell are replaced.
     std::string text() const;
+    // The rows as a JSON array of objects. A head is the name of a member, in small letters and with '_' for a blank. A
+    // number that is not there is null.
+    std::string json() const;
 
   private:
-    std::vector<std::vector<std::string>> rows_; // the first one holds the heads
+    std::vector<Column> columns_;
+    std::vector<std::vector<std::string>> rows_;
 };
 
 } // namespace shell

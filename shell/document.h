@@ -1,0 +1,28 @@
+// What a command shows, as one JSON object: docs/json.md has its members.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "sim/switch.h"
+
+namespace shell {
+
+class Document {
+  public:
+    // The answer of a switch to a command, at the present time.
+    Document(std::string_view command, const sim::Switch &sw);
+
+    // Add members that are JSON already.
+    void add(const std::string &members);
+    // Add a configuration as blocks: a line without indentation, and the indented lines after it.
+    void add_blocks(std::string_view configuration);
+    void add_lines(std::string_view text);
+    // The whole object, with the command's exit code and the messages in the log.
+    std::string finish(int code) const;
+
+  private:
+    std::string head_, members_;
+};
+
+} // namespace shell
