@@ -127,6 +127,8 @@ int show_configuration(Session &session, const Line &line) {
     take_options(request, session.options());
     request.options.generic_option |= line.display->generic_option;
     if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
+    for (const Narrowed &narrowed : line.narrowings)
+        narrowed.narrowing->fill(narrowed.argument, session.current(), request);
     const EntryPoint entry = entry_of(*line.form, *line.display);
     if (line.is_json()) return show_as_json(session, line, entry, request);
     const Output output = output_of(line, session.options());

@@ -111,11 +111,23 @@ void excluded_services(const Line &line, const sim::Switch &sw, Request &request
     }
 }
 
-void feature(const Line &line, const sim::Switch &sw, Request &request) {
-    const auto found = sw.features.find(std::string(line.arguments[0]));
-    known(line.arguments[0], found != sw.features.end(), Slot::kFeature, sw);
+void by_feature(std::string_view name, const sim::Switch &sw, Request &request) {
+    const auto found = sw.features.find(std::string(name));
+    known(name, found != sw.features.end(), Slot::kFeature, sw);
     request.req.sap = QARN_SAP_TABLE_ROW;
     request.req.index = found->second.row;
+}
+
+void feature(const Line &line, const sim::Switch &sw, Request &request) {
+    by_feature(line.arguments[0], sw, request);
+}
+
+void by_service(std::string_view name, const sim::Switch &sw, Request &request) {
+    request.req.sap = service_named(name, sw).sap;
+}
+
+void with_defaults(std::string_view, const sim::Switch &, Request &request) {
+    request.add_token(QARN_TOKEN_EXTRA_RUNNING);
 }
 
 void everything(const Line &, const sim::Switch &, Request &request) {
@@ -154,5 +166,8 @@ const Form kVdcAll       = {qarn_cli_run_cfg_gen_vdcall, nullptr, every_vdc<QARN
 const Form kStartupVdcAll = {nullptr, qarn_cli_run_cfg_gen_vdcall, every_vdc<QARN_COMMAND_STARTUP_VDCS>};
 const Form kAllVdcAll    = {qarn_cli_run_cfg_gen_vdcall, nullptr, every_vdc<QARN_COMMAND_RUNNING_ALL_VDCS>};
 // clang-format on
+const Narrowing kByService = {by_service};
+const Narrowing kByFeature = {by_feature};
+const Narrowing kWithDefaults = {with_defaults};
 
 } // namespace shell

@@ -9,24 +9,56 @@ namespace {
 
 constexpr Display kRunning = {false, 0}, kStartup = {true, 0}, kCheckpoint = {false, QARN_OPTION_CHECKPOINT};
 
+// The arguments of what may follow a form.
+constexpr Node kNarrowingService[] = {{.word = "NAME",
+                                       .help = "a service",
+                                       .slot = Slot::kService,
+                                       .action = show_configuration,
+                                       .narrowing = &kByService,
+                                       .has_defaults = true}};
+constexpr Node kNarrowingFeature[] = {{.word = "NAME",
+                                       .help = "a feature",
+                                       .slot = Slot::kFeature,
+                                       .action = show_configuration,
+                                       .narrowing = &kByFeature,
+                                       .has_defaults = true}};
+constexpr Node kNarrowings[] = {
+    {.word = "service", .help = "only what one service says of it", .next = kNarrowingService},
+    {.word = "feature", .help = "only what the services of one feature say of it", .next = kNarrowingFeature},
+    {.word = "all",
+     .help = "with what has its default value",
+     .action = show_configuration,
+     .narrowing = &kWithDefaults,
+     .is_of_running = true},
+};
+
 // The arguments of forms.
 constexpr Node kVlanRange[] = {{.word = "RANGE",
                                 .help = "these VLANs, such as 10-12,20",
                                 .slot = Slot::kVlans,
                                 .action = show_configuration,
-                                .form = &kVlan}};
-constexpr Node kVsanRange[] = {
-    {.word = "RANGE", .help = "these VSANs", .slot = Slot::kVsans, .action = show_configuration, .form = &kVsan}};
+                                .form = &kVlan,
+                                .has_services = true,
+                                .has_defaults = true}};
+constexpr Node kVsanRange[] = {{.word = "RANGE",
+                                .help = "these VSANs",
+                                .slot = Slot::kVsans,
+                                .action = show_configuration,
+                                .form = &kVsan,
+                                .has_services = true,
+                                .has_defaults = true}};
 constexpr Node kInterfaceNames[] = {{.word = "NAME[-NUMBER]",
                                      .help = "interfaces, such as ethernet 1/1-4,9",
                                      .slot = Slot::kInterfaces,
                                      .action = show_configuration,
-                                     .form = &kInterface}};
+                                     .form = &kInterface,
+                                     .has_defaults = true}};
 constexpr Node kProfileName[] = {{.word = "NAME",
                                   .help = "a port profile",
                                   .slot = Slot::kPortProfile,
                                   .action = show_configuration,
-                                  .form = &kPortProfile}};
+                                  .form = &kPortProfile,
+                                  .has_defaults = true}};
 constexpr Node kExcludedService[] = {{.word = "SERVICE",
                                       .help = "a service to leave out",
                                       .slot = Slot::kService,
@@ -35,8 +67,12 @@ constexpr Node kExcludedService[] = {{.word = "SERVICE",
                                       .form = &kExclude}};
 constexpr Node kServiceName[] = {
     {.word = "NAME", .help = "a service", .slot = Slot::kService, .action = show_configuration, .form = &kService}};
-constexpr Node kFeatureName[] = {
-    {.word = "NAME", .help = "a feature", .slot = Slot::kFeature, .action = show_configuration, .form = &kFeature}};
+constexpr Node kFeatureName[] = {{.word = "NAME",
+                                  .help = "a feature",
+                                  .slot = Slot::kFeature,
+                                  .action = show_configuration,
+                                  .form = &kFeature,
+                                  .has_defaults = true}};
 constexpr Node kEveryVdc[] = {
     {.word = "vdc-all", .help = "every VDC, with defaults", .action = show_configuration, .form = &kAllVdcAll}};
 
@@ -46,18 +82,45 @@ constexpr Node kForms[] = {
      .help = "all VLANs, or those in a range",
      .action = show_configuration,
      .form = &kVlan,
-     .next = kVlanRange},
+     .next = kVlanRange,
+     .has_services = true},
     {.word = "vsan",
      .help = "all VSANs, or those in a range",
      .action = show_configuration,
      .form = &kVsan,
-     .next = kVsanRange},
+     .next = kVsanRange,
+     .has_services = true},
     {.word = "interface", .help = "the named interfaces", .next = kInterfaceNames},
-    {.word = "bfd", .help = "only BFD", .action = show_configuration, .form = &kBfd},
-    {.word = "l2mp", .help = "only L2MP", .action = show_configuration, .form = &kL2mp},
-    {.word = "fex", .help = "only FEX", .action = show_configuration, .form = &kFex},
-    {.word = "exclude-l2mp", .help = "everything except L2MP", .action = show_configuration, .form = &kExcludeL2mp},
-    {.word = "exclude-fex", .help = "everything except FEX", .action = show_configuration, .form = &kExcludeFex},
+    {.word = "bfd",
+     .help = "only BFD",
+     .action = show_configuration,
+     .form = &kBfd,
+     .has_services = true,
+     .has_defaults = true},
+    {.word = "l2mp",
+     .help = "only L2MP",
+     .action = show_configuration,
+     .form = &kL2mp,
+     .has_services = true,
+     .has_defaults = true},
+    {.word = "fex",
+     .help = "only FEX",
+     .action = show_configuration,
+     .form = &kFex,
+     .has_services = true,
+     .has_defaults = true},
+    {.word = "exclude-l2mp",
+     .help = "everything except L2MP",
+     .action = show_configuration,
+     .form = &kExcludeL2mp,
+     .has_services = true,
+     .has_defaults = true},
+    {.word = "exclude-fex",
+     .help = "everything except FEX",
+     .action = show_configuration,
+     .form = &kExcludeFex,
+     .has_services = true,
+     .has_defaults = true},
     {.word = "port-profile", .help = "one port profile", .next = kProfileName},
     {.word = "exclude", .help = "everything except the named services", .next = kExcludedService},
     {.word = "service", .help = "one service", .next = kServiceName},
@@ -154,8 +217,13 @@ std::span<const Node> commands() {
     return kCommands;
 }
 
+std::span<const Node> narrowings() {
+    return kNarrowings;
+}
+
 bool exists(const Node &node, const Display *display) {
     if (node.is_of_store && (display == nullptr || !display->is_startup)) return false;
+    if (node.is_of_running && display != nullptr && display->is_startup) return false;
     return display == nullptr || node.form == nullptr || entry_of(*node.form, *display) != nullptr;
 }
 

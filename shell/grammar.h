@@ -9,6 +9,7 @@
 namespace shell {
 
 struct Form;
+struct Narrowing;
 struct Line;
 class Session;
 
@@ -52,13 +53,20 @@ struct Node {
     FilterKind filter = FilterKind::kNone; // the same of a filter
     const Display *display = nullptr;
     const Form *form = nullptr;
+    const Narrowing *narrowing = nullptr; // of the form before this word
     std::span<const Node> next = {};
-    bool is_of_store = false; // exists only in the startup configuration
+    // The narrowings that may follow. The library shows interfaces and port profiles only together with the service
+    // that has the blocks of the interfaces; and it takes the first token of all VLANs for a range, whatever it says.
+    bool has_services = false;  // "service" and "feature"
+    bool has_defaults = false;  // "all"
+    bool is_of_store = false;   // exists only in the startup configuration
+    bool is_of_running = false; // exists only in the running configuration
     OwnText own_text = OwnText::kNone;
 };
 
 std::span<const Node> commands();
-std::span<const Node> filters(); // what may come after a bar
+std::span<const Node> narrowings(); // what may follow a form with one
+std::span<const Node> filters();    // what may come after a bar
 
 // Whether the node exists below this display; the templates, for example, exist only in the startup configuration.
 bool exists(const Node &node, const Display *display);

@@ -91,6 +91,7 @@ class Walk {
         if (node_ != nullptr && node_->repeats) nodes.push_back(node_);
         for (const Node &node : node_ != nullptr ? node_->next : roots_)
             if (exists(node, display_)) nodes.push_back(&node);
+        if (node_ != nullptr) add_narrowings(nodes);
         return nodes;
     }
 
@@ -127,8 +128,7 @@ class Walk {
         const Nodes nodes = candidates(word);
         if (nodes.size() != 1) return false;
         node_ = nodes[0];
-        if (node_->display != nullptr) display_ = node_->display;
-        if (node_->slot != Slot::kNone) line.arguments.push_back(word);
+        take(word);
         return true;
     }
 
@@ -142,10 +142,28 @@ class Walk {
     bool may_end() const { return node_ != nullptr && (node_->action != nullptr || filter() != FilterKind::kNone); }
     FilterKind filter() const { return node_ != nullptr ? node_->filter : FilterKind::kNone; }
     const Display *display() const { return display_; }
-    bool has_text() const { return node_ != nullptr && (node_->form != nullptr || node_->own_text != OwnText::kNone); }
+    bool has_text() const { return node_ != nullptr && (line.form != nullptr || node_->own_text != OwnText::kNone); }
     Line line;
 
   private:
+    void add_narrowings(Nodes &nodes) const {
+        for (const Node &node : narrowings()) {
+            const bool may_follow = node.narrowing == nullptr ? node_->has_services : node_->has_defaults;
+            if (may_follow && exists(node, display_)) nodes.push_back(&node);
+        }
+    }
+
+    void take(std::string_view word) {
+        if (node_->display != nullptr) display_ = node_->display;
+        if (node_->form != nullptr) line.form = node_->form;
+        const bool is_argument = node_->slot != Slot::kNone;
+        if (node_->narrowing != nullptr) {
+            line.narrowings.push_back({node_->narrowing, is_argument ? word : word.substr(0, 0)});
+        } else if (is_argument) {
+            line.arguments.push_back(word);
+        }
+    }
+
     std::size_t length_of_word(std::string_view rest) const {
         const Nodes nodes = next();
         const Slot slot = nodes.empty() ? Slot::kNone : nodes.front()->slot;
@@ -213,7 +231,6 @@ Line match_command(std::string_view line) {
     if (walk.node() == nullptr || walk.node()->action == nullptr)
         throw CommandError("the command is not finished", end, words_of_nodes(walk.next()));
     walk.line.action = walk.node()->action;
-    walk.line.form = walk.node()->form;
     walk.line.display = walk.display();
     walk.line.has_text = walk.has_text();
     walk.line.own_text = walk.node()->own_text;

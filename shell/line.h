@@ -13,12 +13,19 @@
 
 namespace shell {
 
+// A form that shows less, or more, because of what follows it.
+struct Narrowed {
+    const Narrowing *narrowing = nullptr;
+    std::string_view argument; // part of the line; empty without a slot
+};
+
 struct Line {
     std::string text; // of the command, with abbreviated words in full
     Action action = nullptr;
     const Display *display = nullptr;
     const Form *form = nullptr;
     std::vector<std::string_view> arguments; // the words of the slots, parts of the line that was matched
+    std::vector<Narrowed> narrowings;        // of the form
     std::vector<Filter> filters;             // what follows the bars
     bool has_text = false;                   // that filters can have
 

@@ -25,6 +25,7 @@ std::string argument_of(const Node &node) {
 }
 
 std::string meaning_of(const Node &node) {
+    if (node.is_of_running) return node.help + std::string("; running only");
     if (node.is_of_store) return node.help + std::string("; startup only");
     if (node.form == nullptr || (node.form->running != nullptr && node.form->startup != nullptr)) return node.help;
     return node.help + std::string(node.form->startup == nullptr ? "; running only" : "; startup only");
@@ -61,6 +62,9 @@ std::string list_of_commands() {
     list += "\nForms, after show running-config, show startup-config and checkpoint:\n";
     list += row("(none)", "the whole configuration");
     for (const Node &node : forms_below(commands()))
+        list += rows_of(node, "");
+    list += "\nAfter most forms of a part of the configuration; ? at the prompt lists what fits:\n";
+    for (const Node &node : narrowings())
         list += rows_of(node, "");
     list += "\nFilters, after any of these commands that shows a configuration, also several:\n";
     for (const Node &node : filters())

@@ -12,7 +12,7 @@ namespace shell {
 // A service, or something else, which only has a reason why it is missing.
 struct Part {
     std::string service = {}; // its name; empty if the switch has no service with this SAP
-    uint32_t sap = 0;    // 0: no service
+    uint32_t sap = 0;         // 0: no service
     std::string reason = {};
 };
 
@@ -21,8 +21,8 @@ struct Verdict {
     std::vector<Part> answered; // the services whose configuration is all there; without a reason
     std::vector<Part> missing;
     bool has_whole_store = true; // what is wrong with it was reported
-    std::string loop;    // the elements that wait for each other, as a chain; empty if there is no loop
-    std::string refusal; // why nothing was shown; empty otherwise, or if that was reported before
+    std::string loop;            // the elements that wait for each other, as a chain; empty if there is no loop
+    std::string refusal;         // why nothing was shown; empty otherwise, or if that was reported before
 };
 
 // What the outcome of the last command means.
