@@ -66,6 +66,7 @@ void export_options(const Options &options) {
     setenv("VSH_NO_WARNINGS", "true", 1); // this shell reports them
     if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
     if (options.plain) setenv("VSH_PLAIN", "true", 1);
+    if (options.mask) setenv("VSH_MASK", "true", 1);
     setenv("VSH_FILTER_MODE", std::to_string(options.filter_mode).c_str(), 1);
     setenv("VSH_DEBUG", std::to_string(options.debug_mask).c_str(), 1);
     setenv("VSH_TIMEOUT_UNIT", std::to_string(options.timeout_unit).c_str(), 1);

@@ -86,6 +86,8 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
     app.add_flag("--plain", options.plain,
                  "without the header lines that change from one display to the next: command, time, when it was saved")
         ->envname("VSH_PLAIN");
+    app.add_flag("--mask", options.mask, "show <hidden> instead of what the description marks as secret")
+        ->envname("VSH_MASK");
     app.add_option("--color", options.color, "colors: auto (on a terminal, unless NO_COLOR is set), always or never")
         ->type_name("WHEN")
         ->check(CLI::IsMember({"auto", "always", "never"}).description(""));

@@ -23,6 +23,7 @@
 #include "sim/check/check.h"
 #include "sim/description.h"
 #include "sim/notation.h"
+#include "sim/secret.h"
 #include "sim/store.h"
 
 namespace shell {
@@ -84,6 +85,13 @@ std::unique_ptr<sim::Switch> Session::load(const std::optional<std::string> &fil
     return sw;
 }
 
+// A shell of another VDC reports it of that VDC's own description only.
+void Session::report_no_secrets(const sim::Switch &sw, const std::optional<std::string> &file) {
+    const bool is_reported = options_.no_warnings && file == options_.switch_file;
+    if (!file || is_reported || sim::has_secrets(sw) || !without_secrets_.insert(*file).second) return;
+    print_message("%s marks no element as secret; --mask hides nothing of it", sim::printable(*file).c_str());
+}
+
 Session::Session(const Options &options) : options_(options) {
     enter(options_.vdc);
 }
@@ -91,14 +99,20 @@ Session::Session(const Options &options) : options_(options) {
 void Session::enter(std::optional<uint16_t> id) {
     std::unique_ptr<sim::Switch> sw = load(options_.switch_file);
     std::string name = sw->name;
+    std::optional<std::string> file = options_.switch_file;
     if (id) {
         const sim::Vdc vdc = active_vdc(*sw, &sim::Vdc::id, *id, std::to_string(*id));
         const std::vector<sim::Vdc> map = sw->vdcs;
-        if (!vdc.switch_file.empty()) sw = load(vdc.switch_file);
+        if (!vdc.switch_file.empty()) {
+            file = vdc.switch_file;
+            sw = load(file);
+        }
         sw->vdc = vdc.id;
         sw->vdcs = map;
         name = vdc.name;
     }
+    if (options_.mask) report_no_secrets(*sw, file);
+    sw->hides_secrets = options_.mask;
     sim::use_store(*sw, sim::folder_of_vdc(options_.store.value_or(sw->store), sw->vdc));
     sw->output = stdout;
     sw->transport.unit = std::chrono::milliseconds(options_.timeout_unit);

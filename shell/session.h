@@ -30,6 +30,7 @@ struct Options {
     bool plain = false;                // without the header lines that change
     std::string color = "auto";        // or "always" or "never"
     bool no_pager = false;
+    bool mask = false;                       // hide what the description marks as secret
     uint32_t timeout_unit = 1000;            // milliseconds
     std::optional<double> deadline;          // seconds that a command may take
     std::optional<std::string> checked_file; // only report what is wrong with this description
@@ -58,6 +59,8 @@ class Session {
   private:
     // Load a description, by default the built-in one. A session reports its warnings once.
     std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file);
+    // Report once that --mask has no effect on the switch in this file.
+    void report_no_secrets(const sim::Switch &sw, const std::optional<std::string> &file);
     int run(const std::string &line);
     // Report the exception that is being handled. Returns the exit code.
     static int explain_failure(const std::string &line);
@@ -66,8 +69,9 @@ class Session {
     const Options &options_;
     std::unique_ptr<sim::Switch> switch_;
     std::string prompt_;
-    std::set<std::string> checked_; // files whose warnings were reported
-    bool is_switched_ = false;      // by switchto, until switchback
+    std::set<std::string> checked_;         // files whose warnings were reported
+    std::set<std::string> without_secrets_; // files of which that was reported
+    bool is_switched_ = false;              // by switchto, until switchback
     bool is_over_ = false;
 };
 

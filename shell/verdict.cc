@@ -94,6 +94,10 @@ void add_left_out(const sim::Switch &sw, uint32_t count, std::vector<Part> &miss
         missing.push_back({.reason = counted(count - kMostNamed, "more service") + ": not asked either"});
 }
 
+constexpr char kRefusedText[] =
+    "the store has only a text, in which --mask cannot find secrets; save the configuration again with \"copy "
+    "running-config startup-config\"";
+
 struct Reason {
     uint32_t refusal;
     const char *text;
@@ -167,6 +171,11 @@ void add_services(const sim::Switch &sw, const qarn_outcome &outcome, Verdict &v
 Verdict verdict_on(const sim::Switch &sw) {
     const qarn_outcome &outcome = *qarn_outcome_last();
     Verdict verdict;
+    if (sw.has_refused_a_text) {
+        verdict.refusal = kRefusedText;
+        verdict.code = kExitFailure;
+        return verdict;
+    }
     add_services(sw, outcome, verdict);
     if (outcome.verdict == QARN_OUTCOME_COMPLETE) {
         verdict.has_whole_store = sim::is_saved_config_whole();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "sim/secret.h"
 #include "sim/switch.h"
 
 namespace sim {
@@ -15,12 +16,15 @@ bool is_port_channel(const Interface &interface) {
     return interface.block == PCM_BLOCK_ELEM_ID || !interface.members.empty();
 }
 
-// The lines that the interface inherits, or null.
-const std::string *inherited_lines(const Switch &sw, uint32_t if_index) {
+// The lines that the interface inherits.
+std::string inherited_lines(const Switch &sw, uint32_t if_index) {
     const Interface *interface = sw.find_interface(if_index);
-    if (interface == nullptr || interface->port_profile.empty()) return nullptr;
+    if (interface == nullptr || interface->port_profile.empty()) return "";
     const auto profile = sw.port_profiles.find(interface->port_profile);
-    return profile != sw.port_profiles.end() ? &profile->second : nullptr;
+    if (profile == sw.port_profiles.end()) return "";
+    const auto secret = sw.secret_profiles.find(profile->first);
+    const bool is_hidden = sw.hides_secrets && secret != sw.secret_profiles.end();
+    return is_hidden ? without_secrets(profile->second, secret->second) : profile->second;
 }
 
 } // namespace
@@ -47,10 +51,10 @@ GString *ppm_intf_shrun_merge(uint32_t handle, uint32_t if_index, GString *text,
                  input.reserved, input.script_mode, input.cfg_source, input.bypass, input.token_mode))
         return nullptr;
     GString *merged = g_string_new_len(text->str, static_cast<gssize>(text->len));
-    const std::string *lines = input.bypass != 0 ? nullptr : inherited_lines(sw, if_index);
-    if (lines == nullptr || lines->empty()) return merged;
-    g_string_append_len(merged, lines->data(), static_cast<gssize>(lines->size()));
-    if (lines->back() != '\n') g_string_append_c(merged, '\n');
+    const std::string lines = input.bypass != 0 ? "" : inherited_lines(sw, if_index);
+    if (lines.empty()) return merged;
+    g_string_append_len(merged, lines.data(), static_cast<gssize>(lines.size()));
+    if (lines.back() != '\n') g_string_append_c(merged, '\n');
     return merged;
 }
 

@@ -51,6 +51,7 @@ int32_t start_and_wait(std::vector<std::string> words) {
 }
 
 constexpr char kPlatformShell[] = "/opux/bin/vsh";
+constexpr char kPrintsSavedText[] = "/bin/cat";
 
 void replace_missing_shell(const Switch &sw, std::string &program) {
     if (!sw.shell_program.empty() && ::access(kPlatformShell, X_OK) != 0) program = sw.shell_program;
@@ -79,6 +80,10 @@ int32_t execute_program_and_wait(const char *path, ...) {
     if (const auto outcome = sw.enter("execute_program_and_wait", "%s", joined(words).c_str()))
         return static_cast<int32_t>(outcome->result);
     if (sw.run_program) return sw.run_program(words);
+    if (words[0] == kPrintsSavedText && sw.hides_secrets) {
+        sw.has_refused_a_text = true;
+        return 1;
+    }
     if (words[0] != kPlatformShell) return start_and_wait(std::move(words));
     replace_missing_shell(sw, words[0]);
     const std::string vdc = words.size() > 2 ? words[2] : ""; // after -i

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "sim/manifest.h"
@@ -202,6 +203,17 @@ bool is_text_a_file(const std::string &path) {
     return reason != EINVAL;
 }
 
+// An element may have become secret since it was saved. One that was secret then is so still.
+void add_marks(const Service &service, std::vector<Element> &saved) {
+    std::unordered_map<uint32_t, uint32_t> words; // by element id
+    for (const Element &element : service.elements)
+        if (element.secret) words.emplace(element.id, *element.secret);
+    for (Element &element : saved) {
+        const auto mark = words.find(element.id);
+        if (mark != words.end()) element.secret = std::min(element.secret.value_or(mark->second), mark->second);
+    }
+}
+
 } // namespace
 
 bool begin_startup_display(const Switch &sw) {
@@ -278,6 +290,7 @@ Bytes answer_from_store(const Service &service, const qarn_cfg_req_msg &request)
         saved.elements.clear();
         saved.status = kStatusStoreDamaged;
     }
+    add_marks(service, saved.elements);
     return answer_from_elements(saved, request);
 }
 

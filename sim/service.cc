@@ -1,10 +1,12 @@
 // The reply of a service from its elements. It leaves to the library what the library filters anyway (views, features)
 // and filters what only a service can: the port profile that an element belongs to, and the interfaces and VLANs that
-// the request names.
+// the request names. Secrets are hidden here, whether the elements come from the description or from the store.
 #include "sim/service.h"
 
 #include <algorithm>
 #include <cstring>
+
+#include "sim/secret.h"
 
 namespace sim {
 namespace {
@@ -104,8 +106,14 @@ Element &Service::element(uint32_t id, uint32_t level, uint32_t property) {
 Bytes answer_from_elements(const Service &service, const qarn_cfg_req_msg &request) {
     Tlv tlv;
     WantedInterfaces wanted(request);
-    for (const Element &element : service.elements)
-        if (is_requested(element, request)) append_element(service, element, request, wanted, tlv);
+    for (const Element &element : service.elements) {
+        if (!is_requested(element, request)) continue;
+        if (element.secret && current().hides_secrets) {
+            append_element(service, without_secrets(element), request, wanted, tlv);
+        } else {
+            append_element(service, element, request, wanted, tlv);
+        }
+    }
     return tlv.reply(service.status);
 }
 

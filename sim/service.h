@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,6 +46,7 @@ struct Element {
     std::vector<Key> keys;                                    // of the VLAN service: index is the VLAN id
     std::vector<KeyString> key_strings;
     std::vector<Dependency> dependencies;
+    std::optional<uint32_t> secret; // words of each line of its texts that are no secret; none: nothing is
     uint32_t line = 0;
 };
 

@@ -1,5 +1,6 @@
 // The file of a service in the saved configuration: a header (magic, length, checksum) and a TLV array as the service
-// would send it, with two more tags for what depends on the request: views and port profiles.
+// would send it, with more tags for what depends on the request: views, port profiles, and what masking leaves of a
+// secret element.
 #include "sim/service_file.h"
 
 #include <cstring>
@@ -13,7 +14,7 @@
 namespace sim {
 namespace {
 
-enum : uint32_t { kTagEveryView = 0x100, kTagPortProfile = 0x101 };
+enum : uint32_t { kTagEveryView = 0x100, kTagPortProfile = 0x101, kTagSecret = 0x102 };
 
 struct FileHeader {
     char magic[8];
@@ -32,6 +33,7 @@ void write_element(const Service &service, const Element &element, Tlv &tlv) {
     tlv.element({service.uuid, element.id, element.level, element.property, element.val_type});
     if (element.every_view) tlv.words(kTagEveryView, {1});
     if (!element.port_profile.empty()) tlv.raw(kTagPortProfile, element.port_profile + '\0');
+    if (element.secret) tlv.words(kTagSecret, {*element.secret});
     for (const Dependency &dependency : element.dependencies)
         tlv.after(dependency.uuid, dependency.elem_id, dependency.type);
     if (!element.text.empty()) tlv.text(element.text);
@@ -124,6 +126,9 @@ void add_to(Element &element, ArrayReader &reader) {
             break;
         case kTagPortProfile:
             element.port_profile = reader.text();
+            break;
+        case kTagSecret:
+            element.secret = reader.word(0);
             break;
         case QARN_TLV_TAG_DEPENDENCY:
             element.dependencies.push_back({reader.word(0), reader.word(1), reader.word(2)});

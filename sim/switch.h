@@ -108,6 +108,10 @@ struct Switch : Script {
     std::vector<ShellResult> shell_results;
     std::string shell_program; // runs where the platform's own shell is not installed; empty: none
 
+    bool hides_secrets = false;                      // of secret elements (secret.h)
+    bool has_refused_a_text = false;                 // the saved one, in which no element can be found
+    std::map<std::string, uint32_t> secret_profiles; // port profiles of secret elements: words of each line that stay
+
     Service &service(std::string name, uint32_t sap, uint32_t uuid);
     Service *find_service(std::string_view wanted);
     std::string error_text(uint32_t code) const; // of a status

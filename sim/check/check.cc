@@ -34,7 +34,7 @@ Findings check_libraries(const Switch &sw) {
 Findings check_switch(const Switch &sw, bool is_whole) {
     Report report(is_whole);
     for (const auto check : {check_consumers, check_doubles, check_features, check_interfaces, check_key_strings,
-                             check_keys, check_names, check_order})
+                             check_keys, check_names, check_order, check_secrets})
         check(sw, report);
     Findings findings = report.take();
     sort_by_line(findings);

@@ -15,5 +15,6 @@ void check_key_strings(const Switch &sw, Report &report);
 void check_keys(const Switch &sw, Report &report);
 void check_names(const Switch &sw, Report &report);
 void check_order(const Switch &sw, Report &report);
+void check_secrets(const Switch &sw, Report &report);
 
 } // namespace sim

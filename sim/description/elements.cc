@@ -10,7 +10,8 @@
 namespace sim {
 namespace {
 
-constexpr uint32_t kLastLevel = 12, kLastKeyId = 4095;
+constexpr uint32_t kLastLevel = 12, kLastKeyId = 4095, kMostWords = 100;
+constexpr uint32_t kConversionSpecification = 1; // element of the service with QARN_UUID_CONVERSION
 
 struct PropertyWord {
     const char *word;
@@ -49,6 +50,14 @@ class ElementReader {
         if (kind != "text" && kind != "command")
             document_.fail(entry["values"], Error::kWrongValue, "values must be text or command, not " + quoted(kind));
         element_.val_type = kind == "command" ? QARN_VAL_COMMAND : QARN_VAL_TEXT;
+    }
+
+    void read_secret(const Mapping &entry) {
+        if (!entry.has("secret")) return;
+        const uint32_t words = entry.number("secret", 0, kMostWords);
+        if (uuid_ == QARN_UUID_CONVERSION && element_.id == kConversionSpecification)
+            document_.fail(entry["secret"], Error::kConflict, "the rules of the display conversion cannot be secret");
+        element_.secret = words;
     }
 
     void read_interface_texts(const YAML::Node &node, const Interfaces &interfaces) {
@@ -124,7 +133,7 @@ void read_element(const Document &document, const YAML::Node &node, Service &ser
                   const ElementContext &context) {
     const Mapping entry(document, node, "an element",
                         {"id", "level", "properties", "port_profile", "values", "text", "interfaces", "keys",
-                         "key_strings", "after", "only_if"});
+                         "key_strings", "after", "only_if", "secret"});
     const uint32_t id = entry.number("id", 0, UINT16_MAX);
     const uint32_t level = entry.number("level", 0, kLastLevel);
     if (!ids.insert(id).second)
@@ -139,6 +148,7 @@ void read_element(const Document &document, const YAML::Node &node, Service &ser
     document.attempt([&] {
         if (entry.has("port_profile")) element.port_profile = context.profiles.named(document, entry["port_profile"]);
     });
+    document.attempt([&] { reader.read_secret(entry); });
     document.attempt([&] { element.text = entry.text("text", ""); });
     document.attempt([&] { reader.read_interface_texts(entry["interfaces"], context.interfaces); });
     document.attempt([&] { reader.read_keys(entry["keys"]); });

@@ -1,6 +1,7 @@
 // The services of a switch description. Names, SAPs and UUIDs are unique.
 #include "sim/description/services.h"
 
+#include <algorithm>
 #include <unordered_set>
 #include <vector>
 
@@ -57,6 +58,15 @@ void read_elements(const Document &document, const YAML::Node &entry, Service *s
                        [&](const YAML::Node &element) { read_element(document, element, owner, ids, context); });
 }
 
+// Interfaces that inherit a port profile show its lines too.
+void note_secret_profiles(const Service &service, Switch &sw) {
+    for (const Element &element : service.elements) {
+        if (!element.secret || element.port_profile.empty()) continue;
+        uint32_t &words = sw.secret_profiles.try_emplace(element.port_profile, *element.secret).first->second;
+        words = std::min(words, *element.secret);
+    }
+}
+
 } // namespace
 
 void read_services(const Document &document, const YAML::Node &node, Switch &sw, ServiceNames &names,
@@ -74,7 +84,9 @@ void read_services(const Document &document, const YAML::Node &node, Switch &sw,
         Service *const service = *next++;
         const std::size_t failed_before = document.num_failed();
         read_elements(document, entry, service, {names, interfaces, profiles});
-        if (document.num_failed() == failed_before && service != nullptr) check_faults(document, entry, *service);
+        if (service == nullptr) return;
+        if (document.num_failed() == failed_before) check_faults(document, entry, *service);
+        note_secret_profiles(*service, sw);
     });
 }
 
