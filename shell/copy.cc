@@ -1,6 +1,6 @@
 // `copy running-config startup-config`. The library generates the text, with the time of saving in its header, into
-// Switch::printed instead of the output stream. The store receives this text and the elements of every service, with
-// all secrets, because a configuration is restored from it.
+// Switch::printed instead of the output stream. The store receives this text and the elements of every service, without
+// display conversion and with all secrets, because a configuration is restored from it.
 #include <cstdio>
 #include <string>
 
@@ -26,6 +26,7 @@ uint32_t copy_running_to_startup(qarn_req *req) {
     if (sw.store.empty()) return refuse("no startup store; name its folder with --store");
     if (sw.hides_secrets) req->dbg_mask = 0; // traces would show what the store receives
     sw.hides_secrets = false;
+    req->info_flags |= QARN_INFO_PLAIN;
     std::FILE *const output = sw.output;
     sw.output = nullptr;
     sw.printed.clear();

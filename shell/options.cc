@@ -121,6 +121,7 @@ void declare_help(CLI::App &app) {
         list_of_commands() +
         "\nNames and numbers may have ranges: ethernet 1/1-4, port-channel 3, vlan 10,20-29, mgmt 0.\n"
         "Empty lines and lines that begin with ! are skipped.\n"
+        "If the switch has a display conversion, the texts are shown with the words that its rules give.\n"
         "\nExit status:\n"
         "  0    the configuration is complete\n"
         "  1    the command could not be carried out: no startup configuration, locked, cannot write, not complete enough\n"

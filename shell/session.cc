@@ -118,6 +118,7 @@ void Session::enter(std::optional<uint16_t> id) {
     sw->transport.unit = std::chrono::milliseconds(options_.timeout_unit);
     std::error_code error;
     sw->shell_program = std::filesystem::read_symlink("/proc/self/exe", error);
+    sw->conversion_library = "libddas.so";
     setenv("SYSMGR_VDC_ID", std::to_string(sw->vdc).c_str(), 1);
     sim::make_current(sw.get());
     switch_ = std::move(sw);

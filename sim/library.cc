@@ -2,9 +2,14 @@
 #include "sim/library.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
+#include <string_view>
 #include <vector>
+
+#include "sim/switch.h"
 
 namespace sim {
 namespace {
@@ -27,6 +32,22 @@ std::vector<std::string> places_of(const std::string &name, const std::string &f
     return places;
 }
 
+constexpr char kPlatformConversion[] = "/opux/lib/libddas.so";
+
+// The loader's own function, which the one below hides.
+void *load(const char *path, int flags) {
+    static auto *const loader = reinterpret_cast<decltype(&::dlopen)>(::dlsym(RTLD_NEXT, "dlopen"));
+    return loader(path, flags);
+}
+
+void *open_conversion_library(const Switch &sw) {
+    const bool is_installed = ::access(kPlatformConversion, F_OK) == 0;
+    const Library library = open_library(is_installed ? kPlatformConversion : sw.conversion_library, "", 0);
+    if (library.handle == nullptr)
+        std::fprintf(stderr, "conversion: %s; no text is converted\n", library.error.c_str());
+    return library.handle;
+}
+
 std::string places_tried(const std::string &name, const std::string &folder) {
     if (is_path(name)) return "";
     return (folder.empty() ? "" : "; tried " + folder + name + ", then") +
@@ -45,7 +66,7 @@ Library open_library(const std::string &name, const std::string &folder, int fla
             if (library.error.empty()) library.error = place + ": not a regular file";
             continue;
         }
-        library.handle = ::dlopen(place.c_str(), RTLD_NOW | flags);
+        library.handle = load(place.c_str(), RTLD_NOW | flags);
         if (library.handle != nullptr) return library;
         const char *reason = ::dlerror();
         const bool is_file = is_path(place) && std::filesystem::exists(place, error);
@@ -53,6 +74,12 @@ Library open_library(const std::string &name, const std::string &folder, int fla
     }
     library.error += places_tried(name, folder);
     return library;
+}
+
+extern "C" void *dlopen(const char *path, int flags) noexcept {
+    const bool is_conversion = path != nullptr && std::string_view(path) == kPlatformConversion;
+    if (!is_conversion || current().conversion_library.empty()) return load(path, flags);
+    return open_conversion_library(current());
 }
 
 } // namespace sim

@@ -15,4 +15,8 @@ struct Library {
 // ends with a slash, or is empty if the description is no file. `flags` are flags of dlopen besides RTLD_NOW.
 Library open_library(const std::string &name, const std::string &folder, int flags);
 
+// This program also defines dlopen, for libqarncli: the path of the platform's display conversion library gives
+// Switch::conversion_library where the platform's own is not installed. A library that cannot be opened is reported on
+// standard error.
+
 } // namespace sim

@@ -106,7 +106,8 @@ struct Switch : Script {
         int32_t result;
     };
     std::vector<ShellResult> shell_results;
-    std::string shell_program; // runs where the platform's own shell is not installed; empty: none
+    std::string shell_program;      // runs where the platform's own shell is not installed; empty: none
+    std::string conversion_library; // is opened where the platform's own is not installed; empty: none
 
     bool hides_secrets = false;                      // of secret elements (secret.h)
     bool has_refused_a_text = false;                 // the saved one, in which no element can be found
