@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "shell/candidates.h"
 #include "shell/check.h"
 #include "shell/command_error.h"
 #include "shell/lines.h"
@@ -73,6 +74,7 @@ void export_options(const Options &options) {
 }
 
 int run(const Options &options) {
+    if (options.completed) return shell::print_candidates(options);
     if (options.checked_file) return shell::check_file(*options.checked_file, options.json);
     export_options(options);
     Session session(options);
@@ -86,6 +88,7 @@ int parse_and_run(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
+        if (shell::asks_for_candidates(app)) return shell::print_candidates(options);
         std::ostringstream help;
         if (app.exit(error, help) != 0) return shell::kExitUsage;
         std::fputs(help.str().c_str(), stdout);

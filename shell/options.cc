@@ -2,7 +2,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "shell/session.h"
 #include "shell/usage.h"
@@ -11,6 +14,7 @@
 namespace shell {
 namespace {
 
+constexpr char kComplete[] = "--complete";
 constexpr double kLongestDeadline = 1e9;
 
 // Checks of CLI11: an empty text or what is wrong.
@@ -32,6 +36,21 @@ std::string seconds_given(const std::string &text) {
     const bool is_number = CLI::detail::lexical_cast(text, seconds);
     return is_number && seconds > 0 && seconds <= kLongestDeadline ? ""
                                                                    : "needs a number of seconds above 0, at most 1e9";
+}
+
+// The words that an argument may be. CLI11 does not give them back, so they are also the name of the check.
+CLI::Validator one_of(const std::vector<std::string> &words) {
+    return CLI::IsMember(words).description("").name(CLI::detail::join(words, " "));
+}
+
+// Declare an option that is not in the help, since only the completions of the user's shell need it. CLI11 would end
+// the help with an empty line if the group without a name were the last one, so that the help's own option comes after
+// it.
+void declare_hidden_option(CLI::App &app, Options &options) {
+    const std::string help = app.get_help_ptr()->get_name(false, true), meaning = app.get_help_ptr()->get_description();
+    app.set_help_flag();
+    app.add_option(kComplete, options.completed, "print what may come next in this command")->group("");
+    app.set_help_flag(help, meaning);
 }
 
 void declare_session_options(CLI::App &app, Options &options) {
@@ -90,7 +109,7 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
         ->envname("VSH_MASK");
     app.add_option("--color", options.color, "colors: auto (on a terminal, unless NO_COLOR is set), always or never")
         ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+        ->check(one_of({"auto", "always", "never"}));
     app.add_flag("--no-pager", options.no_pager, "never show a long text on a terminal with $PAGER (default: less)");
     app.add_option("--timeout-unit", options.timeout_unit,
                    "milliseconds per unit of the receive time-out, which has 120 units (default 1000)")
@@ -134,14 +153,66 @@ void declare_help(CLI::App &app) {
         "With --check: 0 nothing is wrong, 1 only warnings, 2 at least one error.");
 }
 
+std::vector<std::string> names_of(const CLI::Option &option) {
+    std::vector<std::string> names;
+    for (const std::string &name : option.get_snames())
+        names.push_back('-' + name);
+    for (const std::string &name : option.get_lnames())
+        names.push_back("--" + name);
+    return names;
+}
+
+std::vector<std::string> names_of(const std::set<CLI::Option *> &options) {
+    std::vector<std::string> names;
+    names.reserve(options.size());
+    for (const CLI::Option *option : options)
+        names.push_back(names_of(*option).front());
+    std::ranges::sort(names);
+    return names;
+}
+
+std::vector<std::string> words_of_argument(CLI::Option &option) try {
+    const std::string name = option.get_validator()->get_name();
+    return name.empty() ? std::vector<std::string>() : CLI::detail::split(name, ' ');
+} catch (const CLI::OptionNotFound &) { // no check
+    return {};
+}
+
+OptionUsage usage_of(CLI::Option &option) {
+    const bool is_flag = option.get_items_expected_max() == 0;
+    return {.names = names_of(option),
+            .argument = is_flag ? "" : option.get_type_name(),
+            .words = words_of_argument(option),
+            .meaning = option.get_description(),
+            .variable = option.get_envname(),
+            .needs = names_of(option.get_needs()),
+            .excludes = names_of(option.get_excludes()),
+            .may_repeat = option.get_expected_max() > 1};
+}
+
 } // namespace
 
 void declare_options(CLI::App &app, Options &options) {
+    declare_hidden_option(app, options);
     declare_session_options(app, options);
     declare_options_of_commands(app, options);
     declare_options_of_checks(app, options);
     app.set_version_flag("--version", "vsh " VSH_VERSION, "print the version and exit");
     declare_help(app);
+}
+
+bool asks_for_candidates(const CLI::App &app) {
+    return app.get_option(kComplete)->count() > 0;
+}
+
+std::vector<OptionUsage> usages_of_options() {
+    CLI::App app;
+    Options options;
+    declare_options(app, options);
+    std::vector<OptionUsage> usages;
+    for (CLI::Option *option : app.get_options([](const CLI::Option *one) { return !one->get_group().empty(); }))
+        usages.push_back(usage_of(*option));
+    return usages;
 }
 
 } // namespace shell

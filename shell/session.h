@@ -20,7 +20,8 @@ struct Options {
     bool stop_on_error = false;        // of a script, or of several commands
     std::optional<std::string> switch_file, store;
     std::optional<uint16_t> vdc;
-    std::string display_option; // ignored: a shell on the switch passes it
+    std::optional<std::string> completed; // print what may come next in this command
+    std::string display_option;           // ignored: a shell on the switch passes it
     uint32_t debug_mask = 0, filter_mode = 0;
     bool script_mode = false;
     bool no_warnings = false;          // of the description

@@ -1,4 +1,4 @@
-// One row for each command of the grammar. The forms of a display are listed once for all displays.
+// One usage for each command of the grammar. The forms of a display are listed once for all displays.
 #include "shell/usage.h"
 
 #include <algorithm>
@@ -11,17 +11,24 @@ namespace {
 
 constexpr std::size_t kMeaningColumn = 32;
 
-std::string row(const std::string &syntax, const std::string &meaning) {
-    std::string text = "  " + syntax;
+std::string row(const std::string &before, const Usage &usage) {
+    std::string text = "  " + before + usage.words;
+    if (!usage.argument.empty()) text += usage.is_optional ? " [" + usage.argument + "]" : " " + usage.argument;
     text.resize(std::max(text.size() + 2, kMeaningColumn), ' ');
-    return text + meaning + '\n';
+    return text + usage.meaning + '\n';
 }
 
-// The argument that may or must follow a word, with its blank; empty if there is none.
+std::string rows(const std::vector<Usage> &usages, const std::string &before = "") {
+    std::string text;
+    for (const Usage &usage : usages)
+        text += row(before, usage);
+    return text;
+}
+
+// The argument that may or must follow a word; empty if there is none.
 std::string argument_of(const Node &node) {
     if (node.next.size() != 1 || node.next[0].slot == Slot::kNone) return "";
-    const std::string name = std::string(node.next[0].word) + (node.next[0].repeats ? "..." : "");
-    return node.action != nullptr ? " [" + name + "]" : " " + name;
+    return std::string(node.next[0].word) + (node.next[0].repeats ? "..." : "");
 }
 
 std::string meaning_of(const Node &node) {
@@ -31,17 +38,30 @@ std::string meaning_of(const Node &node) {
     return node.help + std::string(node.form->startup == nullptr ? "; running only" : "; startup only");
 }
 
-// The rows of a node and of the words below it, up to a display.
-std::string rows_of(const Node &node, const std::string &before) {
-    if (node.is_hidden) return "";
-    const std::string syntax = before + std::string(node.word), argument = argument_of(node);
-    if (!argument.empty()) return row(syntax + argument, meaning_of(node));
-    std::string rows;
-    if (node.action != nullptr || node.filter != FilterKind::kNone) rows = row(syntax, meaning_of(node));
-    if (node.display != nullptr) return rows;
+Usage usage_of(const Node &node, const std::string &before) {
+    if (node.slot != Slot::kNone) return {.words = before, .argument = std::string(node.word), .meaning = node.help};
+    return {.words = before.empty() ? std::string(node.word) : before + ' ' + std::string(node.word),
+            .argument = argument_of(node),
+            .is_optional = node.action != nullptr,
+            .meaning = meaning_of(node)};
+}
+
+// Add the usages of a node and of the words below it, up to a display.
+void add_usages(const Node &node, const std::string &before, std::vector<Usage> &usages) {
+    if (node.is_hidden) return;
+    const Usage usage = usage_of(node, before);
+    const bool has_argument = !usage.argument.empty();
+    if (has_argument || node.action != nullptr || node.filter != FilterKind::kNone) usages.push_back(usage);
+    if (has_argument || node.display != nullptr) return;
     for (const Node &next : node.next)
-        rows += rows_of(next, syntax + ' ');
-    return rows;
+        add_usages(next, usage.words, usages);
+}
+
+std::vector<Usage> usages_of(std::span<const Node> nodes) {
+    std::vector<Usage> usages;
+    for (const Node &node : nodes)
+        add_usages(node, "", usages);
+    return usages;
 }
 
 // The first display's list of forms, which is that of all.
@@ -55,21 +75,31 @@ std::span<const Node> forms_below(std::span<const Node> nodes) {
 
 } // namespace
 
+std::vector<Usage> usages_of_commands() {
+    return usages_of(commands());
+}
+
+std::vector<Usage> usages_of_forms() {
+    std::vector<Usage> usages = usages_of(forms_below(commands()));
+    usages.insert(usages.begin(), Usage{.words = "(none)", .argument = "", .meaning = "the whole configuration"});
+    return usages;
+}
+
+std::vector<Usage> usages_of_narrowings() {
+    return usages_of(narrowings());
+}
+
+std::vector<Usage> usages_of_filters() {
+    return usages_of(filters());
+}
+
 std::string list_of_commands() {
-    std::string list = "Commands:\n";
-    for (const Node &node : commands())
-        list += rows_of(node, "");
-    list += "\nForms, after show running-config, show startup-config and checkpoint:\n";
-    list += row("(none)", "the whole configuration");
-    for (const Node &node : forms_below(commands()))
-        list += rows_of(node, "");
-    list += "\nAfter most forms of a part of the configuration; ? at the prompt lists what fits:\n";
-    for (const Node &node : narrowings())
-        list += rows_of(node, "");
-    list += "\nFilters, after any of these commands that shows a configuration, also several:\n";
-    for (const Node &node : filters())
-        list += rows_of(node, "| ");
-    return list;
+    return "Commands:\n" + rows(usages_of_commands()) +
+           "\nForms, after show running-config, show startup-config and checkpoint:\n" + rows(usages_of_forms()) +
+           "\nAfter most forms of a part of the configuration; ? at the prompt lists what fits:\n" +
+           rows(usages_of_narrowings()) +
+           "\nFilters, after any of these commands that shows a configuration, also several:\n" +
+           rows(usages_of_filters(), "| ");
 }
 
 } // namespace shell

@@ -1,0 +1,43 @@
+#include "shell/candidates.h"
+
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "shell/exit_code.h"
+#include "shell/line.h"
+#include "sim/notation.h"
+#include "sim/switch.h"
+
+namespace shell {
+namespace {
+
+// The name of a slot is no candidate, and a tab or a newline in a name would be taken for the end of the word.
+bool is_candidate(const Suggestion &suggestion) {
+    return !suggestion.is_slot && sim::printable(suggestion.word) == suggestion.word;
+}
+
+int print(const Suggestions &suggestions) {
+    std::string list;
+    for (const Suggestion &suggestion : suggestions.words)
+        if (is_candidate(suggestion))
+            list += suggestion.word + (suggestion.may_go_on ? "\t" : " \t") + suggestion.help + '\n';
+    std::fputs(list.c_str(), stdout);
+    return std::fflush(stdout) == 0 ? kExitComplete : kExitFailure;
+}
+
+} // namespace
+
+int print_candidates(Options options) {
+    if (!options.completed) return kExitUsage; // the parser did not come as far
+    options.no_warnings = true;
+    try {
+        Session session(options);
+        return print(suggest(*options.completed, session.current()));
+    } catch (const std::exception &) {
+        print(suggest(*options.completed, sim::Switch()));
+        return kExitUsage;
+    }
+}
+
+} // namespace shell
