@@ -111,6 +111,9 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
         ->type_name("WHEN")
         ->check(one_of({"auto", "always", "never"}));
     app.add_flag("--no-pager", options.no_pager, "never show a long text on a terminal with $PAGER (default: less)");
+}
+
+void declare_options_of_times(CLI::App &app, Options &options) {
     app.add_option("--timeout-unit", options.timeout_unit,
                    "milliseconds per unit of the receive time-out, which has 120 units (default 1000)")
         ->type_name("MS")
@@ -196,6 +199,7 @@ void declare_options(CLI::App &app, Options &options) {
     declare_hidden_option(app, options);
     declare_session_options(app, options);
     declare_options_of_commands(app, options);
+    declare_options_of_times(app, options);
     declare_options_of_checks(app, options);
     app.set_version_flag("--version", "vsh " VSH_VERSION, "print the version and exit");
     declare_help(app);
