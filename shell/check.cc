@@ -1,6 +1,8 @@
 // The findings of a check, as lines for people and compilers' tools ("FILE:LINE: error: ..."), or as JSON.
 #include "shell/check.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 
@@ -10,6 +12,7 @@
 #include "sim/check/check.h"
 #include "sim/description.h"
 #include "sim/notation.h"
+#include "sim/visible.h"
 
 namespace shell {
 namespace {
@@ -30,8 +33,9 @@ std::string count_of(const Findings &findings, Severity severity) {
 }
 
 void print_lines(const std::string &path, const Findings &findings) {
+    const std::string shown = isatty(STDOUT_FILENO) != 0 ? sim::visible(path) : path;
     for (const Finding &finding : findings) {
-        const std::string place = sim::DescriptionError::place(path, finding.line);
+        const std::string place = sim::DescriptionError::place(shown, finding.line);
         std::printf("%s: %s: %s: %s; %s\n", place.c_str(), word_of(finding.severity), finding.name,
                     finding.message.c_str(), finding.advice.c_str());
     }

@@ -4,28 +4,20 @@
 #include <cstdio>
 
 #include "shell/message.h"
+#include "sim/visible.h"
 
 namespace shell {
 namespace {
 
 constexpr std::size_t kLongestShown = 200, kWidth = 76, kMostExpected = 24;
 
-bool is_printable(unsigned char c) {
-    return c >= ' ' && c != 0x7f;
-}
-
-// A byte that goes on with a character of UTF-8 takes no column.
-std::size_t columns(std::string_view text) {
-    return static_cast<std::size_t>(std::ranges::count_if(text, [](unsigned char c) { return (c & 0xc0) != 0x80; }));
-}
-
 bool can_be_marked(const CommandError &error, std::string_view line) {
-    return error.part.data() != nullptr && line.size() <= kLongestShown && std::ranges::all_of(line, is_printable);
+    return error.part.data() != nullptr && line.size() <= kLongestShown && !sim::has_control(line);
 }
 
 void mark(std::string_view part, std::string_view line) {
-    const std::size_t before = columns({line.data(), static_cast<std::size_t>(part.data() - line.data())});
-    const std::size_t width = std::max<std::size_t>(columns(part), 1);
+    const std::size_t before = sim::columns_of({line.data(), static_cast<std::size_t>(part.data() - line.data())});
+    const std::size_t width = std::max<std::size_t>(sim::columns_of(part), 1);
     std::fprintf(stderr, "  %.*s\n  %s%s\n", static_cast<int>(line.size()), line.data(),
                  std::string(before, ' ').c_str(), std::string(width, '^').c_str());
 }
@@ -50,7 +42,7 @@ std::string list_of(const std::vector<std::string> &words) {
 void report(const CommandError &error, std::string_view line) {
     print_message("%s", error.what());
     if (can_be_marked(error, line)) mark(error.part, line);
-    if (!error.expected.empty()) std::fputs(list_of(error.expected).c_str(), stderr);
+    if (!error.expected.empty()) write_messages(list_of(error.expected));
 }
 
 } // namespace shell

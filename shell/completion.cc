@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "sim/visible.h"
+
 namespace shell {
 namespace {
 
@@ -12,13 +14,8 @@ bool is_continuation(char c) {
     return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
 }
 
-// Columns on a terminal, if every character takes one.
-std::size_t columns(std::string_view text) {
-    return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, is_continuation));
-}
-
 std::string padded(std::string text, std::size_t width) {
-    const std::size_t taken = columns(text);
+    const std::size_t taken = sim::columns_of(text);
     return text.append(taken < width ? width - taken : 0, ' ');
 }
 
@@ -33,14 +30,14 @@ std::string_view common_beginning(std::string_view a, std::string_view b) {
 // Of a list, the item that would be added.
 std::string shown(const Suggestion &suggestion) {
     const std::string &word = suggestion.word;
-    return suggestion.may_go_on ? word.substr(word.rfind(',') + 1) : word;
+    return sim::visible(suggestion.may_go_on ? word.substr(word.rfind(',') + 1) : word);
 }
 
 std::string in_columns(const std::vector<std::string> &words, std::string_view indent, uint32_t width) {
     const std::size_t count = std::min(words.size(), kMostListed);
     std::size_t widest = 0;
     for (std::size_t i = 0; i < count; ++i)
-        widest = std::max(widest, columns(words[i]) + 2);
+        widest = std::max(widest, sim::columns_of(words[i]) + 2);
     const std::size_t room = width > indent.size() ? width - indent.size() : 1;
     const std::size_t across = std::max<std::size_t>((room + 1) / std::max<std::size_t>(widest, 1), 1);
     const std::size_t rows = (count + across - 1) / across;
@@ -80,6 +77,7 @@ Completion complete(const Suggestions &suggestions) {
     }
     if (first == nullptr) return completion;
     completion.rest = common.substr(std::min(suggestions.partial.size(), common.size()));
+    if (sim::has_control(completion.rest)) return {}; // which no key types
     completion.is_whole = count == 1 && !first->may_go_on;
     return completion;
 }
@@ -91,7 +89,7 @@ std::string list_of_words(const Suggestions &suggestions, uint32_t width) {
 std::string list_with_help(const Suggestions &suggestions, uint32_t width) {
     std::string list;
     for (const Suggestion &suggestion : suggestions.words)
-        if (!suggestion.is_value) list += help_row(suggestion.word, suggestion.help);
+        if (!suggestion.is_value) list += help_row(sim::visible(suggestion.word), suggestion.help);
     list += in_columns(shown_words(suggestions, true), "    ", width);
     if (suggestions.may_end) list += help_row("<cr>", "run the command");
     if (suggestions.may_be_filtered) list += help_row("|", "filter the text");

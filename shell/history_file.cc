@@ -19,7 +19,9 @@
 #include <thread>
 #include <utility>
 
+#include "shell/lines.h"
 #include "shell/message.h"
+#include "sim/visible.h"
 
 namespace shell {
 namespace {
@@ -109,10 +111,10 @@ class LockedFile {
     int descriptor_ = -1;
 };
 
-// Nothing that would steer a terminal, and only text that it can show.
+// What can be typed.
 bool is_presentable(std::string_view line) {
-    const bool has_control = std::ranges::any_of(line, [](unsigned char c) { return c < ' ' || c == 0x7f; });
-    return !line.empty() && !has_control && g_utf8_validate(line.data(), static_cast<gssize>(line.size()), nullptr);
+    return !line.empty() && line.size() <= kLongestLine && !sim::has_control(line) &&
+           g_utf8_validate(line.data(), static_cast<gssize>(line.size()), nullptr);
 }
 
 std::vector<std::string> presentable_lines(std::string_view text) {

@@ -3,55 +3,18 @@
 #include <string>
 
 #include "shell/stages.h"
+#include "sim/visible.h"
 
 namespace shell {
 namespace {
 
 constexpr std::string_view kDim = "\x1b[2m", kBold = "\x1b[1m", kPlain = "\x1b[0m";
 
-// The length of the character of UTF-8 at the beginning, or 0 if there is none.
-std::size_t length_of_character(std::string_view text) {
-    const auto first = static_cast<unsigned char>(text[0]);
-    const std::size_t length = first < 0x80 ? 1 : first < 0xc2 ? 0 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-    return length != 0 && text.size() >= length && is_utf8(text.substr(0, length)) ? length : 0;
-}
-
-// The control characters from 0x80 on; in UTF-8 they have the lead byte 0xc2.
-bool is_high_control(unsigned char c) {
-    return c >= 0x80 && c < 0xa0;
-}
-
-void append_in_hex(std::string &text, unsigned char c) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    text.append("\\x").append(1, kDigits[c >> 4]).append(1, kDigits[c & 15]);
-}
-
-void append_shown(std::string &shown, std::string_view character) {
-    const auto first = static_cast<unsigned char>(character[0]), last = static_cast<unsigned char>(character.back());
-    if (character.size() == 1 && (first < ' ' || first == 0x7f) && first != '\t') {
-        shown.append(1, '^').append(1, static_cast<char>(first ^ 0x40));
-    } else if (is_high_control(last) && (character.size() == 1 || (character.size() == 2 && first == 0xc2))) {
-        append_in_hex(shown, last);
-    } else {
-        shown.append(character);
-    }
-}
-
 bool is_plain(std::string_view text) {
     bool is_plain = true;
     for (const char c : text)
         is_plain &= (c >= ' ' && c < 0x7f) || c == '\t';
     return is_plain;
-}
-
-std::string with_controls_shown(std::string_view text) {
-    std::string shown;
-    while (!text.empty()) {
-        const std::size_t length = std::max<std::size_t>(length_of_character(text), 1);
-        append_shown(shown, text.substr(0, length));
-        text.remove_prefix(length);
-    }
-    return shown;
 }
 
 class LooksStage : public Stage {
@@ -76,7 +39,7 @@ class LooksStage : public Stage {
   private:
     void append(std::string_view line) {
         if (!looks_.shows_controls || is_plain(line)) return color(line);
-        color(with_controls_shown(line));
+        color(sim::visible(line, "\t"));
     }
 
     // Headers and comments are dim, the first word of a line without indentation is bold.

@@ -89,8 +89,10 @@ int parse_and_run(int argc, char **argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
         if (shell::asks_for_candidates(app)) return shell::print_candidates(options);
-        std::ostringstream help;
-        if (app.exit(error, help) != 0) return shell::kExitUsage;
+        std::ostringstream help, messages;
+        const bool is_error = app.exit(error, help, messages) != 0;
+        shell::write_messages(messages.str());
+        if (is_error) return shell::kExitUsage;
         std::fputs(help.str().c_str(), stdout);
         return shell::flush_output() ? 0 : shell::kExitFailure;
     }

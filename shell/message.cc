@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+#include "sim/visible.h"
+
 namespace shell {
 namespace {
 
@@ -23,6 +25,14 @@ void log_message(std::string_view text) {
     [[maybe_unused]] const ssize_t written = write(log_descriptor, line.data(), line.size());
 }
 
+std::string for_user(std::string_view text, std::string_view kept = "") {
+    return isatty(STDERR_FILENO) != 0 ? sim::visible(text, kept) : std::string(text);
+}
+
+void write_to_user(const std::string &text) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
 } // namespace
 
 // The line is one write, so that a line of another process does not divide it.
@@ -34,8 +44,12 @@ void print_message(const char *format, ...) {
     va_end(arguments);
     if (length < 0) return;
     const std::unique_ptr<char, decltype(&std::free)> owner(text, std::free);
-    std::fprintf(stderr, "vsh: %s%s%s\n", current_place.c_str(), current_place.empty() ? "" : ": ", text);
+    write_to_user(for_user("vsh: " + current_place + (current_place.empty() ? "" : ": ") + text) + '\n');
     log_message(text);
+}
+
+void write_messages(std::string_view lines) {
+    write_to_user(for_user(lines, "\n\t"));
 }
 
 Place::Place(std::string place) {

@@ -366,13 +366,12 @@ struct PassedText {
 
     bool is_usable() const { return text && messages >= 0; }
     void copy_messages() const {
+        std::string lines;
         char block[4096];
-        off_t at = 0;
-        for (ssize_t got = pread(messages, block, sizeof block, at); got > 0;
-             got = pread(messages, block, sizeof block, at)) {
-            std::fwrite(block, 1, static_cast<std::size_t>(got), stderr);
-            at += got;
-        }
+        for (ssize_t got = pread(messages, block, sizeof block, 0); got > 0;
+             got = pread(messages, block, sizeof block, static_cast<off_t>(lines.size())))
+            lines.append(block, static_cast<std::size_t>(got));
+        write_messages(lines);
     }
 };
 

@@ -1,13 +1,14 @@
 // Numbers, names and id ranges as people write them, in switch descriptions and in commands.
 #include "sim/notation.h"
 
-#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <stdexcept>
 
 #include <qarncli/if_index_list.h>
 #include <qarncli/ifindex.h>
+
+#include "sim/visible.h"
 
 namespace sim {
 namespace {
@@ -77,10 +78,7 @@ std::size_t start_of_number(std::string_view text, std::size_t end) {
 }
 
 std::string printable(std::string_view text) {
-    std::string shown(text);
-    std::replace_if(
-        shown.begin(), shown.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
-    return shown;
+    return replace_controls(text, [](uint32_t) { return "?"; });
 }
 
 std::string quoted(std::string_view word) {

@@ -33,7 +33,7 @@ std::optional<Manifest> manifest;
 bool is_whole = true;
 
 void report(const std::string &path, const std::string &what) {
-    std::fprintf(stderr, "store: %s: %s\n", path.c_str(), what.c_str());
+    std::fprintf(stderr, "store: %s: %s\n", printable(path).c_str(), printable(what).c_str());
     is_whole = false;
 }
 

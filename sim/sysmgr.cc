@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "sim/notation.h"
 #include "sim/saved_config.h"
 #include "sim/store.h"
 #include "sim/switch.h"
@@ -44,7 +45,7 @@ uint32_t move_lock(const Switch &sw, const void *request) {
     try {
         lock_store(sw.store, LockMode::kShared);
     } catch (const LockError &error) {
-        std::fprintf(stderr, "store: %s\n", error.what());
+        std::fprintf(stderr, "store: %s\n", printable(error.what()).c_str());
         return error.status;
     }
     open_saved_config(sw);
