@@ -1,6 +1,7 @@
 #include "shell/output.h"
 
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -103,10 +104,19 @@ bool has_colors(const Options &options, bool is_terminal) {
     return is_terminal && options.debug_mask == 0 && value_of("NO_COLOR").empty() && !is_dumb();
 }
 
+// On a screen of a few characters a pager shows little more than its own prompt. A screen may not report its size.
+bool is_tiny() {
+    constexpr int kFewestRows = 3, kFewestColumns = 10;
+    struct winsize size = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return false;
+    return (size.ws_row != 0 && size.ws_row < kFewestRows) || (size.ws_col != 0 && size.ws_col < kFewestColumns);
+}
+
 // An empty $PAGER means none. Debug traces are to be seen at once, not when the screen is full.
 bool is_paged(const Options &options) {
     const bool has_program = std::getenv("PAGER") == nullptr || !value_of("PAGER").empty();
-    return isatty(STDIN_FILENO) != 0 && !options.no_pager && options.debug_mask == 0 && !is_dumb() && has_program;
+    return isatty(STDIN_FILENO) != 0 && !options.no_pager && options.debug_mask == 0 && !is_dumb() && has_program &&
+           !is_tiny();
 }
 
 // While the object lives, a write without a reader fails with EPIPE.

@@ -116,7 +116,8 @@ class PagedScreen : public Destination {
         pager_.wait(input, !text_.empty());
         if (!pager_.has_ended()) return push();
         mode_ = Mode::kOver;
-        if (!pager_.has_failed()) return;
+        if (pager_.was_killed()) plain_->take("\n"); // it may have left a line without an end
+        if (!pager_.has_failed()) return plain_->finish();
         text_.replace(0, done_, pager_.take_back());
         go_on_without_pager();
         if (is_ended_) plain_->finish();

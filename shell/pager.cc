@@ -116,6 +116,11 @@ bool Pager::has_failed() const {
     return WIFEXITED(status_) && (WEXITSTATUS(status_) == kNotExecutable || WEXITSTATUS(status_) == kNotFound);
 }
 
+bool Pager::was_killed() const {
+    constexpr int kFirstOfSignal = 128; // the exit code of a shell whose program was killed
+    return WIFSIGNALED(status_) || WEXITSTATUS(status_) > kFirstOfSignal;
+}
+
 std::string Pager::take_back() const {
     fcntl(read_end_, F_SETFL, O_NONBLOCK); // not before: the pager shared this descriptor
     std::string text;

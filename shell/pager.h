@@ -26,6 +26,7 @@ class Pager {
     bool has_ended();
     // After its end: whether its program could not be started. Whoever tried has reported it.
     bool has_failed() const;
+    bool was_killed() const; // by a signal
     // What it has not read.
     std::string take_back() const;
 

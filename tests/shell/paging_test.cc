@@ -29,6 +29,13 @@ std::string long_switch(const std::string &more) {
     return "-s " + path;
 }
 
+int connect_to_tiny_terminal(pid_t &pid) {
+    int terminal = -1;
+    const struct winsize size = {2, 80, 0, 0};
+    pid = forkpty(&terminal, nullptr, nullptr, &size);
+    return terminal;
+}
+
 class Paging : public testing::Test {
   protected:
     Paging() {
@@ -38,8 +45,8 @@ class Paging : public testing::Test {
     }
 
     // What the shell writes to a terminal. The status is kept.
-    std::string shown(const std::string &arguments) {
-        Shell shell(arguments, connect_to_terminal);
+    std::string shown(const std::string &arguments, int (*connect)(pid_t &) = connect_to_terminal) {
+        Shell shell(arguments, connect);
         status = shell.status();
         return shell.out;
     }
@@ -55,6 +62,7 @@ TEST_F(Paging, TakesOnlyATextThatIsLongerThanTheScreen) {
     EXPECT_FALSE(is_paged(kLong + std::string(" --no-pager")));
     EXPECT_FALSE(is_paged("-c 'show running-config | no-more'"));
     EXPECT_FALSE(is_paged(kLong + std::string(" </dev/null")));
+    EXPECT_EQ(shown(kLong, connect_to_tiny_terminal).find("page: "), std::string::npos);
     setenv("TERM", "dumb", 1);
     EXPECT_FALSE(is_paged(kLong));
 }
@@ -73,6 +81,12 @@ TEST_F(Paging, EndsACommandWhosePagerEnds) {
     EXPECT_EQ(status, 0);
 }
 
+TEST_F(Paging, EndsTheLineOfAPagerThatIsKilled) {
+    setenv("PAGER", "printf :; kill -9 $$", 1);
+    EXPECT_EQ(shown(kLong), ":\r\n");
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(Paging, ReportsAfterThePagerWhatIsMissing) {
     setenv("PAGER", "cat; echo end of the pager", 1);
     const std::string out = shown(long_switch(kMute) + " --timeout-unit 1 -c 'show running-config'");
@@ -86,12 +100,13 @@ TEST_F(Paging, ReportsAfterThePagerWhatIsMissing) {
 TEST_F(Paging, ShowsControlCharactersAndColorsOnATerminalOnly) {
     const std::string store = testing::TempDir() + "paging-store";
     std::filesystem::create_directories(store + "/startup-cfg");
-    std::ofstream(store + "/startup-cfg/system.cfg") << "! a\nhead \x1b[31m\xc2\x9b \x9b \xc3\xa9\n  body\n";
+    std::ofstream(store + "/startup-cfg/system.cfg")
+        << "! a\nhead \x1b[31m\xc2\x9b \x9b \xe2\x80\xae\xc3\xa9\n  body\n";
     const std::string show = "--store " + store + " -c 'show startup-config'";
-    EXPECT_EQ(shown(show), "! a\r\nhead ^[[31m\\x9b \\x9b \xc3\xa9\r\n  body\r\n");
+    EXPECT_EQ(shown(show), "! a\r\nhead ^[[31m\\x9b \\x9b \\u202e\xc3\xa9\r\n  body\r\n");
     unsetenv("NO_COLOR");
-    EXPECT_EQ(shown(show), "\x1b[2m! a\x1b[0m\r\n\x1b[1mhead\x1b[0m ^[[31m\\x9b \\x9b \xc3\xa9\r\n  body\r\n");
-    EXPECT_EQ(shown(show + " | cat"), "! a\r\nhead \x1b[31m\xc2\x9b \x9b \xc3\xa9\r\n  body\r\n");
+    EXPECT_EQ(shown(show), "\x1b[2m! a\x1b[0m\r\n\x1b[1mhead\x1b[0m ^[[31m\\x9b \\x9b \\u202e\xc3\xa9\r\n  body\r\n");
+    EXPECT_EQ(shown(show + " | cat"), "! a\r\nhead \x1b[31m\xc2\x9b \x9b \xe2\x80\xae\xc3\xa9\r\n  body\r\n");
 }
 
 } // namespace
