@@ -18,6 +18,7 @@
 #include "shell/completion.h"
 #include "shell/line.h"
 #include "shell/message.h"
+#include "sim/visible.h"
 
 namespace shell {
 namespace {
@@ -47,15 +48,14 @@ uint32_t columns(const wchar_t *begin, const wchar_t *end) {
 // The name of a switch as a prompt.
 std::string presentable(const std::string &text) {
     char *const valid = g_utf8_make_valid(text.c_str(), static_cast<gssize>(text.size()));
-    std::string shown(valid);
+    const std::string shown = sim::visible(valid);
     g_free(valid);
-    std::ranges::replace_if(
-        shown, [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
     return shown;
 }
 
-std::size_t length_of(const std::string &text) {
-    return static_cast<std::size_t>(std::ranges::count_if(text, [](unsigned char c) { return (c & 0xc0) != 0x80; }));
+const std::string &too_long() {
+    static const std::string reason = "the line has more than " + std::to_string(kLongestLine) + " bytes";
+    return reason;
 }
 
 // The terminal is restored after every line. libedit would do so once more, and drop what was typed ahead.
@@ -146,12 +146,14 @@ void Editor::bind_keys() {
     el_set(line, EL_HIST, ::history, history_.get());
     el_set(line, EL_ADDFN, "vsh-complete", "complete the word", Callbacks::call<&Editor::complete_word>);
     el_set(line, EL_ADDFN, "vsh-help", "list what may come next", Callbacks::call<&Editor::list_help>);
+    el_set(line, EL_ADDFN, "vsh-paste", "insert a pasted text", Callbacks::call<&Editor::take_paste>);
     el_set(line, EL_ADDFN, "vsh-delete", "delete a character, or end", Callbacks::call<&Editor::delete_or_end>);
     constexpr const char *kKeys[][2] = {
         {"^I", "vsh-complete"},        {"?", "vsh-help"},
         {"^D", "vsh-delete"},          {"^R", "em-inc-search-prev"},
         {"^W", "ed-delete-prev-word"}, {"\\e[3~", "ed-delete-next-char"},
         {"\\e[1~", "ed-move-to-beg"},  {"\\e[4~", "ed-move-to-end"},
+        {"\\e[200~", "vsh-paste"},     {"\\e[201~", "ed-ignore"},
         {"\\e[1;5C", "em-next-word"},  {"\\e[1;5D", "ed-prev-word"},
     };
     for (const auto &[key, function] : kKeys)
@@ -168,6 +170,19 @@ void Editor::recall_earlier_sessions() {
     }
 }
 
+// A terminal that marks the beginning and the end of a pasted text lets the editor read all of it at once. Otherwise
+// the terminal would echo the later lines while the first one runs.
+void Editor::take_terminal() {
+    el_set(editor_.get(), EL_PREP_TERM, 1);
+    std::fputs("\x1b[?2004h", screen_.get());
+}
+
+void Editor::give_terminal_back() {
+    std::fputs("\x1b[?2004l", screen_.get());
+    std::fflush(screen_.get());
+    el_set(editor_.get(), EL_PREP_TERM, 0);
+}
+
 Editor::Event Editor::next(const std::string &prompt, std::string &line) {
     const UseLocale locale(utf8_);
     const Keyboard::Attention attention(*keyboard_);
@@ -175,13 +190,12 @@ Editor::Event Editor::next(const std::string &prompt, std::string &line) {
     width_ = width();
     listed_for_.clear();
     ending_.reset();
-    el_set(editor_.get(), EL_PREP_TERM,
-           1); // before the prompt, or the terminal could echo what is typed right after it
+    take_terminal(); // before the prompt, or the terminal could echo what is typed right after it
     int length = 0;
     const char *const text = el_gets(editor_.get(), &length);
-    el_set(editor_.get(), EL_PREP_TERM, 0);
+    give_terminal_back();
     if (error_) throw std::runtime_error(*error_);
-    if (ending_ == Event::kRefused) return refuse("the line has more than " + std::to_string(kLongestLine) + " bytes");
+    if (ending_ == Event::kRefused) return refuse(refusal_);
     if (!ending_ && text != nullptr && length > 0) return finish({text, static_cast<std::size_t>(length)}, line);
     std::fputs(ending_ == Event::kInterruption ? "^C" : "\n", screen_.get());
     std::fflush(screen_.get());
@@ -190,9 +204,10 @@ Editor::Event Editor::next(const std::string &prompt, std::string &line) {
 
 Editor::Event Editor::finish(std::string_view text, std::string &line) {
     if (text.ends_with('\n')) text.remove_suffix(1);
-    if (text.size() > kLongestLine) return refuse("the line has more than " + std::to_string(kLongestLine) + " bytes");
+    if (text.size() > kLongestLine) return refuse(too_long());
     line = text;
-    if (line.find(kNotUtf8Bytes) != std::string::npos) return refuse("the line has bytes that are no UTF-8");
+    if (line.find(kNotUtf8Bytes) != std::string::npos)
+        return refuse("the line has control characters or bytes that are no UTF-8");
     if (!words_of(line).empty()) remember(line);
     return Event::kLine;
 }
@@ -211,6 +226,10 @@ void Editor::remember(const std::string &line) {
 }
 
 bool Editor::read_character(wchar_t &character) {
+    if (const std::optional<wchar_t> held = search_keys_.take_held()) {
+        character = *held;
+        return true;
+    }
     for (;;) {
         const Keyboard::Event event = keyboard_->next();
         if (event == Keyboard::Event::kEnd) return false;
@@ -219,14 +238,25 @@ bool Editor::read_character(wchar_t &character) {
     }
     const LineInfoW *const line = el_wline(editor_.get());
     if (line->lastchar - line->buffer < static_cast<std::ptrdiff_t>(kLongestLine)) {
-        character = keyboard_->character();
+        character = typed_character();
         return true;
     }
     go_below();
     ending_ = Event::kRefused;
+    refusal_ = too_long();
     const wchar_t typed = keyboard_->character();
     if (typed != L'\n' && typed != L'\r' && !keyboard_->skip_line()) take_signal();
     return false;
+}
+
+// A pasted character is no key.
+wchar_t Editor::typed_character() {
+    const wchar_t typed = keyboard_->character();
+    const bool is_control = sim::is_control(static_cast<uint32_t>(typed));
+    if (!keyboard_->is_pasted()) return is_control && typed > 0x7f ? kNotUtf8 : search_keys_.pass(typed);
+    if (typed == L'\t') return L' ';
+    if (typed == L'\r' || typed == L'\n') return L'\n';
+    return is_control ? kNotUtf8 : typed;
 }
 
 // The terminal is as the shell's caller left it while a signal has its effect.
@@ -242,9 +272,9 @@ bool Editor::take_signal() {
         follow_window();
         return true;
     }
-    el_set(editor_.get(), EL_PREP_TERM, 0);
+    give_terminal_back();
     if (signal != SIGCONT) Keyboard::deliver(signal);
-    el_set(editor_.get(), EL_PREP_TERM, 1);
+    take_terminal();
     if (signal == SIGCONT) redraw();
     return true;
 }
@@ -256,6 +286,17 @@ void Editor::follow_window() {
     const uint32_t rows = std::min(rows_above(width_before), rows_above(width_));
     if (rows > 0) std::fprintf(screen_.get(), "\x1b[%uA", rows);
     redraw();
+}
+
+unsigned char Editor::take_paste() {
+    const Keyboard::Paste paste = keyboard_->read_paste([this] { return take_signal(); });
+    if (paste == Keyboard::Paste::kWhole) return CC_NORM;
+    if (paste == Keyboard::Paste::kTooLong) {
+        go_below();
+        ending_ = Event::kRefused;
+        refusal_ = "the pasted text has more than " + std::to_string(kMostPasted) + " bytes";
+    }
+    return CC_EOF;
 }
 
 unsigned char Editor::complete_word() {
@@ -275,7 +316,8 @@ unsigned char Editor::complete_word() {
 
 unsigned char Editor::list_help() {
     const std::string text(before_cursor());
-    if (!is_text(text)) return show_below(list_with_help(suggest(text, current_switch_()), width_));
+    if (!is_text(text) && !keyboard_->is_pasted())
+        return show_below(list_with_help(suggest(text, current_switch_()), width_));
     el_insertstr(editor_.get(), "?");
     return CC_REFRESH;
 }
@@ -317,12 +359,12 @@ std::string_view Editor::before_cursor() const {
 
 uint32_t Editor::rows_above(uint32_t width) const {
     const LineInfoW *const line = el_wline(editor_.get());
-    return (static_cast<uint32_t>(length_of(prompt_)) + columns(line->buffer, line->cursor)) / width;
+    return (static_cast<uint32_t>(sim::columns_of(prompt_)) + columns(line->buffer, line->cursor)) / width;
 }
 
 uint32_t Editor::rows_below(uint32_t width) const {
     const LineInfoW *const line = el_wline(editor_.get());
-    const uint32_t end = static_cast<uint32_t>(length_of(prompt_)) + columns(line->buffer, line->lastchar);
+    const uint32_t end = static_cast<uint32_t>(sim::columns_of(prompt_)) + columns(line->buffer, line->lastchar);
     return end / width - rows_above(width);
 }
 

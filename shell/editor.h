@@ -14,6 +14,7 @@
 #include "shell/history_file.h"
 #include "shell/keyboard.h"
 #include "shell/lines.h"
+#include "shell/search_keys.h"
 #include "sim/switch.h"
 
 struct editline; // of libedit
@@ -35,6 +36,7 @@ class Editor : public LineReader {
     bool is_usable() const { return is_usable_; }
 
     Event next(const std::string &prompt, std::string &line) override;
+    void drop_input() override { keyboard_->drop_input(); }
 
   private:
     class Callbacks; // from libedit
@@ -45,14 +47,18 @@ class Editor : public LineReader {
 
     bool start();
     void bind_keys();
+    void take_terminal();
+    void give_terminal_back();
     void recall_earlier_sessions();
     Event finish(std::string_view text, std::string &line);
     static Event refuse(const std::string &reason);
+    wchar_t typed_character();
     void remember(const std::string &line);
 
     // For the callbacks.
     bool read_character(wchar_t &character); // false if the line ends here
     bool take_signal();
+    unsigned char take_paste();
     unsigned char complete_word();
     unsigned char list_help();
     unsigned char delete_or_end();
@@ -78,7 +84,9 @@ class Editor : public LineReader {
     uint32_t width_ = 0;               // of the terminal
     std::string listed_for_;           // the text for which a Tab found no unique word
     std::optional<Event> ending_;      // of a line that ended otherwise than by the Enter key
+    std::string refusal_;              // why the line is refused
     std::optional<std::string> error_; // of standard input
+    SearchKeys search_keys_;
 };
 
 } // namespace shell

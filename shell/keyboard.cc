@@ -8,9 +8,13 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
+#include <utility>
 
 namespace shell {
 namespace {
+
+constexpr std::size_t kBlock = 65536;
 
 bool is_ignored(int signal) {
     struct sigaction action = {};
@@ -65,14 +69,16 @@ void Keyboard::deliver(int signal) {
 
 Keyboard::Event Keyboard::next() {
     for (;;) {
-        if (input_.empty()) {
+        if (at_ == input_.size()) {
+            drop_input();
             if (wait() == Source::kSignal) return Event::kSignal;
             if (!read_input(1)) return Event::kEnd; // more would take from a program that the command starts
-            continue;
+        } else if (take_signal()) {
+            return Event::kSignal;
         }
-        const char byte = input_[0];
-        input_.erase(0, 1);
-        if (const std::optional<wchar_t> character = decode(byte)) {
+        if (at_ == input_.size()) continue;
+        is_pasted_ = at_ < pasted_end_;
+        if (const std::optional<wchar_t> character = decode(input_[at_++])) {
             character_ = *character;
             return Event::kCharacter;
         }
@@ -81,12 +87,43 @@ Keyboard::Event Keyboard::next() {
 
 bool Keyboard::skip_line() {
     for (;;) {
-        const std::size_t end = input_.find_first_of("\r\n");
-        input_.erase(0, end == std::string::npos ? end : end + 1);
-        if (end != std::string::npos) return true;
+        const std::size_t end = input_.find_first_of("\r\n", at_);
+        if (end != std::string::npos) {
+            at_ = end + 1;
+            return true;
+        }
+        drop_input();
         if (wait() == Source::kSignal) return false;
-        if (!read_input(65536)) return true;
+        if (!read_input(kBlock)) return true;
     }
+}
+
+Keyboard::Paste Keyboard::read_paste(const std::function<bool()> &take_signal) {
+    constexpr std::string_view kEndOfPaste = "\x1b[201~";
+    Paste paste = Paste::kWhole;
+    input_.erase(0, std::exchange(at_, 0));
+    pasted_end_ = 0;
+    for (std::size_t searched = 0;;) {
+        const std::size_t end = input_.find(kEndOfPaste, searched);
+        if (end != std::string::npos) {
+            input_.erase(end, kEndOfPaste.size());
+            pasted_end_ = end;
+            if (end > kMostPasted) paste = Paste::kTooLong;
+            if (paste == Paste::kTooLong) at_ = end;
+            return paste;
+        }
+        searched = input_.size() - std::min(input_.size(), kEndOfPaste.size() - 1);
+        if (input_.size() > kMostPasted) {
+            paste = Paste::kTooLong;
+            input_.erase(0, std::exchange(searched, 0));
+        }
+        if (wait() == Source::kSignal ? !take_signal() : !read_input(kBlock)) return Paste::kEnd;
+    }
+}
+
+void Keyboard::drop_input() {
+    input_.clear();
+    at_ = pasted_end_ = 0;
 }
 
 // Signals come first, or a flood of input would hold them up.
@@ -94,18 +131,21 @@ Keyboard::Source Keyboard::wait() {
     struct pollfd sources[] = {{signals_, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
     for (;;) {
         if (poll(sources, 2, -1) < 0 && errno != EINTR) throw std::runtime_error(std::strerror(errno));
-        struct signalfd_siginfo info;
-        if (read(signals_, &info, sizeof info) == sizeof info) {
-            signal_ = static_cast<int>(info.ssi_signo);
-            if (signal_ == SIGINT) input_.clear();
-            return Source::kSignal;
-        }
+        if (take_signal()) return Source::kSignal;
         if (sources[1].revents != 0) return Source::kInput;
     }
 }
 
+bool Keyboard::take_signal() {
+    struct signalfd_siginfo info;
+    if (read(signals_, &info, sizeof info) != sizeof info) return false;
+    signal_ = static_cast<int>(info.ssi_signo);
+    if (signal_ == SIGINT) drop_input();
+    return true;
+}
+
 bool Keyboard::read_input(std::size_t most) {
-    char block[65536];
+    char block[kBlock];
     const ssize_t got = read(STDIN_FILENO, block, std::min(most, sizeof block));
     if (got < 0 && errno != EINTR && errno != EAGAIN)
         throw std::runtime_error(std::string("cannot read standard input: ") + std::strerror(errno));
@@ -121,7 +161,7 @@ std::optional<wchar_t> Keyboard::decode(char byte) {
     if (length == static_cast<std::size_t>(-2)) return {};
     if (length != static_cast<std::size_t>(-1)) return character;
     state_ = {};
-    if (!is_first) input_.insert(0, 1, byte);
+    if (!is_first) --at_;
     return kNotUtf8;
 }
 

@@ -5,12 +5,22 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "shell/message.h"
+#include "sim/visible.h"
+
 namespace shell {
 namespace {
+
+constexpr std::size_t kMostDropped = std::size_t{64} << 20; // of a line that may never end
+
+std::string too_long() {
+    return "a line of the commands has more than " + std::to_string(kLongestLine) + " bytes";
+}
 
 sigset_t interruption() {
     sigset_t set;
@@ -37,13 +47,14 @@ Lines::~Lines() {
 }
 
 Lines::Event Lines::next(const std::string &prompt, std::string &line) {
-    if (isatty(input_) != 0) std::fprintf(stderr, "%s# ", prompt.c_str());
+    if (isatty(input_) != 0) write_messages(sim::visible(prompt) + "# ");
     for (;;) {
         if (take_interruption()) {
             read_ahead_.clear();
+            dropped_ = 0;
             return Event::kInterruption;
         }
-        if (take_line(line)) return Event::kLine;
+        if (const std::optional<Event> event = take_line(line)) return *event;
         if (has_ended_) return Event::kEnd;
         if (wait_for_input()) read_input();
     }
@@ -54,15 +65,19 @@ bool Lines::take_interruption() const {
     return interruptions_ >= 0 && read(interruptions_, &info, sizeof info) == sizeof info;
 }
 
-// The last line may lack its newline.
-bool Lines::take_line(std::string &line) {
-    const std::size_t length = read_ahead_.find('\n');
-    if (length > kLongestLine && read_ahead_.size() > kLongestLine)
-        throw LineTooLong("a line of the commands has more than " + std::to_string(kLongestLine) + " bytes");
-    if (length == std::string::npos && (!has_ended_ || read_ahead_.empty())) return false;
-    line = read_ahead_.substr(0, length);
-    read_ahead_.erase(0, length == std::string::npos ? length : length + 1);
-    return true;
+// The last line may lack its newline. What is read of a line that is too long is dropped.
+std::optional<Lines::Event> Lines::take_line(std::string &line) {
+    const std::size_t end = read_ahead_.find('\n'), length = std::min(end, read_ahead_.size());
+    const bool is_whole = end != std::string::npos || (has_ended_ && length + dropped_ > 0);
+    const bool is_too_long = length + dropped_ > kLongestLine;
+    if (!is_whole && !is_too_long) return {};
+    line = read_ahead_.substr(0, is_too_long ? 0 : length);
+    read_ahead_.erase(0, end == std::string::npos ? end : end + 1);
+    dropped_ = is_whole ? 0 : dropped_ + length;
+    if (dropped_ > kMostDropped) throw LineTooLong(too_long());
+    if (!is_whole) return {};
+    if (is_too_long) print_message("%s; it was not run", too_long().c_str());
+    return is_too_long ? Event::kRefused : Event::kLine;
 }
 
 // False when an interruption comes first.
@@ -72,7 +87,7 @@ bool Lines::wait_for_input() const {
 }
 
 void Lines::read_input() {
-    char block[4096];
+    char block[65536];
     const ssize_t got = read(input_, block, sizeof block);
     if (got < 0 && errno != EINTR && errno != EAGAIN)
         throw std::runtime_error(std::string("cannot read the commands: ") + std::strerror(errno));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -27,6 +28,8 @@ class LineReader {
     // Wait for the next line or an interruption, which drops what was typed so far. A refused line was reported, and
     // cannot be run. Throws std::runtime_error if standard input cannot be read.
     virtual Event next(const std::string &prompt, std::string &line) = 0;
+    // Forget what was read ahead from a user, who has interrupted a command.
+    virtual void drop_input() {}
 };
 
 // Reads a descriptor with read(2) only, so that the children inherit no data of the C library. While an object lives,
@@ -38,18 +41,20 @@ class Lines : public LineReader {
     Lines(const Lines &) = delete;
     Lines &operator=(const Lines &) = delete;
 
-    // Shows the prompt if the descriptor is a terminal. Throws LineTooLong for a line of more than kLongestLine bytes.
+    // Shows the prompt if the descriptor is a terminal. Refuses a line of more than kLongestLine bytes. Throws
+    // LineTooLong if a line goes on and on.
     Event next(const std::string &prompt, std::string &line) override;
 
   private:
     bool take_interruption() const;
-    bool take_line(std::string &line);
+    std::optional<Event> take_line(std::string &line);
     bool wait_for_input() const;
     void read_input();
 
     int input_;
     int interruptions_ = -1; // a signalfd, unless SIGINT is ignored
     std::string read_ahead_;
+    std::size_t dropped_ = 0; // bytes of the line that is read
     bool has_ended_ = false;
 };
 

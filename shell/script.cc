@@ -36,16 +36,18 @@ class Runner {
     Runner(Session &session, bool is_typed) : session_(session), is_typed_(is_typed) {}
 
     int result() const { return result_; }
+    bool was_interrupted() const { return last_status_ == kExitInterrupted; } // the last command
     void take(int status) { result_ = worse_of(result_, status); }
 
     // False when no further line is to be run.
     bool run(std::string_view line, const std::string &place) {
+        last_status_ = kExitComplete;
         if (line.ends_with('\r')) line.remove_suffix(1);
         if (!is_command(line)) return true;
         const Place current(place);
-        const int status = session_.execute(std::string(line));
-        take(status);
-        return goes_on_after(status);
+        last_status_ = session_.execute(std::string(line));
+        take(last_status_);
+        return goes_on_after(last_status_);
     }
 
     // After an error that is none of a command too.
@@ -61,8 +63,14 @@ class Runner {
   private:
     Session &session_;
     bool is_typed_;
-    int result_ = kExitComplete;
+    int result_ = kExitComplete, last_status_ = kExitComplete;
 };
+
+// The next event, with the place in the message about a line that is refused.
+LineReader::Event next_of(LineReader &reader, Session &session, std::string &line, const std::string &place) {
+    const Place current(place);
+    return reader.next(session.prompt(), line);
+}
 
 // An interruption between commands clears the line of a user who types, and ends a script. `name` is that of the
 // script.
@@ -72,7 +80,7 @@ int run_lines(Session &session, LineReader &reader, bool is_typed, const std::st
     std::string line;
     for (std::size_t number = 1;; ++number) {
         const std::string place = is_typed ? "" : name + std::to_string(number);
-        const Event event = reader.next(session.prompt(), line);
+        const Event event = next_of(reader, session, line, place);
         if (event == Event::kEnd) return runner.result();
         if (event == Event::kInterruption) {
             if (!is_typed) {
@@ -87,6 +95,8 @@ int run_lines(Session &session, LineReader &reader, bool is_typed, const std::st
             continue; // the program that an executable script names
         } else if (!runner.run(line, place)) {
             return runner.result();
+        } else if (runner.was_interrupted()) {
+            reader.drop_input();
         }
     }
 }
