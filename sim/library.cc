@@ -76,6 +76,8 @@ Library open_library(const std::string &name, const std::string &folder, int fla
     return library;
 }
 
+// The C library's declaration has reserved names.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" void *dlopen(const char *path, int flags) noexcept {
     const bool is_conversion = path != nullptr && std::string_view(path) == kPlatformConversion;
     if (!is_conversion || current().conversion_library.empty()) return load(path, flags);
