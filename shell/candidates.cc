@@ -5,7 +5,7 @@
 #include <string>
 
 #include "shell/exit_code.h"
-#include "shell/line.h"
+#include "shell/suggest.h"
 #include "sim/notation.h"
 #include "sim/switch.h"
 

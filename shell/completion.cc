@@ -96,25 +96,4 @@ std::string list_with_help(const Suggestions &suggestions, uint32_t width) {
     return list.empty() ? "  no command begins like this\n" : list;
 }
 
-bool is_text(std::string_view before) {
-    char quote = 0;
-    std::size_t bar = std::string_view::npos;
-    for (std::size_t at = 0; at < before.size(); ++at) {
-        const char c = before[at];
-        if (quote == 0 && c == '|') bar = at;
-        if (c == quote) {
-            quote = 0;
-        } else if (quote == 0 && (c == '"' || c == '\'')) {
-            quote = c;
-        }
-    }
-    if (quote != 0) return true;
-    if (bar == std::string_view::npos) return false;
-    const auto words = words_of(before.substr(bar + 1));
-    if (words.empty() || words[0].data() + words[0].size() == before.data() + before.size()) return false;
-    const auto is_meant = [&](std::string_view filter) { return filter.starts_with(words[0]); };
-    constexpr std::string_view kWithExpression[] = {"include", "exclude", "begin", "section"};
-    return std::ranges::any_of(kWithExpression, is_meant);
-}
-
 } // namespace shell

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "shell/line.h"
+#include "shell/suggest.h"
 
 namespace shell {
 
@@ -21,8 +21,5 @@ std::string list_of_words(const Suggestions &suggestions, uint32_t width);
 
 // What may come next, one line each with its help; the values of an argument in columns below it.
 std::string list_with_help(const Suggestions &suggestions, uint32_t width);
-
-// Whether a question mark after this text is a part of the line: inside quotation marks, or in a filter's expression.
-bool is_text(std::string_view before);
 
 } // namespace shell

@@ -39,4 +39,13 @@ void export_deadline(const Deadline &deadline) {
     setenv(kVariable, std::to_string(at.count()).c_str(), 1);
 }
 
+std::optional<std::chrono::nanoseconds> time_left(const Deadline &deadline) {
+    if (!deadline) return {};
+    return std::max(*deadline + kGrace - std::chrono::steady_clock::now(), std::chrono::nanoseconds(0));
+}
+
+bool is_overdue(const Deadline &deadline) {
+    return deadline && time_left(deadline)->count() == 0;
+}
+
 } // namespace shell

@@ -16,8 +16,9 @@
 #include <utility>
 
 #include "shell/completion.h"
-#include "shell/line.h"
 #include "shell/message.h"
+#include "shell/suggest.h"
+#include "shell/words.h"
 #include "sim/visible.h"
 
 namespace shell {
@@ -316,7 +317,7 @@ unsigned char Editor::complete_word() {
 
 unsigned char Editor::list_help() {
     const std::string text(before_cursor());
-    if (!is_text(text) && !keyboard_->is_pasted())
+    if (!takes_question_mark(text) && !keyboard_->is_pasted())
         return show_below(list_with_help(suggest(text, current_switch_()), width_));
     el_insertstr(editor_.get(), "?");
     return CC_REFRESH;

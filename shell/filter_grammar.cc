@@ -4,7 +4,7 @@
 namespace shell {
 namespace {
 
-constexpr char kRegexHelp[] = "a regular expression, up to the next bar; or in quotation marks";
+constexpr char kRegexHelp[] = "a regular expression up to the next bar, or quoted";
 
 constexpr Node kIncludeRegex[] = {
     {.word = "REGEX", .help = kRegexHelp, .slot = Slot::kRegex, .filter = FilterKind::kInclude}};

@@ -9,7 +9,7 @@
 #include "shell/command_error.h"
 #include "shell/filter.h"
 #include "shell/grammar.h"
-#include "sim/switch.h"
+#include "shell/words.h"
 
 namespace shell {
 
@@ -24,10 +24,10 @@ struct Line {
     Action action = nullptr;
     const Display *display = nullptr;
     const Form *form = nullptr;
-    std::vector<std::string_view> arguments; // the words of the slots, parts of the line that was matched
-    std::vector<Narrowed> narrowings;        // of the form
-    std::vector<Filter> filters;             // what follows the bars
-    bool has_text = false;                   // that filters can have
+    Words arguments;                  // the words of the slots, parts of the line that was matched
+    std::vector<Narrowed> narrowings; // of the form
+    std::vector<Filter> filters;      // what follows the bars
+    bool has_text = false;            // that filters can have
 
     OwnText own_text = OwnText::kNone; // this text, if it is no configuration
 
@@ -35,8 +35,6 @@ struct Line {
     bool is_saved() const { return !filters.empty() && filters.back().kind == FilterKind::kSave; }
     bool is_json() const { return std::ranges::find(filters, FilterKind::kJson, &Filter::kind) != filters.end(); }
 };
-
-std::vector<std::string_view> words_of(std::string_view line);
 
 // Whether the output of the line, which may be wrong, is to be a JSON object on standard output.
 bool asks_for_json(std::string_view line);
@@ -46,22 +44,5 @@ std::string_view command_of(std::string_view line);
 
 // Throws CommandError.
 Line match(std::string_view line);
-
-// One word that may come next.
-struct Suggestion {
-    std::string word;
-    std::string help;
-    bool is_value = false;  // of a slot
-    bool is_slot = false;   // the name of a slot, such as RANGE, before its values
-    bool may_go_on = false; // no blank follows: a folder, or an item of a range
-};
-struct Suggestions {
-    std::string_view partial;      // the word that is being typed; empty after a blank
-    std::vector<Suggestion> words; // that begin with it
-    bool may_end = false;          // the line is whole without a further word
-    bool may_be_filtered = false;  // a bar with a filter may follow
-};
-// What may come at the end of a line. Empty where no command begins like this.
-Suggestions suggest(std::string_view line, const sim::Switch &sw);
 
 } // namespace shell

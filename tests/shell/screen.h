@@ -4,7 +4,6 @@
 #include <vterm.h>
 
 #include <cstdint>
-#include <regex>
 #include <string>
 
 #include "live_shell.h"
@@ -46,6 +45,16 @@ class Screen {
         shown_ = shell.out.size();
     }
 
+    // What changes from one run to the next, between texts that do not.
+    static void replace_between(std::string &text, const std::string &before, const std::string &after,
+                                const std::string &replacement) {
+        for (std::size_t at = text.find(before); at != std::string::npos; at = text.find(before, at + 1)) {
+            const std::size_t begin = at + before.size(), end = text.find(after, begin);
+            if (end != std::string::npos && text.find('\n', begin) >= end)
+                text.replace(begin, end - begin, replacement);
+        }
+    }
+
     std::string text() const {
         VTermPos cursor = {};
         vterm_state_get_cursorpos(vterm_obtain_state(terminal_), &cursor);
@@ -59,8 +68,9 @@ class Screen {
             text += cells.substr(0, cells.find_last_not_of(' ') + 1) + '\n';
         }
         text.erase(text.find_last_not_of('\n') + 1);
-        text = std::regex_replace(text, std::regex("[0-9]+ s left"), "N s left");
-        return std::regex_replace(text, std::regex("!Time: [^\n]*"), "!Time: TIME");
+        replace_between(text, "for mute; ", " s left", "N");
+        replace_between(text, "!Time: ", "\n", "TIME");
+        return text;
     }
 
     // A cell to which nothing was written is a blank.

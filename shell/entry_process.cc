@@ -1,0 +1,80 @@
+#include "shell/entry_process.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "shell/message.h"
+#include "shell/report.h"
+#include "shell/run.h"
+
+namespace shell {
+namespace {
+
+constexpr uint32_t kFirstShellSap = 1000;
+
+uint32_t unused_sap(const sim::Switch &sw) {
+    uint32_t sap = kFirstShellSap;
+    while (std::any_of(sw.services.begin(), sw.services.end(),
+                       [sap](const sim::Service &service) { return service.sap == sap; }))
+        ++sap;
+    return sap;
+}
+
+// The list of modules asks no services and has no outcome; copying the configuration reports its outcome itself.
+bool leaves_outcome(EntryPoint entry) {
+    return entry != copy_running_to_startup && entry != qarn_startup_cfg_modlist_get;
+}
+
+// Report the outcome, and write it to the descriptor `outcome`, if there is one.
+int judge(const sim::Switch &sw, int outcome) {
+    const Verdict verdict = verdict_on(sw);
+    report(verdict);
+    if (outcome < 0) return verdict.code;
+    const bool is_written = dprintf(outcome, "%s", json_members(verdict).c_str()) >= 0;
+    return is_written ? verdict.code : worse_of(verdict.code, kExitFailure);
+}
+
+// What was printed goes out before what is said of it. Where another process passes it on, the shell writes the
+// messages when that process has ended.
+int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req, const Descriptors &to) {
+    const uint32_t status = entry(&req);
+    std::fflush(stdout);
+    if (to.messages >= 0) dup2(to.messages, STDERR_FILENO);
+    if (leaves_outcome(entry)) return judge(sw, to.outcome);
+    return status == 0 ? kExitComplete : kExitFailure;
+}
+
+// An exception must not leave the child's part of the code, or the child would go on as a second shell.
+int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to) {
+    try {
+        return run_and_report(sw, entry, request.req, to);
+    } catch (const std::bad_alloc &) {
+        print_message("not enough memory for the command");
+    } catch (const std::exception &error) {
+        print_message("%s", error.what());
+    }
+    return kExitFailure;
+}
+
+} // namespace
+
+[[noreturn]] void run_entry_process(sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to,
+                       const Deadline &deadline) {
+    constexpr std::size_t kBlock = 65536; // fewer, larger blocks for the next process
+    if (to.messages >= 0) std::setvbuf(stdout, nullptr, _IOFBF, kBlock);
+    export_deadline(deadline);
+    sw.transport.deadline = deadline;
+    request.req.mts_handle = sw.transport.open(unused_sap(sw));
+    sim::set_shell_options(request.options);
+    int status = run_entry(sw, entry, request, to);
+    if (!flush_output()) status = kExitFailure;
+    std::fflush(stderr);
+    const ssize_t written = write(to.report, &status, sizeof status);
+    _exit(written == sizeof status ? 0 : kExitFailure);
+}
+
+} // namespace shell
