@@ -77,7 +77,8 @@ constexpr const char *kFilters[] = {"include description",
                                     "section Ethernet1/777$",
                                     "begin service-1$",
                                     "head 3",
-                                    "count"};
+                                    "count",
+                                    "json"};
 
 std::vector<Measured> filtered(const std::vector<std::string> &plain, const std::string &what) {
     std::vector<Measured> commands = {{what, plain}};
