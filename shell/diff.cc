@@ -10,8 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "shell/header.h"
-
 namespace shell {
 namespace {
 
@@ -23,13 +21,28 @@ struct Block {
     bool is_matched = false;
 };
 
+bool is_of_header(std::string_view line) {
+    return line.empty() || line.starts_with("!Command: ") || line.starts_with("!Time: ") ||
+           line.starts_with("!Startup config saved at: ");
+}
+
+// A startup configuration that is only a text has the header with which it was saved.
+std::string_view without_header(std::string_view text) {
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        if (!is_of_header(line)) return text;
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return text;
+}
+
 std::vector<Block> blocks_of(std::string_view text) {
     std::vector<Block> blocks;
     while (!text.empty()) {
         const std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
         if (line.empty()) continue;
-        if (line.starts_with(' ') && !blocks.empty()) {
+        if ((line.starts_with(' ') || line.starts_with('\t')) && !blocks.empty()) {
             blocks.back().body.push_back(line);
         } else {
             blocks.push_back({line, {}});
@@ -147,7 +160,7 @@ class Comparison {
 } // namespace
 
 std::string difference_of(const std::string &before, const std::string &after) {
-    return Comparison(divide(before).configuration, divide(after).configuration).run();
+    return Comparison(without_header(before), without_header(after)).run();
 }
 
 } // namespace shell

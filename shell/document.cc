@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <utility>
 #include <vector>
 
 #include "shell/exit_code.h"
@@ -29,41 +30,58 @@ bool is_indented(std::string_view line) {
     return line.starts_with(' ') || line.starts_with('\t');
 }
 
-// The lines of one block, of which the first one may be indented too: what a filter has left.
-std::string json_block(const std::vector<std::string_view> &lines) {
-    const bool has_head = !is_indented(lines[0]);
-    std::string json = "{\"head\": " + (has_head ? json_text(lines[0]) : "null") + ", \"lines\": [";
-    for (std::size_t i = has_head ? 1 : 0; i < lines.size(); ++i)
-        json.append(json.ends_with('[') ? "" : ", ").append(json_text(lines[i]));
-    return json + "]}";
-}
+// Writes blocks one after the other.
+class BlockWriter {
+  public:
+    explicit BlockWriter(std::string &json) : json_(json) {}
+
+    // The first line of a text may be indented: a filter may have left it without its head.
+    void take(std::string_view line) {
+        if (is_in_block_ && is_indented(line)) {
+            json_.append(json_.ends_with('[') ? "" : ", ").append(json_text(line));
+            return;
+        }
+        end_block();
+        json_.append(has_blocks_ ? ",\n  " : "\n  ").append("{\"head\": ");
+        json_.append(is_indented(line) ? "null" : json_text(line)).append(", \"lines\": [");
+        if (is_indented(line)) json_ += json_text(line);
+        is_in_block_ = has_blocks_ = true;
+    }
+    void finish() {
+        end_block();
+        json_ += has_blocks_ ? "\n ]" : "]";
+    }
+
+  private:
+    void end_block() {
+        if (is_in_block_) json_ += "]}";
+        is_in_block_ = false;
+    }
+
+    std::string &json_;
+    bool is_in_block_ = false, has_blocks_ = false;
+};
 
 } // namespace
 
 Document::Document(std::string_view command, const sim::Switch &sw) {
-    head_ = std::string("{\"version\": ") + kVersion + ",\n \"command\": " + json_text(command) +
+    json_ = std::string("{\"version\": ") + kVersion + ",\n \"command\": " + json_text(command) +
             ",\n \"switch\": " + json_text(sw.name) + ",\n \"vdc\": {\"id\": " + std::to_string(sw.vdc) +
             ", \"name\": " + json_text(name_of_vdc(sw)) + "},\n \"time\": " + json_time(std::time(nullptr));
 }
 
 void Document::add(const std::string &members) {
-    if (!members.empty()) members_ += ",\n " + members;
+    if (!members.empty()) json_ += ",\n " + members;
 }
 
 void Document::add_blocks(std::string_view configuration) {
-    std::vector<std::string> blocks;
-    std::vector<std::string_view> block;
+    json_ += ",\n \"blocks\": [";
+    BlockWriter writer(json_);
     while (!configuration.empty()) {
         const std::string_view line = take_line(configuration);
-        if (line.empty()) continue;
-        if (!block.empty() && !is_indented(line)) {
-            blocks.push_back(json_block(block));
-            block.clear();
-        }
-        block.push_back(line);
+        if (!line.empty()) writer.take(line);
     }
-    if (!block.empty()) blocks.push_back(json_block(block));
-    add("\"blocks\": " + json_array(blocks));
+    writer.finish();
 }
 
 void Document::add_lines(std::string_view text) {
@@ -73,13 +91,15 @@ void Document::add_lines(std::string_view text) {
     add("\"lines\": " + json_array(lines));
 }
 
-std::string Document::finish(int code) const {
+std::string Document::finish(int code) {
     std::vector<std::string> messages;
     for (const std::string &message : logged_messages())
         messages.push_back(json_text(message));
-    return head_ + ",\n \"status\": " + std::to_string(code) +
-           ",\n \"complete\": " + (code == kExitComplete ? "true" : "false") +
-           ",\n \"messages\": " + json_array(messages) + members_ + "}\n";
+    add("\"messages\": " + json_array(messages));
+    add("\"status\": " + std::to_string(code));
+    add(std::string("\"complete\": ") + (code == kExitComplete ? "true" : "false"));
+    json_ += "}\n";
+    return std::move(json_);
 }
 
 } // namespace shell

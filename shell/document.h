@@ -19,10 +19,10 @@ class Document {
     void add_blocks(std::string_view configuration);
     void add_lines(std::string_view text);
     // The whole object, with the command's exit code and the messages in the log.
-    std::string finish(int code) const;
+    std::string finish(int code);
 
   private:
-    std::string head_, members_;
+    std::string json_; // so far
 };
 
 } // namespace shell

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
 
@@ -60,16 +61,32 @@ int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request, const D
     return kExitFailure;
 }
 
+void reduce(sim::Switch &sw, const Request &request) {
+    sw.view.hides_header = !request.has_header;
+    sw.view.puts_messages_apart = !request.has_messages;
+}
+
+// The display of all VDCs has no header; the shells that it starts have one each. A pager must not be disturbed by what
+// they report.
+void prepare_shells(const Request &request, const Descriptors &to) {
+    setenv(kVariableOfPlace, "true", 1);
+    if (!request.has_header) setenv("VSH_PLAIN", "true", 1);
+    if (!request.has_messages) setenv(kVariableOfMessages, "true", 1);
+    share_message_log();
+    if (to.messages >= 0) dup2(to.messages, STDERR_FILENO);
+}
+
 } // namespace
 
 [[noreturn]] void run_entry_process(sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to,
-                       const Deadline &deadline) {
+                                    const Deadline &deadline) {
     constexpr std::size_t kBlock = 65536; // fewer, larger blocks for the next process
     if (to.messages >= 0) std::setvbuf(stdout, nullptr, _IOFBF, kBlock);
     export_deadline(deadline);
     sw.transport.deadline = deadline;
     request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
+    entry == qarn_cli_run_cfg_gen_vdcall ? prepare_shells(request, to) : reduce(sw, request);
     int status = run_entry(sw, entry, request, to);
     if (!flush_output()) status = kExitFailure;
     std::fflush(stderr);

@@ -102,33 +102,54 @@ class Begin : public RegexStage {
     bool has_begun_ = false;
 };
 
-bool begins_block(char first) {
-    return first != ' ' && first != '\t';
-}
+// Where the blocks of a text begin and end.
+class Blocks {
+  public:
+    explicit Blocks(std::size_t marks) : marks_(marks) {}
 
-// The beginning of the first block after a position, or the end.
-std::size_t next_block(std::string_view lines, std::size_t from) {
-    for (std::size_t end = lines.find('\n', from); end != std::string_view::npos; end = lines.find('\n', end + 1))
-        if (end + 1 == lines.size() || begins_block(lines[end + 1])) return end + 1;
-    return lines.size();
-}
+    // Whether a block begins with the line at a position.
+    bool begins_at(std::string_view lines, std::size_t line) const {
+        const char first = first_of(lines, line);
+        return first != ' ' && first != '\t' && first != '\n';
+    }
 
-// The beginning of the block with the line that begins at `line`.
-std::size_t this_block(std::string_view lines, std::size_t line) {
-    while (line > 0 && !begins_block(lines[line]))
-        line = line < 2 ? 0 : lines.rfind('\n', line - 2) + 1;
-    return line;
-}
+    // The end of the block that goes on at a position: the next block, or the empty lines before it.
+    std::size_t end_after(std::string_view lines, std::size_t from) const {
+        std::size_t empty = std::string_view::npos;
+        for (std::size_t at = lines.find('\n', from); at != std::string_view::npos; at = lines.find('\n', at + 1)) {
+            const std::size_t line = at + 1;
+            if (line == lines.size() || begins_at(lines, line)) return std::min(empty, line);
+            if (first_of(lines, line) != '\n') empty = std::string_view::npos;
+            if (first_of(lines, line) == '\n') empty = std::min(empty, line);
+        }
+        return lines.size();
+    }
+
+    // The beginning of the block with the line that begins at `line`.
+    std::size_t begin_before(std::string_view lines, std::size_t line) const {
+        while (line > 0 && !begins_at(lines, line))
+            line = line < 2 ? 0 : lines.rfind('\n', line - 2) + 1;
+        return line;
+    }
+
+  private:
+    char first_of(std::string_view lines, std::size_t line) const {
+        return line + marks_ < lines.size() ? lines[line + marks_] : '\n';
+    }
+
+    std::size_t marks_;
+};
 
 // Holds back the last block, which may go on.
 class Section : public RegexStage {
   public:
-    using RegexStage::RegexStage;
+    Section(std::unique_ptr<Stage> owned, Stage &next, const Pattern &pattern, std::size_t marks)
+        : RegexStage(std::move(owned), next, pattern), blocks_(marks) {}
     void take(std::string_view lines) override {
         const std::string_view last_line = line_at(lines, lines.size() - 1);
-        const std::size_t last = this_block(lines, lines.size() - last_line.size());
-        if (last > 0 || begins_block(lines[0])) {
-            const std::size_t ended = next_block_begin(lines);
+        const std::size_t last = blocks_.begin_before(lines, lines.size() - last_line.size());
+        if (last > 0 || blocks_.begins_at(lines, 0)) {
+            const std::size_t ended = blocks_.begins_at(lines, 0) ? 0 : blocks_.end_after(lines, 0);
             held_.append(lines.substr(0, ended));
             select(held_);
             select(lines.substr(ended, last - ended));
@@ -143,21 +164,18 @@ class Section : public RegexStage {
     }
 
   private:
-    static std::size_t next_block_begin(std::string_view lines) {
-        return begins_block(lines[0]) ? 0 : next_block(lines, 0);
-    }
-
-    void select(std::string_view blocks) {
+    void select(std::string_view text) {
         Run run(next_);
-        Search search(pattern_, blocks);
+        Search search(pattern_, text);
         for (std::string_view line = search.next(); !line.empty(); line = search.next()) {
-            const auto at = static_cast<std::size_t>(line.data() - blocks.data());
-            const std::size_t begin = this_block(blocks, at), end = next_block(blocks, at);
-            run.add(blocks.substr(begin, end - begin));
+            const auto at = static_cast<std::size_t>(line.data() - text.data());
+            const std::size_t begin = blocks_.begin_before(text, at), end = blocks_.end_after(text, at);
+            run.add(text.substr(begin, end - begin));
             search.go_on_at(end);
         }
     }
 
+    Blocks blocks_;
     std::string held_;
 };
 
@@ -193,7 +211,7 @@ class Head : public FilterStage {
     std::size_t left_;
 };
 
-std::unique_ptr<Stage> stage_of(const Filter &filter, std::unique_ptr<Stage> owned, Stage &next) {
+std::unique_ptr<Stage> stage_of(const Filter &filter, std::unique_ptr<Stage> owned, Stage &next, std::size_t marks) {
     switch (filter.kind) {
         case FilterKind::kInclude:
             return std::make_unique<Include>(std::move(owned), next, *filter.pattern);
@@ -202,7 +220,7 @@ std::unique_ptr<Stage> stage_of(const Filter &filter, std::unique_ptr<Stage> own
         case FilterKind::kBegin:
             return std::make_unique<Begin>(std::move(owned), next, *filter.pattern);
         case FilterKind::kSection:
-            return std::make_unique<Section>(std::move(owned), next, *filter.pattern);
+            return std::make_unique<Section>(std::move(owned), next, *filter.pattern, marks);
         case FilterKind::kCount:
             return std::make_unique<Count>(std::move(owned), next);
         case FilterKind::kHead:
@@ -214,11 +232,11 @@ std::unique_ptr<Stage> stage_of(const Filter &filter, std::unique_ptr<Stage> own
 
 } // namespace
 
-std::unique_ptr<Stage> filter_before(Stage &next, std::span<const Filter> filters) {
+std::unique_ptr<Stage> filter_before(Stage &next, std::span<const Filter> filters, std::size_t marks) {
     std::unique_ptr<Stage> first;
     for (std::size_t i = filters.size(); i > 0; --i) {
         Stage &following = first != nullptr ? *first : next;
-        first = stage_of(filters[i - 1], std::move(first), following);
+        first = stage_of(filters[i - 1], std::move(first), following, marks);
     }
     return first;
 }

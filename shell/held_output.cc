@@ -113,10 +113,6 @@ HeldOutput::~HeldOutput() {
 }
 
 void HeldOutput::publish() {
-    name_.empty() ? copy_to_standard_output() : replace_file();
-}
-
-void HeldOutput::replace_file() {
     if (fsync(descriptor_) != 0) fail(path_);
     if (temporary_.empty()) temporary_ = link_beside(path_, descriptor_);
     if (rename(temporary_.c_str(), path_.c_str()) != 0) fail(path_);
@@ -141,21 +137,6 @@ std::string HeldOutput::contents() const {
         text.append(block, static_cast<std::size_t>(got));
     }
     return text;
-}
-
-void HeldOutput::copy_to_standard_output() const {
-    char block[65536];
-    off_t at = 0;
-    while (const ssize_t got = pread(descriptor_, block, sizeof block, at)) {
-        if (got < 0) fail("standard output");
-        for (ssize_t done = 0; done < got;) {
-            const ssize_t written = ::write(STDOUT_FILENO, block + done, static_cast<std::size_t>(got - done));
-            if (written < 0 && errno == EPIPE) throw NoReader();
-            if (written < 0) fail("standard output");
-            done += written;
-        }
-        at += got;
-    }
 }
 
 void HeldOutput::report_withheld() const {

@@ -7,12 +7,6 @@
 
 namespace shell {
 
-// Nothing reads standard output any more.
-class NoReader : public std::runtime_error {
-  public:
-    NoReader() : std::runtime_error("nothing reads standard output") {}
-};
-
 class HeldOutput {
   public:
     // For a file, which takes the place of `path` in one step; without a path, for standard output. Throws
@@ -29,15 +23,12 @@ class HeldOutput {
     void write(const std::string &text) const;
     // What was written.
     std::string contents() const;
-    // Bring what was written to its place. Throws std::runtime_error, or NoReader.
+    // Bring what was written to the file's place. Throws std::runtime_error.
     void publish();
     // Say that it was not brought there.
     void report_withheld() const;
 
   private:
-    void replace_file();
-    void copy_to_standard_output() const;
-
     std::string name_;             // as the user gave it; empty for standard output
     std::string path_, temporary_; // temporary_ is empty as long as, and again when, no file has that name
     int descriptor_;

@@ -76,6 +76,7 @@ void export_options(const Options &options) {
 int run(const Options &options) {
     if (options.completed) return shell::print_candidates(options);
     if (options.checked_file) return shell::check_file(*options.checked_file, options.json);
+    shell::join_message_log();
     export_options(options);
     Session session(options);
     return shell::run_commands(session);

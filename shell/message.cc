@@ -1,11 +1,14 @@
 #include "shell/message.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -15,14 +18,19 @@
 namespace shell {
 namespace {
 
-std::string current_place;
+std::string current_place, current_subject;
 int log_descriptor = -1; // of a file without a name, or -1
+constexpr char kVariableOfLog[] = "VSH_MESSAGE_LOG";
 
 // A message that cannot be logged was written nevertheless.
 void log_message(std::string_view text) {
     if (log_descriptor < 0) return;
     const std::string line = std::string(text) + '\n';
     [[maybe_unused]] const ssize_t written = write(log_descriptor, line.data(), line.size());
+}
+
+std::string before(const std::string &text) {
+    return text.empty() ? "" : text + ": ";
 }
 
 std::string for_user(std::string_view text, std::string_view kept = "") {
@@ -44,8 +52,9 @@ void print_message(const char *format, ...) {
     va_end(arguments);
     if (length < 0) return;
     const std::unique_ptr<char, decltype(&std::free)> owner(text, std::free);
-    write_to_user(for_user("vsh: " + current_place + (current_place.empty() ? "" : ": ") + text) + '\n');
-    log_message(text);
+    const std::string message = before(current_subject) + text;
+    write_to_user(for_user("vsh: " + before(current_place) + message) + '\n');
+    log_message(message);
 }
 
 void write_messages(std::string_view lines) {
@@ -60,6 +69,14 @@ Place::~Place() {
     current_place.clear();
 }
 
+Subject::Subject(std::string subject) {
+    current_subject = std::move(subject);
+}
+
+Subject::~Subject() {
+    current_subject.clear();
+}
+
 MessageLog::MessageLog() {
     log_descriptor = memfd_create("messages", MFD_CLOEXEC);
 }
@@ -67,6 +84,19 @@ MessageLog::MessageLog() {
 MessageLog::~MessageLog() {
     if (log_descriptor >= 0) close(log_descriptor);
     log_descriptor = -1;
+}
+
+void share_message_log() {
+    if (log_descriptor < 0 || fcntl(log_descriptor, F_SETFD, 0) < 0) return;
+    setenv(kVariableOfLog, std::to_string(log_descriptor).c_str(), 1);
+}
+
+void join_message_log() {
+    const char *const text = std::getenv(kVariableOfLog);
+    int descriptor = -1;
+    if (text == nullptr || std::from_chars(text, text + std::strlen(text), descriptor).ec != std::errc()) return;
+    unsetenv(kVariableOfLog);
+    if (descriptor > STDERR_FILENO && fcntl(descriptor, F_SETFD, FD_CLOEXEC) == 0) log_descriptor = descriptor;
 }
 
 std::vector<std::string> logged_messages() {

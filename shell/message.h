@@ -13,14 +13,23 @@ void print_message(const char *format, ...) __attribute__((format(printf, 1, 2))
 // Write lines that are messages already.
 void write_messages(std::string_view lines);
 
-// Where the command that runs comes from, such as "backup.cmds:3", as long as the object lives. An empty place, of a
-// command that someone types, is not written. The processes of the command inherit it.
+// Names in each message, as long as the object lives, where a command comes from, such as "backup.cmds:3". An empty
+// place, of a command that someone types, is not written. The processes of the command inherit it.
 class Place {
   public:
     explicit Place(std::string place);
     ~Place();
     Place(const Place &) = delete;
     Place &operator=(const Place &) = delete;
+};
+
+// Names in each message what it concerns: a VDC, or one of two configurations. A log has this too.
+class Subject {
+  public:
+    explicit Subject(std::string subject);
+    ~Subject();
+    Subject(const Subject &) = delete;
+    Subject &operator=(const Subject &) = delete;
 };
 
 // Keeps the messages of a command and of its processes too, as long as the object lives.
@@ -33,5 +42,9 @@ class MessageLog {
 };
 // What the log holds. Empty without a log.
 std::vector<std::string> logged_messages();
+// Let the programs that this process starts write into the log, if there is one.
+void share_message_log();
+// Write into the log of the program that started this one, if it shares one.
+void join_message_log();
 
 } // namespace shell

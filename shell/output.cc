@@ -14,7 +14,6 @@
 
 #include "shell/destination.h"
 #include "shell/exit_code.h"
-#include "shell/header.h"
 #include "shell/line.h"
 #include "shell/session.h"
 
@@ -138,13 +137,12 @@ bool has_filter(const std::vector<Filter> &filters, FilterKind kind) {
 } // namespace
 
 bool Output::has_work() const {
-    return !filters.empty() || !has_header || looks.has_colors || looks.shows_controls || has_pager;
+    return !filters.empty() || looks.has_colors || looks.shows_controls || has_pager;
 }
 
 Output output_of(const Line &line, const Options &options) {
     Output output;
     output.filters = line.filters;
-    output.has_header = !options.plain || line.form == nullptr;
     output.file = options.output;
     if (line.is_saved()) output.file = line.filters.back().file;
     if (output.file) return output;
@@ -161,10 +159,9 @@ int pass_on(int input, const Output &output, int descriptor) {
     const std::unique_ptr<Destination> destination = destination_of(output, descriptor);
     const std::unique_ptr<Stage> looks = looks_before(*destination, output.looks);
     Stage &last = looks != nullptr ? *looks : *destination;
-    const std::unique_ptr<Stage> filters = filter_before(last, output.filters);
+    const std::unique_ptr<Stage> filters = filter_before(last, output.filters, output.marks);
     Stage &first = filters != nullptr ? *filters : last;
-    const std::unique_ptr<Stage> without_header = output.has_header ? nullptr : without_header_before(first);
-    pass_blocks(Blocks(input), input, without_header != nullptr ? *without_header : first, *destination);
+    pass_blocks(Blocks(input), input, first, *destination);
     return destination->close();
 }
 

@@ -16,9 +16,9 @@ struct Options;
 struct Output {
     std::vector<Filter> filters;
     std::optional<std::string> file; // replaces it; none: standard output
-    bool has_header = true;          // the lines that change from one display to the next
     Looks looks;
     bool has_pager = false; // if the text is longer than the screen
+    std::size_t marks = 0;  // columns before each line that belong to no line of a configuration
     int outcome = -1;       // descriptor that also gets the outcome of the command, as members of a JSON object
 
     // Whether a process of its own passes the text on.

@@ -29,21 +29,43 @@ std::string json_list(const std::vector<Part> &parts) {
     return json_array(objects);
 }
 
+std::string name_of(const Member &member) {
+    return member.service + "/" + std::to_string(member.element);
+}
+
+// Empty if there is no loop.
+std::string chain_of(const std::vector<Member> &loop) {
+    std::string chain;
+    for (const Member &member : loop)
+        chain += name_of(member) + " -> ";
+    return loop.empty() ? "" : chain + name_of(loop[0]);
+}
+
+std::string json_loop(const std::vector<Member> &loop) {
+    std::vector<std::string> members;
+    for (const Member &member : loop)
+        members.push_back("{\"service\": " + json_text(member.service) +
+                          ", \"element\": " + std::to_string(member.element) + "}");
+    return json_array(members);
+}
+
 } // namespace
 
 void report(const Verdict &verdict) {
     for (const Part &missing : verdict.missing)
         print_message("incomplete: %s%s", name_of(missing).c_str(), missing.reason.c_str());
-    if (!verdict.loop.empty()) print_message("loop: %s", verdict.loop.c_str());
+    if (!verdict.loop.empty()) print_message("loop: %s", chain_of(verdict.loop).c_str());
     if (!verdict.refusal.empty()) print_message("nothing was shown: %s", verdict.refusal.c_str());
 }
 
 std::string json_members(const Verdict &verdict) {
     std::vector<Part> missing = verdict.missing;
-    for (const std::string &what : {verdict.loop.empty() ? "" : "loop: " + verdict.loop, verdict.refusal})
-        if (!what.empty()) missing.push_back({.reason = what});
-    if (!verdict.has_whole_store) missing.push_back({.reason = "the saved configuration is not as it was saved"});
-    return "\"missing\": " + json_list(missing) + ",\n \"services\": " + json_list(verdict.answered);
+    for (const std::string &problem : verdict.store_problems)
+        missing.push_back({.reason = "store: " + problem});
+    if (!verdict.refusal.empty()) missing.push_back({.reason = verdict.refusal});
+    std::string json = "\"missing\": " + json_list(missing) + ",\n \"services\": " + json_list(verdict.answered);
+    if (!verdict.loop.empty()) json += ",\n \"loop\": " + json_loop(verdict.loop);
+    return json;
 }
 
 } // namespace shell

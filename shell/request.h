@@ -23,6 +23,9 @@ class Request {
 
     qarn_req req = {};
     sim::ShellOptions options; // in effect while the command runs
+    // What of the display is its text.
+    bool has_header = true;
+    bool has_messages = true; // those before the header; otherwise they go to standard error
 
     void add_token(uint32_t id);
     void add_name(const std::string &name);

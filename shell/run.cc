@@ -176,13 +176,13 @@ int run_command(sim::Switch &sw, EntryPoint entry, Request &request, const Outpu
     return result_of(job, report_in(report), deadline);
 }
 
-int show_text(int text, const Output &output) {
+int show_text(int text, const Output &output, const Deadline &deadline) {
     lseek(text, 0, SEEK_SET);
     const SignalsDuringChild signals;
     Job job(output.has_pager);
     job.output.start(signals, [&] { _exit(pass_on_or_report(text, output, STDOUT_FILENO)); });
-    wait_for(job, signals, {});
-    return result_of_output(job, kExitComplete, {}).value_or(kExitComplete);
+    wait_for(job, signals, deadline);
+    return result_of_output(job, kExitComplete, deadline).value_or(kExitComplete);
 }
 
 } // namespace shell

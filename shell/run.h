@@ -19,8 +19,8 @@ bool flush_output();
 int run_command(sim::Switch &sw, EntryPoint entry, Request &request, const Output &output, int destination,
                 const Deadline &deadline);
 
-// Show a text that is in a file on standard output. Returns the exit code for that.
-int show_text(int text, const Output &output);
+// Show a text that is in a file on standard output, until the deadline. Returns the exit code for that.
+int show_text(int text, const Output &output, const Deadline &deadline);
 
 // `copy running-config startup-config` as an entry point: save the running configuration and report that. Returns 0, or
 // 1 after a message on standard error.

@@ -7,14 +7,17 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "shell/command_error.h"
 #include "shell/editor.h"
+#include "shell/entry_process.h"
 #include "shell/exit_code.h"
 #include "shell/line.h"
 #include "shell/lines.h"
@@ -162,6 +165,8 @@ int run_given(Session &session, const std::vector<std::string> &commands) {
 
 int run_commands(Session &session) {
     const Options &options = session.options();
+    std::optional<Subject> vdc; // where the display of all VDCs started this shell
+    if (std::getenv(kVariableOfPlace) != nullptr) vdc.emplace("VDC " + session.prompt());
     if (options.output && (options.commands.size() != 1 || !is_command(options.commands[0])))
         throw CommandError(options.commands.size() > 1 ? "--output needs exactly one command" : kNoOutput);
     if (!options.commands.empty()) return run_given(session, options.commands);

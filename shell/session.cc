@@ -138,7 +138,7 @@ void Session::switch_back() {
 
 int Session::run(const std::string &line) {
     const Line matched = match(line);
-    if (options_.output && matched.form == nullptr) throw CommandError(kNoOutput);
+    if (options_.output && !matched.has_text) throw CommandError(kNoOutput);
     if (options_.output && matched.is_saved()) throw CommandError("--output and \"save\" both name a file");
     show_waits(*switch_);
     return matched.action(*this, matched);
@@ -151,8 +151,6 @@ int Session::explain_failure(const std::string &line) {
         report(error, line);
     } catch (const sim::DescriptionError &error) { // of another VDC; this VDC stays current
         print_message("%s", error.what());
-    } catch (const NoReader &) {
-        return kExitBrokenPipe;
     } catch (const std::bad_alloc &) {
         print_message("not enough memory for the command");
         return kExitFailure;
@@ -171,7 +169,7 @@ int Session::execute(const std::string &line) {
         return run(line);
     } catch (...) {
         const int code = explain_failure(line);
-        if (!log || code == kExitBrokenPipe) return code;
+        if (!log) return code;
         std::fputs(Document(command_of(line), *switch_).finish(code).c_str(), stdout);
         return flush_output() ? code : kExitFailure;
     }

@@ -38,7 +38,7 @@ struct Options {
     bool json = false;                       // as JSON
 };
 
-inline constexpr char kNoOutput[] = "--output needs a command that shows a configuration";
+inline constexpr char kNoOutput[] = "--output needs a command that shows something";
 
 class Session {
   public:

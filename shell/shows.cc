@@ -6,6 +6,7 @@
 #include <string>
 
 #include "shell/actions.h"
+#include "shell/answer.h"
 #include "shell/exit_code.h"
 #include "shell/json.h"
 #include "shell/session.h"
@@ -50,6 +51,10 @@ Title title_of(const sim::Manifest &manifest) {
                 json_text(manifest.switch_name) + ", \"vdc\": " + vdc + ", \"bytes\": " + size + "}"};
 }
 
+constexpr char kNothingSaved[] =
+    "nothing was shown: there is no list of what was saved; save a configuration with \"copy "
+    "running-config startup-config\"";
+
 int finish(Session &session, const Line &line, const Table &table) {
     return show_table(session, line, table, {}, kExitComplete);
 }
@@ -88,18 +93,18 @@ int show_vdcs(Session &session, const Line &line) {
 }
 
 int show_saved_services(Session &session, const Line &line) {
-    const sim::Switch &sw = session.current();
-    const std::optional<sim::Manifest> manifest = sim::saved_manifest(sw);
-    if (!manifest) throw std::runtime_error("nothing was shown: the store has no list of what was saved");
-    bool is_whole = true;
+    const std::optional<sim::SavedServices> saved = sim::list_saved_services(session.current());
+    if (!saved) throw std::runtime_error(kNothingSaved);
+    bool is_whole = sim::saved_config_problems().empty();
     Table table({{"Service"}, {"SAP", true}, {"Elements", true}, {"Bytes", true}, {"File"}});
-    for (const sim::Manifest::SavedService &saved : manifest->services) {
-        const std::string wrong = sim::fault_of_saved_file(sw, saved);
+    for (std::size_t i = 0; i < saved->faults.size(); ++i) {
+        const sim::Manifest::SavedService &service = saved->manifest.services[i];
+        const std::string &wrong = saved->faults[i];
         is_whole = is_whole && wrong.empty();
-        table.add({saved.name, std::to_string(saved.sap), std::to_string(saved.elements),
-                   std::to_string(saved.file.size), wrong.empty() ? "as saved" : wrong});
+        table.add({service.name, std::to_string(service.sap), std::to_string(service.elements),
+                   std::to_string(service.file.size), wrong.empty() ? "as saved" : wrong});
     }
-    return show_table(session, line, table, title_of(*manifest), is_whole ? kExitComplete : kExitIncomplete);
+    return show_table(session, line, table, title_of(saved->manifest), is_whole ? kExitComplete : kExitIncomplete);
 }
 
 } // namespace shell

@@ -24,8 +24,9 @@ class Stage {
     virtual bool is_full() const { return false; }
 };
 
-// Put the filters before a stage, which must outlive the result.
-std::unique_ptr<Stage> filter_before(Stage &next, std::span<const Filter> filters);
+// Put the filters before a stage, which must outlive the result. A block begins with a line that is not indented after
+// so many columns of marks.
+std::unique_ptr<Stage> filter_before(Stage &next, std::span<const Filter> filters, std::size_t marks);
 
 // How a text is shown.
 struct Looks {

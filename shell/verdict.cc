@@ -3,7 +3,10 @@
 
 #include <qarncli/outcome.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <iterator>
 
@@ -62,22 +65,15 @@ Part missing_service(const sim::Switch &sw, uint32_t sap, const std::string &why
     return {.service = name_of_service(sw, sap), .sap = sap, .reason = why};
 }
 
-std::string name_of_element(const sim::Switch &sw, const qarn_outcome_element &element) {
+Member member_of(const sim::Switch &sw, const qarn_outcome_element &element) {
     const auto is_owner = [&](const sim::Service &service) { return (service.uuid & 0xffff) == element.uuid; };
     const auto owner = std::ranges::find_if(sw.services, is_owner);
     const std::string name = owner != sw.services.end() ? sim::printable(owner->name) : std::to_string(element.uuid);
-    return name + "/" + std::to_string(element.elem_id);
+    return {name, element.elem_id};
 }
 
 std::string counted(uint32_t count, const char *what) {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
-
-std::string loop_in(const sim::Switch &sw, const qarn_outcome &outcome) {
-    std::string loop;
-    for (uint32_t i = 0; i < outcome.num_loop_elements; ++i)
-        loop += name_of_element(sw, outcome.loop[i]) + " -> ";
-    return loop.empty() ? "" : loop + name_of_element(sw, outcome.loop[0]);
 }
 
 // The services that the library had no room for: the last ones of the list.
@@ -135,6 +131,8 @@ bool is_reported_elsewhere(const sim::Switch &sw, const qarn_outcome &outcome) {
 
 // Why a command was refused, or what else than a service is missing; empty if there is nothing to add.
 std::string reason(const sim::Switch &sw, const qarn_outcome &outcome) {
+    const bool is_unreadable = access(sw.ascii_startup_dir.c_str(), R_OK | X_OK) != 0 && errno == EACCES;
+    if (outcome.refusal == QARN_OUTCOME_NO_STARTUP && is_unreadable) return "the startup configuration cannot be read";
     if (outcome.refusal == QARN_OUTCOME_NO_MEMBERS && outcome.status == 0)
         return "a port channel has more than 36 members";
     const auto *row = std::ranges::find(kReasons, outcome.refusal, &Reason::refusal);
@@ -177,9 +175,9 @@ Verdict verdict_on(const sim::Switch &sw) {
         return verdict;
     }
     add_services(sw, outcome, verdict);
+    verdict.store_problems = sim::saved_config_problems();
     if (outcome.verdict == QARN_OUTCOME_COMPLETE) {
-        verdict.has_whole_store = sim::is_saved_config_whole();
-        verdict.code = verdict.has_whole_store ? kExitComplete : kExitIncomplete;
+        verdict.code = verdict.store_problems.empty() ? kExitComplete : kExitIncomplete;
         return verdict;
     }
     add_left_out(sw, outcome.consumers_left_out, verdict.missing);
@@ -187,7 +185,8 @@ Verdict verdict_on(const sim::Switch &sw) {
         verdict.missing.push_back(
             {.reason = counted(outcome.interfaces_left_out, "interface") + " beyond the first 20000: without text"});
     }
-    verdict.loop = loop_in(sw, outcome);
+    for (uint32_t i = 0; i < outcome.num_loop_elements; ++i)
+        verdict.loop.push_back(member_of(sw, outcome.loop[i]));
     const std::string why = reason(sw, outcome);
     if (outcome.verdict == QARN_OUTCOME_INCOMPLETE) {
         if (!why.empty()) verdict.missing.push_back({.reason = why});

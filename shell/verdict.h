@@ -16,13 +16,19 @@ struct Part {
     std::string reason = {};
 };
 
+// An element of a loop.
+struct Member {
+    std::string service; // its name, or its UUID if the switch has no such service
+    uint32_t element = 0;
+};
+
 struct Verdict {
     int code = 0;               // exit code of the command
     std::vector<Part> answered; // the services whose configuration is all there; without a reason
     std::vector<Part> missing;
-    bool has_whole_store = true; // what is wrong with it was reported
-    std::string loop;            // the elements that wait for each other, as a chain; empty if there is no loop
-    std::string refusal;         // why nothing was shown; empty otherwise, or if that was reported before
+    std::vector<std::string> store_problems; // which were reported before
+    std::vector<Member> loop;                // elements of which each waits for the next one, the last for the first
+    std::string refusal;                     // why nothing was shown; empty otherwise, or if that was reported before
 };
 
 // What the outcome of the last command means.

@@ -33,8 +33,7 @@ Nodes Walk::candidates(std::string_view word) const {
     const Nodes nodes = next();
     for (const Node *node : nodes) {
         if (node->slot == Slot::kNone && node->word == word) return {node};
-        if (node->slot == Slot::kNone && !node->is_hidden && node->word.starts_with(word))
-            abbreviated.push_back(node);
+        if (node->slot == Slot::kNone && !node->is_hidden && node->word.starts_with(word)) abbreviated.push_back(node);
     }
     if (!abbreviated.empty()) return abbreviated;
     for (const Node *node : nodes)

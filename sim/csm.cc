@@ -49,9 +49,13 @@ int32_t csm_qarn_sp_print(const char *format, ...) {
     Switch &sw = current();
     va_list args;
     va_start(args, format);
-    const int32_t length = is_plain_text(format)  ? write_text(sw, va_arg(args, const char *))
-                           : sw.output != nullptr ? std::vfprintf(sw.output, format, args)
-                                                  : append_formatted(sw.printed, format, args);
+    const OutputView::Target target = sw.view.target_of(format);
+    if (target == OutputView::Target::kAfterHeader && format[0] == '\n') ++format;
+    const int32_t length = target == OutputView::Target::kNowhere         ? 0
+                           : target == OutputView::Target::kStandardError ? std::vfprintf(stderr, format, args)
+                           : is_plain_text(format)                        ? write_text(sw, va_arg(args, const char *))
+                           : sw.output != nullptr                         ? std::vfprintf(sw.output, format, args)
+                                                                          : append_formatted(sw.printed, format, args);
     va_end(args);
     return length;
 }

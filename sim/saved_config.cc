@@ -18,8 +18,10 @@
 
 #include "sim/manifest.h"
 #include "sim/notation.h"
+#include "sim/secret.h"
 #include "sim/service_file.h"
 #include "sim/store.h"
+#include "sim/store_lock.h"
 
 namespace sim {
 namespace {
@@ -30,11 +32,12 @@ constexpr char kCopyAgain[] = "; save the configuration again with \"copy runnin
 
 // Of the current display.
 std::optional<Manifest> manifest;
-bool is_whole = true;
+std::vector<std::string> problems;
 
 void report(const std::string &path, const std::string &what) {
-    std::fprintf(stderr, "store: %s: %s\n", printable(path).c_str(), printable(what).c_str());
-    is_whole = false;
+    const std::string problem = printable(path) + ": " + printable(what);
+    std::fprintf(stderr, "store: %s\n", problem.c_str());
+    problems.push_back(problem);
 }
 
 struct Unreadable {
@@ -203,6 +206,21 @@ bool is_text_a_file(const std::string &path) {
     return reason != EINVAL;
 }
 
+// Empty if the file is what was saved.
+std::string fault_of_saved_file(const Switch &sw, const Manifest::SavedService &saved) {
+    try {
+        return difference(saved.file, read_file(service_path(sw.ascii_startup_dir, saved.sap)));
+    } catch (const Unreadable &unreadable) {
+        return unreadable.reason();
+    }
+}
+
+// Interfaces show the lines of a profile whose saved element is secret.
+void note_secret_profiles(const std::vector<Element> &saved, Switch &sw) {
+    for (const Element &element : saved)
+        if (element.secret && !element.port_profile.empty()) hide_profile(sw, element.port_profile, *element.secret);
+}
+
 // An element may have become secret since it was saved. One that was secret then is so still.
 void add_marks(const Service &service, std::vector<Element> &saved) {
     std::unordered_map<uint32_t, uint32_t> words; // by element id
@@ -217,7 +235,7 @@ void add_marks(const Service &service, std::vector<Element> &saved) {
 } // namespace
 
 bool begin_startup_display(const Switch &sw) {
-    is_whole = true;
+    problems.clear();
     for (const std::string &folder : {sw.store, sw.ascii_startup_dir}) {
         std::error_code error;
         const fs::file_status status = fs::status(folder, error);
@@ -263,22 +281,24 @@ std::string foreign_owner(const Switch &sw) {
     return "";
 }
 
-std::optional<Manifest> saved_manifest(const Switch &sw) {
-    if (!sw.store.empty()) return read_manifest(sw);
-    std::fputs("store: the switch has no store\n", stderr);
-    return {};
-}
-
-std::string fault_of_saved_file(const Switch &sw, const Manifest::SavedService &saved) {
-    try {
-        return difference(saved.file, read_file(service_path(sw.ascii_startup_dir, saved.sap)));
-    } catch (const Unreadable &unreadable) {
-        return unreadable.reason();
+std::optional<SavedServices> list_saved_services(const Switch &sw) {
+    problems.clear();
+    if (sw.store.empty()) throw StoreError("the switch has no store");
+    if (::access(sw.ascii_startup_dir.c_str(), F_OK) != 0 && errno == ENOENT) return {};
+    lock_store(sw.store, LockMode::kShared);
+    open_saved_config(sw);
+    std::optional<SavedServices> saved;
+    if (manifest) {
+        saved = SavedServices{*manifest, {}};
+        for (const Manifest::SavedService &service : manifest->services)
+            saved->faults.push_back(fault_of_saved_file(sw, service));
     }
+    unlock_store();
+    return saved;
 }
 
-bool is_saved_config_whole() {
-    return is_whole;
+const std::vector<std::string> &saved_config_problems() {
+    return problems;
 }
 
 Bytes answer_from_store(const Service &service, const qarn_cfg_req_msg &request) {
@@ -291,6 +311,7 @@ Bytes answer_from_store(const Service &service, const qarn_cfg_req_msg &request)
         saved.status = kStatusStoreDamaged;
     }
     add_marks(service, saved.elements);
+    note_secret_profiles(saved.elements, current());
     return answer_from_elements(saved, request);
 }
 

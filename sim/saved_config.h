@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "sim/manifest.h"
 #include "sim/switch.h"
@@ -24,13 +25,17 @@ void open_saved_config(const Switch &sw);
 // The other switch or VDC that has saved the configuration in the store, for a message; empty if there is none.
 std::string foreign_owner(const Switch &sw);
 
-// The manifest of the saved configuration, whoever saved it; none, after a report, if there is none that can be read.
-std::optional<Manifest> saved_manifest(const Switch &sw);
-// What is wrong with the file of a service; empty if it is what was saved.
-std::string fault_of_saved_file(const Switch &sw, const Manifest::SavedService &saved);
+// What the services saved, and what is wrong with the file of each; empty if it is what was saved.
+struct SavedServices {
+    Manifest manifest;
+    std::vector<std::string> faults;
+};
+// Read under the lock of the store. None if nothing was saved, or after a report if there is no manifest that can be
+// read. Throws StoreError.
+std::optional<SavedServices> list_saved_services(const Switch &sw);
 
-// Whether nothing was reported since the current display began.
-bool is_saved_config_whole();
+// What was reported since the current display began, each with its path.
+const std::vector<std::string> &saved_config_problems();
 
 // The reply of a service to a request for the startup configuration, from its file below the request's startup_uri. A
 // service that is not in the manifest has nothing saved. It fails if its file is missing or not what was saved; without

@@ -42,6 +42,11 @@ Element without_secrets(Element element) {
     return element;
 }
 
+void hide_profile(Switch &sw, const std::string &profile, uint32_t words) {
+    uint32_t &least = sw.secret_profiles.try_emplace(profile, words).first->second;
+    least = std::min(least, words);
+}
+
 bool has_secrets(const Switch &sw) {
     return std::ranges::any_of(sw.services, [](const Service &service) {
         return std::ranges::any_of(service.elements, [](const Element &element) { return element.secret.has_value(); });

@@ -16,6 +16,9 @@ std::string without_secrets(std::string_view text, uint32_t words);
 // A secret element with all its texts masked. The names and headers of keys stay, because other elements refer to them.
 Element without_secrets(Element element);
 
+// Hide the lines of a port profile, as far as its secret elements do: the smallest number of words counts.
+void hide_profile(Switch &sw, const std::string &profile, uint32_t words);
+
 bool has_secrets(const Switch &sw);
 
 } // namespace sim

@@ -18,6 +18,7 @@
 
 #include "platform/vdc.h"
 #include "sim/mts.h"
+#include "sim/output_view.h"
 #include "sim/script.h"
 #include "sim/service.h"
 
@@ -109,6 +110,7 @@ struct Switch : Script {
     std::string shell_program;      // runs where the platform's own shell is not installed; empty: none
     std::string conversion_library; // is opened where the platform's own is not installed; empty: none
 
+    OutputView view;
     bool hides_secrets = false;                      // of secret elements (secret.h)
     bool has_refused_a_text = false;                 // the saved one, in which no element can be found
     std::map<std::string, uint32_t> secret_profiles; // port profiles of secret elements: words of each line that stay

@@ -1,13 +1,13 @@
 // The services of a switch description. Names, SAPs and UUIDs are unique.
 #include "sim/description/services.h"
 
-#include <algorithm>
 #include <unordered_set>
 #include <vector>
 
 #include "sim/description/elements.h"
 #include "sim/description/faults.h"
 #include "sim/notation.h"
+#include "sim/secret.h"
 
 namespace sim {
 namespace {
@@ -62,8 +62,7 @@ void read_elements(const Document &document, const YAML::Node &entry, Service *s
 void note_secret_profiles(const Service &service, Switch &sw) {
     for (const Element &element : service.elements) {
         if (!element.secret || element.port_profile.empty()) continue;
-        uint32_t &words = sw.secret_profiles.try_emplace(element.port_profile, *element.secret).first->second;
-        words = std::min(words, *element.secret);
+        hide_profile(sw, element.port_profile, *element.secret);
     }
 }
 
