@@ -88,7 +88,8 @@ int run_lines(Session &session, LineReader &reader, bool is_typed, const std::st
         if (event == Event::kInterruption) {
             if (!is_typed) {
                 print_message("session interrupted");
-                return kExitInterrupted;
+                runner.take(kExitInterrupted);
+                return runner.result();
             }
             std::fputs("\n", stderr);
         } else if (event == Event::kRefused) {
