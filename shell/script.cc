@@ -53,7 +53,14 @@ class Runner {
         return goes_on_after(last_status_);
     }
 
-    // After an error that is none of a command too.
+    // The same of a line that cannot be run.
+    bool refuse(const std::string &place) {
+        const Place current(place);
+        take(kExitUsage);
+        return goes_on_after(kExitUsage);
+    }
+
+  private:
     bool goes_on_after(int status) const {
         if (session_.is_over() || status == kExitBrokenPipe) return false;
         if (is_typed_ || status == kExitComplete) return true;
@@ -63,7 +70,6 @@ class Runner {
         return false;
     }
 
-  private:
     Session &session_;
     bool is_typed_;
     int result_ = kExitComplete, last_status_ = kExitComplete;
@@ -93,8 +99,7 @@ int run_lines(Session &session, LineReader &reader, bool is_typed, const std::st
             }
             std::fputs("\n", stderr);
         } else if (event == Event::kRefused) {
-            runner.take(kExitUsage);
-            if (!runner.goes_on_after(kExitUsage)) return runner.result();
+            if (!runner.refuse(place)) return runner.result();
         } else if (number == 1 && !is_typed && line.starts_with("#!")) {
             continue; // the program that an executable script names
         } else if (!runner.run(line, place)) {
