@@ -138,9 +138,12 @@ void modules(const Line &, const sim::Switch &, Request &request) {
     request.req.modlist_flag = 1;
 }
 
-template <uint32_t code>
-void every_vdc(const Line &, const sim::Switch &, Request &request) {
-    request.req.cmd_code = code;
+void every_vdc(const Line &line, const sim::Switch &, Request &request) {
+    request.req.cmd_code = line.display->is_startup ? QARN_COMMAND_STARTUP_VDCS : QARN_COMMAND_RUNNING_VDCS;
+}
+
+void every_vdc_with_defaults(const Line &, const sim::Switch &, Request &request) {
+    request.req.cmd_code = QARN_COMMAND_RUNNING_ALL_VDCS;
 }
 
 } // namespace
@@ -162,9 +165,8 @@ const Form kFeature      = {qarn_cli_run_cfg_gen, qarn_cli_start_cfg_gen, featur
 const Form kAll          = {qarn_cli_run_cfg_gen, nullptr, everything};
 const Form kTemplate     = {nullptr, qarn_cli_start_template_cfg_gen, nullptr};
 const Form kModules      = {nullptr, qarn_startup_cfg_modlist_get, modules};
-const Form kVdcAll       = {qarn_cli_run_cfg_gen_vdcall, nullptr, every_vdc<QARN_COMMAND_RUNNING_VDCS>};
-const Form kStartupVdcAll = {nullptr, qarn_cli_run_cfg_gen_vdcall, every_vdc<QARN_COMMAND_STARTUP_VDCS>};
-const Form kAllVdcAll    = {qarn_cli_run_cfg_gen_vdcall, nullptr, every_vdc<QARN_COMMAND_RUNNING_ALL_VDCS>};
+const Form kVdcAll       = {qarn_cli_run_cfg_gen_vdcall, qarn_cli_run_cfg_gen_vdcall, every_vdc};
+const Form kAllVdcAll    = {qarn_cli_run_cfg_gen_vdcall, nullptr, every_vdc_with_defaults};
 // clang-format on
 const Narrowing kByService = {by_service};
 const Narrowing kByFeature = {by_feature};

@@ -22,7 +22,7 @@ inline EntryPoint entry_of(const Form &form, const Display &display) {
 }
 
 extern const Form kWhole, kVlan, kVsan, kInterface, kBfd, kL2mp, kFex, kExcludeL2mp, kExcludeFex, kPortProfile,
-    kExclude, kService, kFeature, kAll, kTemplate, kModules, kVdcAll, kStartupVdcAll, kAllVdcAll;
+    kExclude, kService, kFeature, kAll, kTemplate, kModules, kVdcAll, kAllVdcAll;
 
 extern const Narrowing kByService, kByFeature, kWithDefaults;
 

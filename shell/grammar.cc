@@ -138,11 +138,6 @@ constexpr Node kForms[] = {
      .own_text = OwnText::kTable},
     {.word = "modules", .help = "the line-card modules", .action = show_configuration, .form = &kModules},
     {.word = "vdc-all", .help = "the configuration of every VDC", .action = show_configuration, .form = &kVdcAll},
-    {.word = "vdc-all",
-     .help = "the configuration of every VDC",
-     .is_hidden = true,
-     .action = show_configuration,
-     .form = &kStartupVdcAll},
 };
 
 constexpr Node kBrief[] = {

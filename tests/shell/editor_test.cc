@@ -62,7 +62,7 @@ TEST_F(Editor, ListsWordsAtTheSecondTab) {
     screen.shell.type("show st\tv\t\t");
     const std::string expected =
         "x# show startup-config v\n"
-        "vlan  vsan\n"
+        "vlan     vsan     vdc-all\n"
         "x# show startup-config v_";
     EXPECT_EQ(screen.until(expected), expected);
 }
