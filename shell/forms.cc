@@ -42,6 +42,14 @@ void vsans(const Line &line, const sim::Switch &, Request &request) {
     id_ranges(line, "VSAN", request);
 }
 
+// The interfaces of the same type that have the longest beginning in common with this name.
+std::vector<std::string> nearest_interfaces(const std::string &name, const sim::Switch &sw) {
+    std::vector<std::string> names;
+    for (const sim::Interface &interface : sw.interfaces)
+        if (type_of_interface(interface.name) == type_of_interface(name)) names.push_back(interface.name);
+    return nearest_to(name, names);
+}
+
 // The interface with this name. Its type may be abbreviated, as in "e1/1" for "Ethernet1/1".
 const sim::Interface &interface_named(const std::string &name, std::string_view argument, const sim::Switch &sw) {
     if (const sim::Interface *interface = sw.find_interface(std::string_view(name))) return *interface;
@@ -51,9 +59,10 @@ const sim::Interface &interface_named(const std::string &name, std::string_view 
     if (expected.size() == 1) {
         const std::string full = expected[0] + name.substr(type_of_interface(name).size());
         if (const sim::Interface *interface = sw.find_interface(std::string_view(full))) return *interface;
+        throw CommandError("unknown interface " + quoted(name), argument, nearest_interfaces(full, sw));
     }
     if (expected.size() > 1) throw CommandError("ambiguous interface " + quoted(name), argument, expected);
-    throw CommandError("unknown interface " + quoted(name), argument, types_of_interfaces(sw));
+    throw CommandError("unknown interface " + quoted(name), argument, nearest_to(name, types_of_interfaces(sw)));
 }
 
 // "ethernet 1/1-4" and "ethernet1/1-4" name the same interfaces.
@@ -75,7 +84,7 @@ void interfaces(const Line &line, const sim::Switch &sw, Request &request) {
 std::string_view known(std::string_view argument, bool is_known, Slot slot, const sim::Switch &sw) {
     if (!is_known)
         throw CommandError(std::string("unknown ") + name_of(slot) + ' ' + quoted(argument), argument,
-                           values_of(slot, sw));
+                           nearest_to(argument, values_of(slot, sw)));
     return argument;
 }
 

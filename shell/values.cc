@@ -46,6 +46,11 @@ std::set<uint32_t> ids_of(Slot slot, const sim::Switch &sw) {
     return ids;
 }
 
+std::size_t common_length(std::string_view a, std::string_view b) {
+    const auto is_same = [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); };
+    return static_cast<std::size_t>(std::ranges::mismatch(a, b, is_same).in1 - a.begin());
+}
+
 std::vector<std::string> completed_paths(std::string_view partial) {
     const std::size_t slash = partial.rfind('/') + 1;
     const std::string folder(partial.substr(0, slash));
@@ -125,10 +130,16 @@ std::vector<std::string> completions_of(Slot slot, std::string_view partial, con
     }
 }
 
+std::vector<std::string> nearest_to(std::string_view word, std::vector<std::string> values) {
+    std::size_t longest = 0;
+    for (const std::string &value : values)
+        longest = std::max(longest, common_length(value, word));
+    std::erase_if(values, [&](const std::string &value) { return common_length(value, word) < longest; });
+    return values;
+}
+
 bool begins_with(std::string_view text, std::string_view beginning) {
-    return text.size() >= beginning.size() &&
-           std::equal(beginning.begin(), beginning.end(), text.begin(),
-                      [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
+    return common_length(text, beginning) == beginning.size();
 }
 
 std::string_view type_of_interface(std::string_view name) {

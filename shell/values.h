@@ -20,6 +20,10 @@ std::vector<std::string> values_of(Slot slot, const sim::Switch &sw);
 // the last item is completed.
 std::vector<std::string> completions_of(Slot slot, std::string_view partial, const sim::Switch &sw);
 
+// Of these values, those that have the longest beginning in common with the word; all if none has one. Upper and lower
+// case are the same.
+std::vector<std::string> nearest_to(std::string_view word, std::vector<std::string> values);
+
 // Without regard to upper and lower case.
 bool begins_with(std::string_view text, std::string_view beginning);
 
