@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "shell/message.h"
 #include "sim/visible.h"
@@ -31,7 +32,7 @@ sigset_t interruption() {
 
 } // namespace
 
-Lines::Lines(int input) : input_(input) {
+Lines::Lines(int input) : input_(input), is_terminal_(isatty(input) != 0) {
     struct sigaction action = {};
     if (sigaction(SIGINT, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) return;
     const sigset_t set = interruption();
@@ -47,11 +48,11 @@ Lines::~Lines() {
 }
 
 Lines::Event Lines::next(const std::string &prompt, std::string &line) {
-    if (isatty(input_) != 0) write_messages(sim::visible(prompt) + "# ");
+    if (is_terminal_) write_messages(sim::visible(prompt) + "# ");
     for (;;) {
         if (take_interruption()) {
             read_ahead_.clear();
-            dropped_ = 0;
+            at_ = dropped_ = 0;
             return Event::kInterruption;
         }
         if (const std::optional<Event> event = take_line(line)) return *event;
@@ -67,12 +68,12 @@ bool Lines::take_interruption() const {
 
 // The last line may lack its newline. What is read of a line that is too long is dropped.
 std::optional<Lines::Event> Lines::take_line(std::string &line) {
-    const std::size_t end = read_ahead_.find('\n'), length = std::min(end, read_ahead_.size());
+    const std::size_t end = read_ahead_.find('\n', at_), length = std::min(end, read_ahead_.size()) - at_;
     const bool is_whole = end != std::string::npos || (has_ended_ && length + dropped_ > 0);
     const bool is_too_long = length + dropped_ > kLongestLine;
     if (!is_whole && !is_too_long) return {};
-    line = read_ahead_.substr(0, is_too_long ? 0 : length);
-    read_ahead_.erase(0, end == std::string::npos ? end : end + 1);
+    line = read_ahead_.substr(at_, is_too_long ? 0 : length);
+    at_ = end == std::string::npos ? read_ahead_.size() : end + 1;
     dropped_ = is_whole ? 0 : dropped_ + length;
     if (dropped_ > kMostDropped) throw LineTooLong(too_long());
     if (!is_whole) return {};
@@ -91,6 +92,7 @@ void Lines::read_input() {
     const ssize_t got = read(input_, block, sizeof block);
     if (got < 0 && errno != EINTR && errno != EAGAIN)
         throw std::runtime_error(std::string("cannot read the commands: ") + std::strerror(errno));
+    read_ahead_.erase(0, std::exchange(at_, 0));
     if (got > 0) read_ahead_.append(block, static_cast<std::size_t>(got));
     has_ended_ = got == 0;
 }

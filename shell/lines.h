@@ -52,8 +52,10 @@ class Lines : public LineReader {
     void read_input();
 
     int input_;
+    bool is_terminal_;
     int interruptions_ = -1; // a signalfd, unless SIGINT is ignored
     std::string read_ahead_;
+    std::size_t at_ = 0;      // the first byte that was not taken
     std::size_t dropped_ = 0; // bytes of the line that is read
     bool has_ended_ = false;
 };
