@@ -23,6 +23,11 @@ std::string too_long() {
     return "a line of the commands has more than " + std::to_string(kLongestLine) + " bytes";
 }
 
+LineReader::Event refuse(const std::string &reason) {
+    print_message("%s; it was not run", reason.c_str());
+    return LineReader::Event::kRefused;
+}
+
 sigset_t interruption() {
     sigset_t set;
     sigemptyset(&set);
@@ -77,8 +82,9 @@ std::optional<Lines::Event> Lines::take_line(std::string &line) {
     dropped_ = is_whole ? 0 : dropped_ + length;
     if (dropped_ > kMostDropped) throw LineTooLong(too_long());
     if (!is_whole) return {};
-    if (is_too_long) print_message("%s; it was not run", too_long().c_str());
-    return is_too_long ? Event::kRefused : Event::kLine;
+    if (is_too_long) return refuse(too_long());
+    // A NUL byte would end the name of a file.
+    return line.find('\0') == std::string::npos ? Event::kLine : refuse("a line of the commands has a NUL byte");
 }
 
 // False when an interruption comes first.

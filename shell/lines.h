@@ -41,8 +41,8 @@ class Lines : public LineReader {
     Lines(const Lines &) = delete;
     Lines &operator=(const Lines &) = delete;
 
-    // Shows the prompt if the descriptor is a terminal. Refuses a line of more than kLongestLine bytes. Throws
-    // LineTooLong if a line goes on and on.
+    // Shows the prompt if the descriptor is a terminal. Refuses a line of more than kLongestLine bytes or with a
+    // NUL byte. Throws LineTooLong if a line goes on and on.
     Event next(const std::string &prompt, std::string &line) override;
 
   private:
