@@ -29,7 +29,10 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kMostBytes = std::size_t{1} << 20; // read from the end of the file
-constexpr int kMostAttempts = 100;                       // to lock the file: half a second
+// A session that adds lines lets the file grow to these before it shortens the file.
+constexpr std::size_t kMostBytesBetween = kMostBytes + kMostBytes / 10;
+constexpr std::size_t kMostLinesBetween = kMostHistoryLines + kMostHistoryLines / 10;
+constexpr int kMostAttempts = 100; // to lock the file: half a second
 
 [[noreturn]] void fail(const std::string &what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
@@ -127,6 +130,21 @@ std::vector<std::string> presentable_lines(std::string_view text) {
     return lines;
 }
 
+std::size_t count_lines(const LockedFile &file) {
+    const std::string text = file.read_from(0);
+    return static_cast<std::size_t>(std::ranges::count(text, '\n'));
+}
+
+std::vector<std::string> newest_lines(const LockedFile &file) {
+    const std::size_t size = file.size(), begin = size > kMostBytes ? size - kMostBytes : 0;
+    std::string text = file.read_from(begin);
+    if (begin > 0) text.erase(0, text.find('\n')); // the rest of a line
+    std::vector<std::string> lines = presentable_lines(text);
+    const std::size_t excess = lines.size() > kMostHistoryLines ? lines.size() - kMostHistoryLines : 0;
+    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(excess));
+    return lines;
+}
+
 void replace(const std::string &path, const std::vector<std::string> &lines) {
     const std::string beside = path + ".new";
     unlink(beside.c_str()); // of a session that was killed
@@ -164,13 +182,8 @@ std::vector<std::string> HistoryFile::load() {
     if (path_.empty()) return {};
     try {
         const LockedFile file(path_);
-        const std::size_t size = file.size(), begin = size > kMostBytes ? size - kMostBytes : 0;
-        std::string text = file.read_from(begin);
-        if (begin > 0) text.erase(0, text.find('\n')); // the rest of a line
-        std::vector<std::string> lines = presentable_lines(text);
-        const std::size_t excess = lines.size() > kMostHistoryLines ? lines.size() - kMostHistoryLines : 0;
-        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(excess));
-        if (begin > 0 || excess > 0) replace(path_, lines);
+        std::vector<std::string> lines = newest_lines(file);
+        if (file.size() > kMostBytes || count_lines(file) > kMostHistoryLines) replace(path_, lines);
         return lines;
     } catch (const std::runtime_error &error) {
         give_up(error.what());
@@ -185,6 +198,9 @@ void HistoryFile::append(const std::string &line) {
         const std::size_t size = file.size();
         const bool is_torn = size > 0 && file.read_from(size - 1) != "\n"; // by a full disk
         file.append((is_torn ? "\n" : "") + line + '\n');
+        lines_ = size == size_ ? lines_ + 1 : count_lines(file); // another session may have added lines
+        size_ = file.size();
+        if (size_ > kMostBytesBetween || lines_ > kMostLinesBetween) replace(path_, newest_lines(file));
     } catch (const std::runtime_error &error) {
         give_up(error.what());
     }

@@ -158,6 +158,16 @@ TEST_F(Editor, BoundsTheHistory) {
     const std::string kept = history();
     EXPECT_EQ(std::count(kept.begin(), kept.end(), '\n'), 1000);
     EXPECT_TRUE(kept.starts_with("! 200\n")) << kept;
+
+    constexpr int kFirstAfter = 1200, kPasted = 150;
+    std::string pasted;
+    for (int number = kFirstAfter; number < kFirstAfter + kPasted; ++number)
+        pasted += "! " + std::to_string(number) + '\r';
+    screen.shell.type("\x1b[200~" + pasted + "quit\r\x1b[201~");
+    EXPECT_EQ(screen.shell.status(), 0);
+    const std::string later = history();
+    EXPECT_LE(std::count(later.begin(), later.end(), '\n'), 1100);
+    EXPECT_TRUE(later.ends_with("! 1349\nquit\n")) << later;
 }
 
 TEST_F(Editor, MentionsOnceThatNoHistoryIsKept) {
