@@ -88,7 +88,7 @@ int show_difference(Session &session, const Line &line) {
 }
 
 int copy_to_file(Session &session, const Line &line) {
-    HeldOutput held(std::string(line.arguments[0]));
+    HeldOutput held(std::string(file_named(line.arguments[0])));
     Request request("show running-config");
     take_options(request, session.options());
     const int result = run_command(session.current(), entry_of(kWhole, {false, 0}), request, {}, held.descriptor(),

@@ -70,8 +70,7 @@ std::string_view without_quotation_marks(std::string_view argument) {
 void take_argument(std::string_view argument, Slot slot, Filter &filter) try {
     const std::string_view value = may_be_quoted(slot) ? without_quotation_marks(argument) : argument;
     if (slot == Slot::kRegex) filter.pattern = std::make_shared<Pattern>(value);
-    if (slot == Slot::kFile) filter.file = value;
-    if (slot == Slot::kFile && value.empty()) throw CommandError("the name of the file is missing", argument);
+    if (slot == Slot::kFile) filter.file = file_named(argument);
     if (slot != Slot::kNumber) return;
     const std::optional<uint32_t> number = sim::is_number(value) ? sim::to_number(value) : std::nullopt;
     if (!number) throw CommandError("needs a number of lines, not " + quoted(value), argument);
@@ -127,6 +126,12 @@ void match_filters(std::span<const std::string_view> parts, Line &line) {
 }
 
 } // namespace
+
+std::string_view file_named(std::string_view argument) {
+    const std::string_view name = without_quotation_marks(argument);
+    if (name.empty()) throw CommandError("the name of the file is missing", argument);
+    return name;
+}
 
 std::string_view command_of(std::string_view line) {
     return without_blanks_around(parts_of(line)[0]);

@@ -42,6 +42,9 @@ bool asks_for_json(std::string_view line);
 // The command of a line, without its filters.
 std::string_view command_of(std::string_view line);
 
+// The name of a file without quotation marks around it. Throws CommandError.
+std::string_view file_named(std::string_view argument);
+
 // Throws CommandError.
 Line match(std::string_view line);
 

@@ -45,11 +45,6 @@ void suggest_numbers(const Walk &walk, const sim::Switch &sw, Suggestions &sugge
     }
 }
 
-Slot slot_of_next(const Walk &walk) {
-    const Nodes nodes = walk.next();
-    return nodes.empty() ? Slot::kNone : nodes.front()->slot;
-}
-
 } // namespace
 
 Suggestions suggest(std::string_view line, const sim::Switch &sw) {
@@ -86,7 +81,7 @@ bool takes_question_mark(std::string_view line) {
     Walk walk(parts.size() == 1 ? commands() : filters());
     std::string_view rest = parts.back();
     for (std::string_view word = walk.take_word(rest); !word.empty(); word = walk.take_word(rest)) {
-        const Slot slot = slot_of_next(walk);
+        const Slot slot = walk.slot_of_next();
         const bool is_quoted = may_be_quoted(slot) && is_quotation_mark(word[0]);
         if (is_quoted && end_of_quotation(word, 0) == std::string_view::npos) return true;
         if (slot == Slot::kRegex && !is_quoted) return true;

@@ -41,6 +41,12 @@ Nodes Walk::candidates(std::string_view word) const {
     return {};
 }
 
+Slot Walk::slot_of_next() const {
+    const Nodes nodes = next();
+    const auto found = std::ranges::find_if(nodes, [](const Node *node) { return node->slot != Slot::kNone; });
+    return found != nodes.end() ? (*found)->slot : Slot::kNone;
+}
+
 std::string_view Walk::take_word(std::string_view &rest) const {
     const auto *const begin = std::ranges::find_if_not(rest, is_blank);
     rest = {begin, rest.end()};
@@ -85,8 +91,7 @@ void Walk::take(std::string_view word) {
 }
 
 std::size_t Walk::length_of_word(std::string_view rest) const {
-    const Nodes nodes = next();
-    const Slot slot = nodes.empty() ? Slot::kNone : nodes.front()->slot;
+    const Slot slot = slot_of_next();
     if (!rest.empty() && may_be_quoted(slot) && is_quotation_mark(rest[0]))
         return std::min(end_of_quotation(rest, 0), without_blanks_around(rest).size());
     if (takes_rest(slot)) return without_blanks_around(rest).size();

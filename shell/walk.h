@@ -33,6 +33,9 @@ class Walk {
     // Go on to the node that the word means. False at an unknown or an ambiguous word.
     bool step(std::string_view word);
 
+    // What the next word may be the value of.
+    Slot slot_of_next() const;
+
     // Of the last word.
     const Node *node() const { return node_; }
     const Display *display() const { return display_; }
