@@ -1,11 +1,14 @@
 #include "shell/candidates.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <string_view>
 
 #include "shell/exit_code.h"
 #include "shell/suggest.h"
+#include "shell/words.h"
 #include "sim/notation.h"
 #include "sim/switch.h"
 
@@ -17,7 +20,13 @@ bool is_candidate(const Suggestion &suggestion) {
     return !suggestion.is_slot && sim::printable(suggestion.word) == suggestion.word;
 }
 
+// A caller keeps what comes before the last blank or bar of a line, and puts a candidate after it.
+bool can_be_replaced(std::string_view partial) {
+    return partial.find('|') == std::string_view::npos && std::ranges::none_of(partial, is_blank);
+}
+
 int print(const Suggestions &suggestions) {
+    if (!can_be_replaced(suggestions.partial)) return kExitComplete;
     std::string list;
     for (const Suggestion &suggestion : suggestions.words)
         if (is_candidate(suggestion))

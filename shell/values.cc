@@ -8,6 +8,7 @@
 #include <set>
 
 #include "shell/ranges.h"
+#include "shell/words.h"
 
 namespace shell {
 namespace {
@@ -51,7 +52,8 @@ std::size_t common_length(std::string_view a, std::string_view b) {
     return static_cast<std::size_t>(std::ranges::mismatch(a, b, is_same).in1 - a.begin());
 }
 
-std::vector<std::string> completed_paths(std::string_view partial) {
+// What is in a folder of the files and begins like this path.
+std::vector<std::string> paths_from(std::string_view partial) {
     const std::size_t slash = partial.rfind('/') + 1;
     const std::string folder(partial.substr(0, slash));
     const std::string_view typed = partial.substr(slash);
@@ -64,6 +66,26 @@ std::vector<std::string> completed_paths(std::string_view partial) {
             words.push_back(folder + name + (entry->is_directory(error) ? "/" : ""));
     }
     std::ranges::sort(words);
+    return words;
+}
+
+// Whether a path is one word as it is.
+bool is_one_word(const std::string &path) {
+    return !is_quotation_mark(path[0]) && path.find('|') == std::string::npos && std::ranges::none_of(path, is_blank);
+}
+
+// A folder remains open in its quotation marks. A mark or a backslash inside of them would not be a part of the name.
+std::vector<std::string> completed_paths(std::string_view partial) {
+    const bool is_quoted = !partial.empty() && is_quotation_mark(partial[0]);
+    std::vector<std::string> words = paths_from(partial.substr(is_quoted ? 1 : 0));
+    if (!is_quoted) {
+        std::erase_if(words, [](const std::string &path) { return !is_one_word(path); });
+        return words;
+    }
+    const std::string left_out = {partial[0], '\\'};
+    std::erase_if(words, [&](const std::string &path) { return path.find_first_of(left_out) != std::string::npos; });
+    for (std::string &word : words)
+        word = partial[0] + word + (word.ends_with('/') ? "" : std::string(1, partial[0]));
     return words;
 }
 
