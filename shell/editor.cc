@@ -14,6 +14,7 @@
 #include <cwchar>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include "shell/completion.h"
 #include "shell/message.h"
@@ -63,6 +64,31 @@ const std::string &too_long() {
 void end_editing(EditLine *line) {
     el_set(line, EL_EDITMODE, 0);
     el_end(line);
+}
+
+void bind_key(EditLine *line, const std::string &key, const char *function) {
+    el_set(line, EL_BIND, key.c_str(), function, nullptr);
+}
+
+// libedit drops an unknown sequence up to the character in which it differs from the known ones, and inserts the rest.
+// A later binding replaces these.
+void ignore_other_keys(EditLine *line) {
+    constexpr char kIgnore[] = "ed-ignore";
+    constexpr int kMostNumbers = 34, kMostModifiers = 16; // of Insert to F20; Shift, Alt, Ctrl and Meta together
+    std::vector<std::string> modifiers = {""};
+    for (int modifier = 2; modifier <= kMostModifiers; ++modifier)
+        modifiers.push_back(';' + std::to_string(modifier));
+    for (const std::string &modifier : modifiers) {
+        for (int number = 1; number <= kMostNumbers; ++number)
+            bind_key(line, "\\e[" + std::to_string(number) + modifier + '~', kIgnore);
+        for (const char letter : std::string_view("ABCDEFHPQRS"))
+            if (!modifier.empty()) bind_key(line, "\\e[1" + modifier + letter, kIgnore);
+    }
+    for (const char *key : {"\\eOP", "\\eOQ", "\\eOR", "\\eOS", "\\e[E", "\\e[Z", "\\e[I", "\\e[O", "\\e[[A", "\\e[[B",
+                            "\\e[[C", "\\e[[D", "\\e[[E"})
+        bind_key(line, key, kIgnore);
+    for (const char *key : {"\\ex", "\\eX"}) // libedit would ask for a command of its own
+        bind_key(line, key, kIgnore);
 }
 
 std::FILE *open_file(int descriptor, const char *mode) {
@@ -157,8 +183,9 @@ void Editor::bind_keys() {
         {"\\e[200~", "vsh-paste"},     {"\\e[201~", "ed-ignore"},
         {"\\e[1;5C", "em-next-word"},  {"\\e[1;5D", "ed-prev-word"},
     };
+    ignore_other_keys(line);
     for (const auto &[key, function] : kKeys)
-        el_set(line, EL_BIND, key, function, nullptr);
+        bind_key(line, key, function);
 }
 
 void Editor::recall_earlier_sessions() {
@@ -175,6 +202,7 @@ void Editor::recall_earlier_sessions() {
 // the terminal would echo the later lines while the first one runs.
 void Editor::take_terminal() {
     el_set(editor_.get(), EL_PREP_TERM, 1);
+    keyboard_->note_typed_ahead();
     std::fputs("\x1b[?2004h", screen_.get());
 }
 

@@ -1,6 +1,7 @@
 #include "shell/keyboard.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@ namespace shell {
 namespace {
 
 constexpr std::size_t kBlock = 65536;
+constexpr char kEndOfInput = '\x04'; // Ctrl-D
 
 bool is_ignored(int signal) {
     struct sigaction action = {};
@@ -78,10 +80,10 @@ Keyboard::Event Keyboard::next() {
         }
         if (at_ == input_.size()) continue;
         is_pasted_ = at_ < pasted_end_;
-        if (const std::optional<wchar_t> character = decode(input_[at_++])) {
-            character_ = *character;
-            return Event::kCharacter;
-        }
+        const std::optional<wchar_t> character = decode(input_[at_++]);
+        if (!character || (*character == L'\0' && !is_pasted_)) continue; // Ctrl-@ is no key
+        character_ = *character;
+        return Event::kCharacter;
     }
 }
 
@@ -126,6 +128,11 @@ void Keyboard::drop_input() {
     at_ = pasted_end_ = 0;
 }
 
+void Keyboard::note_typed_ahead() {
+    int size = 0;
+    typed_ahead_ = ioctl(STDIN_FILENO, FIONREAD, &size) == 0 ? static_cast<std::size_t>(size) : 0;
+}
+
 // Signals come first, or a flood of input would hold them up.
 Keyboard::Source Keyboard::wait() {
     struct pollfd sources[] = {{signals_, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
@@ -149,8 +156,12 @@ bool Keyboard::read_input(std::size_t most) {
     const ssize_t got = read(STDIN_FILENO, block, std::min(most, sizeof block));
     if (got < 0 && errno != EINTR && errno != EAGAIN)
         throw std::runtime_error(std::string("cannot read standard input: ") + std::strerror(errno));
-    if (got > 0) input_.append(block, static_cast<std::size_t>(got));
-    return got != 0;
+    if (got <= 0) return got != 0;
+    const std::size_t size = static_cast<std::size_t>(got), ahead = std::min(size, typed_ahead_);
+    std::replace(block, block + ahead, '\0', kEndOfInput);
+    typed_ahead_ -= ahead;
+    input_.append(block, size);
+    return true;
 }
 
 // Nothing if a character has further bytes. A byte that cannot go on with a character begins the next one.

@@ -42,6 +42,10 @@ class Keyboard {
 
     void drop_input();
 
+    // What the terminal holds now was typed while it did not pass each key on. A Ctrl-D of then arrives as a null
+    // character.
+    void note_typed_ahead();
+
     // While a line is read, the keyboard also takes the signals that end or stop the shell and those of the window, so
     // that the terminal can be restored first.
     class Attention {
@@ -69,6 +73,7 @@ class Keyboard {
     int signals_ = -1;  // a signalfd
     std::string input_; // read ahead, and used before at_
     std::size_t at_ = 0, pasted_end_ = 0;
+    std::size_t typed_ahead_ = 0; // bytes that are still to be read
     bool is_pasted_ = false;
     std::mbstate_t state_ = {};
     wchar_t character_ = 0;

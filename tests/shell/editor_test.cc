@@ -102,6 +102,24 @@ TEST_F(Editor, ClearsTheLineOnAnInterruptionAndEndsOnAFreshLine) {
     EXPECT_EQ(screen.shell.status(), 0);
 }
 
+TEST_F(Editor, EndsAtAnEndThatWasTypedWhileACommandRan) {
+    Screen screen(std::string(kSilentService) + " --timeout-unit 10");
+    screen.shell.type("show run | count\n");
+    ASSERT_TRUE(screen.shell.shows("waiting for")); // the terminal does not pass each key on meanwhile
+    screen.shell.type("! later\n\x04");
+    ASSERT_TRUE(screen.shell.shows("x# ! later"));
+    EXPECT_EQ(screen.shell.status(), 3);
+}
+
+TEST_F(Editor, IgnoresOtherKeys) {
+    constexpr char kNull[] = {'\0', 'b'};
+    constexpr char kPageUp[] = "\x1b[5~", kF5[] = "\x1b[15~", kShiftUp[] = "\x1b[1;2A", kCommand[] = "\x1bx";
+    Screen screen(kOneService);
+    screen.shell.type("a" + std::string(kNull, sizeof kNull) + kPageUp + "c" + kF5 + "d" + kShiftUp + "e" + kCommand +
+                      "f");
+    EXPECT_EQ(screen.until("x# abcdef_"), "x# abcdef_");
+}
+
 TEST_F(Editor, RefusesALineThatCannotBeRun) {
     Screen screen(kOneService);
     screen.shell.type("\xff\xc3z\n");
