@@ -16,6 +16,7 @@
 #include "shell/exit_code.h"
 #include "shell/line.h"
 #include "shell/session.h"
+#include "shell/terminal.h"
 
 namespace shell {
 namespace {
@@ -100,7 +101,7 @@ bool is_dumb() {
 // Debug traces between the lines have no keywords.
 bool has_colors(const Options &options, bool is_terminal) {
     if (options.color != "auto") return options.color == "always";
-    return is_terminal && options.debug_mask == 0 && value_of("NO_COLOR").empty() && !is_dumb();
+    return is_terminal && options.debug_mask == 0 && value_of("NO_COLOR").empty() && !is_dumb() && is_known_terminal();
 }
 
 // On a screen of a few characters a pager shows little more than its own prompt. A screen may not report its size.

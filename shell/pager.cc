@@ -78,6 +78,7 @@ void Pager::run(int text, pid_t parent) const {
     set_handler(SIGPIPE, SIG_DFL);
     dup2(text, STDIN_FILENO);
     if (const char *const program = std::getenv("PAGER")) {
+        setenv("LESS", "FRX", 0); // so that it shows colors and leaves a short text
         execl("/bin/sh", "sh", "-c", program, "vsh: pager", nullptr);
     } else {
         unsetenv("LESS");

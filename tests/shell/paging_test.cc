@@ -75,6 +75,14 @@ TEST_F(Paging, ShowsTheTextWithoutAPagerThatCannotStart) {
     EXPECT_EQ(status, 0);
 }
 
+TEST_F(Paging, LetsThePagerShowColors) {
+    setenv("PAGER", "cat >/dev/null; echo \"LESS=$LESS\"", 1);
+    unsetenv("LESS");
+    EXPECT_EQ(shown(kLong), "LESS=FRX\r\n");
+    setenv("LESS", "i", 1);
+    EXPECT_EQ(shown(kLong), "LESS=i\r\n");
+}
+
 TEST_F(Paging, EndsACommandWhosePagerEnds) {
     setenv("PAGER", "head -n 1", 1);
     shown(long_switch(kMuteVdc) + " -c 'show running-config vdc-all'");
@@ -106,6 +114,8 @@ TEST_F(Paging, ShowsControlCharactersAndColorsOnATerminalOnly) {
     EXPECT_EQ(shown(show), "! a\r\nhead ^[[31m\\x9b \\x9b \\u202e\xc3\xa9\r\n  body\r\n");
     unsetenv("NO_COLOR");
     EXPECT_EQ(shown(show), "\x1b[2m! a\x1b[0m\r\n\x1b[1mhead\x1b[0m ^[[31m\\x9b \\x9b \\u202e\xc3\xa9\r\n  body\r\n");
+    setenv("TERM", "nosuch", 1);
+    EXPECT_EQ(shown(show), "! a\r\nhead ^[[31m\\x9b \\x9b \\u202e\xc3\xa9\r\n  body\r\n");
     EXPECT_EQ(shown(show + " | cat"), "! a\r\nhead \x1b[31m\xc2\x9b \x9b \xe2\x80\xae\xc3\xa9\r\n  body\r\n");
 }
 
