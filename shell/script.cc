@@ -75,6 +75,12 @@ class Runner {
     int result_ = kExitComplete, last_status_ = kExitComplete;
 };
 
+// Some editors put this mark at the beginning of a file in UTF-8.
+void drop_byte_order_mark(std::string &line) {
+    constexpr std::string_view kMark = "\xef\xbb\xbf";
+    if (line.starts_with(kMark)) line.erase(0, kMark.size());
+}
+
 // The next event, with the place in the message about a line that is refused.
 LineReader::Event next_of(LineReader &reader, Session &session, std::string &line, const std::string &place) {
     const Place current(place);
@@ -91,6 +97,7 @@ int run_lines(Session &session, LineReader &reader, bool is_typed, const std::st
         const std::string place = is_typed ? "" : name + std::to_string(number);
         const Event event = next_of(reader, session, line, place);
         if (event == Event::kEnd) return runner.result();
+        if (number == 1) drop_byte_order_mark(line);
         if (event == Event::kInterruption) {
             if (!is_typed) {
                 print_message("session interrupted");
