@@ -97,8 +97,7 @@ std::string list_of_commands() {
     return "Commands:\n" + rows(usages_of_commands()) +
            "\nForms, after show running-config, show startup-config and checkpoint:\n" + rows(usages_of_forms()) +
            "\nAfter most forms of a part of the configuration; ? at the prompt lists what fits:\n" +
-           rows(usages_of_narrowings()) +
-           "\nFilters, after any of these commands that shows a configuration, also several:\n" +
+           rows(usages_of_narrowings()) + "\nFilters, after any of these commands that shows a text, also several:\n" +
            rows(usages_of_filters(), "| ");
 }
 
