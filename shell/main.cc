@@ -20,6 +20,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "shell/candidates.h"
@@ -27,11 +28,13 @@
 #include "shell/command_error.h"
 #include "shell/lines.h"
 #include "shell/message.h"
+#include "shell/option_error.h"
 #include "shell/options.h"
 #include "shell/run.h"
 #include "shell/script.h"
 #include "shell/session.h"
 #include "sim/description.h"
+#include "sim/notation.h"
 
 namespace {
 
@@ -55,15 +58,20 @@ void hold_standard_streams() {
     if (null >= 0) dup2(null, STDERR_FILENO);
 }
 
+// A relative path leads nowhere if the current folder was deleted.
+template <typename Error>
 void export_path(const char *variable, const std::optional<std::string> &path) {
     if (!path) return;
-    setenv(variable, std::filesystem::absolute(*path).c_str(), 1);
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::absolute(*path, error);
+    if (error) throw Error("cannot use " + sim::printable(*path) + ": the current folder: " + error.message());
+    setenv(variable, whole.c_str(), 1);
 }
 
 // Put the options into the environment, with absolute paths since the reader may run in another folder.
 void export_options(const Options &options) {
-    export_path("VSH_SWITCH", options.switch_file);
-    export_path("VSH_STORE", options.store);
+    export_path<shell::CommandError>("VSH_SWITCH", options.switch_file);
+    export_path<std::runtime_error>("VSH_STORE", options.store);
     setenv("VSH_NO_WARNINGS", "true", 1); // this shell reports them
     if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
     if (options.plain) setenv("VSH_PLAIN", "true", 1);
@@ -90,10 +98,12 @@ int parse_and_run(int argc, char **argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
         if (shell::asks_for_candidates(app)) return shell::print_candidates(options);
-        std::ostringstream help, messages;
-        const bool is_error = app.exit(error, help, messages) != 0;
-        shell::write_messages(messages.str());
-        if (is_error) return shell::kExitUsage;
+        std::ostringstream help;
+        if (app.exit(error, help, help) != 0) {
+            shell::print_message("%s", shell::explain(error, app).c_str());
+            shell::print_message("--help describes the options");
+            return shell::kExitUsage;
+        }
         std::fputs(help.str().c_str(), stdout);
         return shell::flush_output() ? 0 : shell::kExitFailure;
     }

@@ -18,17 +18,18 @@ constexpr char kComplete[] = "--complete";
 constexpr double kLongestDeadline = 1e9;
 
 // Checks of CLI11: an empty text or what is wrong.
-std::string path_given(const std::string &path) {
-    return path.empty() ? "needs a path" : "";
-}
-
 std::string number_given(const std::string &text) {
     return text.empty() ? "needs a number" : "";
 }
 
-// The parser takes whatever follows --check as its FILE.
+// The parser takes whatever follows an option as its argument.
 std::string description_given(const std::string &path) {
-    return path.starts_with('-') ? "needs a path, not the option " + sim::printable(path) : path_given(path);
+    if (path.starts_with('-')) return "needs a path, not the option " + sim::printable(path);
+    return path.empty() ? "needs a path" : "";
+}
+
+std::string path_given(const std::string &path) {
+    return path == "-" ? "" : description_given(path);
 }
 
 std::string seconds_given(const std::string &text) {
