@@ -88,7 +88,8 @@ int show_difference(Session &session, const Line &line) {
 }
 
 int copy_to_file(Session &session, const Line &line) {
-    HeldOutput held(std::string(file_named(line.arguments[0])));
+    const std::string file(file_named(line.arguments[0]));
+    HeldOutput held(file);
     Request request("show running-config");
     take_options(request, session.options());
     const int result = run_command(session.current(), entry_of(kWhole, {false, 0}), request, {}, held.descriptor(),
@@ -98,7 +99,7 @@ int copy_to_file(Session &session, const Line &line) {
         return result == kExitIncomplete || result == kExitLoop ? kExitFailure : result;
     }
     held.publish();
-    std::printf("Copied to %s.\n", sim::printable(line.arguments[0]).c_str());
+    std::printf("Copied to %s.\n", sim::printable(file).c_str());
     if (std::fflush(stdout) == 0) return kExitComplete;
     std::clearerr(stdout);
     print_message("the file was written, but standard output cannot be written");
