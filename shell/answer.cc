@@ -20,7 +20,8 @@ namespace {
 // Where a text goes when it is whole. A file that cannot be written is an error before the command runs.
 class Target {
   public:
-    Target(const Session &session, Output output) : output_(std::move(output)), is_strict_(session.options().fail_partial) {
+    Target(const Session &session, Output output)
+        : output_(std::move(output)), is_strict_(session.options().fail_partial) {
         if (output_.file) file_.emplace(output_.file);
     }
 

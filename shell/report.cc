@@ -24,6 +24,7 @@ std::string json_object(const Part &part) {
 
 std::string json_list(const std::vector<Part> &parts) {
     std::vector<std::string> objects;
+    objects.reserve(parts.size());
     for (const Part &part : parts)
         objects.push_back(json_object(part));
     return json_array(objects);
@@ -43,6 +44,7 @@ std::string chain_of(const std::vector<Member> &loop) {
 
 std::string json_loop(const std::vector<Member> &loop) {
     std::vector<std::string> members;
+    members.reserve(loop.size());
     for (const Member &member : loop)
         members.push_back("{\"service\": " + json_text(member.service) +
                           ", \"element\": " + std::to_string(member.element) + "}");

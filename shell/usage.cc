@@ -31,11 +31,16 @@ std::string argument_of(const Node &node) {
     return std::string(node.next[0].word) + (node.next[0].repeats ? "..." : "");
 }
 
+// Of which configuration it is a display; empty if of both.
+const char *only_of(const Node &node) {
+    if (node.is_of_running) return "; running only";
+    if (node.is_of_store) return "; startup only";
+    if (node.form == nullptr || (node.form->running != nullptr && node.form->startup != nullptr)) return "";
+    return node.form->startup == nullptr ? "; running only" : "; startup only";
+}
+
 std::string meaning_of(const Node &node) {
-    if (node.is_of_running) return node.help + std::string("; running only");
-    if (node.is_of_store) return node.help + std::string("; startup only");
-    if (node.form == nullptr || (node.form->running != nullptr && node.form->startup != nullptr)) return node.help;
-    return node.help + std::string(node.form->startup == nullptr ? "; running only" : "; startup only");
+    return std::string(node.help).append(only_of(node));
 }
 
 Usage usage_of(const Node &node, const std::string &before) {

@@ -14,8 +14,8 @@ class OutputView {
 
     // kAfterHeader: to the output as well, without the empty line that divides it from a hidden header.
     enum class Target : uint8_t { kOutput, kAfterHeader, kStandardError, kNowhere };
-    // Where the text of the next call of the output routine goes. The format tells the texts apart: a service's text may
-    // look like a header, but is never a format.
+    // Where the text of the next call of the output routine goes. The format tells the texts apart: a service's text
+    // may look like a header, but is never a format.
     Target target_of(std::string_view format);
 
   private:
