@@ -12,6 +12,7 @@
 #include "shell/exit_code.h"
 #include "shell/forms.h"
 #include "shell/held_output.h"
+#include "shell/json.h"
 #include "shell/message.h"
 #include "shell/output.h"
 #include "shell/run.h"
@@ -68,7 +69,10 @@ int take(Session &session, const Display &display, const Deadline &deadline, Com
 }
 
 std::string json_of(const Compared &compared) {
-    return "\"" + compared.name.substr(0, compared.name.find('-')) + "\": {" + compared.outcome + "}";
+    return json_text(compared.name.substr(0, compared.name.find('-')))
+        .append(": {")
+        .append(compared.outcome)
+        .append("}");
 }
 
 } // namespace

@@ -50,7 +50,7 @@ uint32_t columns(const wchar_t *begin, const wchar_t *end) {
 // The name of a switch as a prompt.
 std::string presentable(const std::string &text) {
     char *const valid = g_utf8_make_valid(text.c_str(), static_cast<gssize>(text.size()));
-    const std::string shown = sim::visible(valid);
+    std::string shown = sim::visible(valid);
     g_free(valid);
     return shown;
 }

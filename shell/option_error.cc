@@ -19,7 +19,8 @@ std::string reworded(const CLI::ParseError &error, const CLI::App &app) {
     std::string text = error.what();
     if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr) {
         return "unexpected argument: " + app.remaining().front();
-    } else if (dynamic_cast<const CLI::ConversionError *>(&error) != nullptr) {
+    }
+    if (dynamic_cast<const CLI::ConversionError *>(&error) != nullptr) {
         replace(text, "Could not convert: ", "");
         replace(text, " = ", ": wrong value ");
     } else if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr && text.ends_with(" missing")) {
@@ -38,7 +39,7 @@ bool is_from_variable(const CLI::Option &option, const CLI::App &app) {
 } // namespace
 
 std::string explain(const CLI::ParseError &error, const CLI::App &app) {
-    const std::string text = reworded(error, app);
+    std::string text = reworded(error, app);
     for (const CLI::Option *option : app.get_options())
         if (is_from_variable(*option, app) && text.starts_with(option->get_name() + ": "))
             return text + " (from the variable " + option->get_envname() + ")";

@@ -25,6 +25,7 @@ std::vector<std::string> names_of_vdcs(const sim::Switch &sw) {
 template <typename Map>
 std::vector<std::string> keys_of(const Map &map) {
     std::vector<std::string> keys;
+    keys.reserve(map.size());
     for (const auto &[key, value] : map)
         keys.push_back(key);
     return keys;
@@ -84,8 +85,10 @@ std::vector<std::string> completed_paths(std::string_view partial) {
     }
     const std::string left_out = {partial[0], '\\'};
     std::erase_if(words, [&](const std::string &path) { return path.find_first_of(left_out) != std::string::npos; });
-    for (std::string &word : words)
-        word = partial[0] + word + (word.ends_with('/') ? "" : std::string(1, partial[0]));
+    for (std::string &word : words) {
+        if (!word.ends_with('/')) word.push_back(partial[0]);
+        word.insert(0, 1, partial[0]);
+    }
     return words;
 }
 
@@ -165,7 +168,7 @@ bool begins_with(std::string_view text, std::string_view beginning) {
 }
 
 std::string_view type_of_interface(std::string_view name) {
-    const auto end = std::ranges::find_if(name, [](unsigned char c) { return std::isdigit(c) != 0; });
+    const auto *const end = std::ranges::find_if(name, [](unsigned char c) { return std::isdigit(c) != 0; });
     return {name.data(), static_cast<std::size_t>(end - name.begin())};
 }
 
