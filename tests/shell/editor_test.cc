@@ -19,6 +19,7 @@ constexpr char kOneService[] = "-s " HERE "/loud.yaml", kSilentService[] = "-s "
 // Sessions keep their lines below a folder of the test.
 class Editor : public testing::Test {
   protected:
+    void SetUp() override { SKIP_WITHOUT_TERMINALS(); }
     Editor() {
         std::string name = (fs::temp_directory_path() / "vsh-editor.XXXXXX").string();
         folder_ = mkdtemp(name.data());

@@ -1,6 +1,8 @@
 // A shell that is still running while a test signals it or starts others beside it.
 #pragma once
 
+#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
@@ -19,6 +21,15 @@ constexpr char kWaiting[] = "Sap ctr = 1\n";
 constexpr char kShow[] = " -c 'show startup-config'", kCopy[] = " -c 'copy running-config startup-config'";
 
 constexpr int kPatience = 30000; // milliseconds; a command that waits for kSilent takes 120 seconds
+
+// A root folder for chroot often lacks them.
+inline bool has_terminals() {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal >= 0) close(terminal);
+    return terminal >= 0;
+}
+#define SKIP_WITHOUT_TERMINALS() \
+    if (!has_terminals()) GTEST_SKIP() << "no pseudo-terminal can be opened; mount devpts at /dev/pts"
 
 inline int connect_to_terminal(pid_t &pid) {
     int terminal = -1;

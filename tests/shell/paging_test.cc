@@ -38,6 +38,7 @@ int connect_to_tiny_terminal(pid_t &pid) {
 
 class Paging : public testing::Test {
   protected:
+    void SetUp() override { SKIP_WITHOUT_TERMINALS(); }
     Paging() {
         setenv("TERM", "xterm", 1);
         setenv("PAGER", "sed 's/^/page: /'", 1);

@@ -9,6 +9,7 @@
 namespace {
 
 TEST(ShellProcess, GoesOnAfterAnInterruptedCommand) {
+    SKIP_WITHOUT_TERMINALS();
     for (const char *arguments : {kSilent, kDelayed}) {
         Shell shell(arguments, connect_to_dumb_terminal);
         shell.type("show running-config\n");
@@ -30,6 +31,7 @@ TEST(ShellProcess, EndsAScriptWithAnInterruptedCommand) {
 }
 
 TEST(ShellProcess, ClearsTheLineOnAnInterruptionAtThePrompt) {
+    SKIP_WITHOUT_TERMINALS();
     Shell shell(kLoud, connect_to_dumb_terminal);
     ASSERT_TRUE(shell.shows("x# ")) << shell.out;
     shell.type("nosuch\x03");
