@@ -3,8 +3,8 @@
 // faults of the service then damage the reply and disturb its fragments.
 #include "sim/reply.h"
 
-#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "sim/saved_config.h"
 #include "sim/switch.h"
@@ -45,24 +45,12 @@ const qarn_cfg_req_msg *as_request(const void *payload, std::size_t length) {
     return request->num_ifindex <= named ? request : nullptr;
 }
 
-Bytes fragment(uint32_t sap, bool last, uint32_t total_len, const Bytes &data) {
-    const uint32_t header[] = {last, total_len, sap, static_cast<uint32_t>(data.size())};
-    static_assert(sizeof header == sizeof(qarn_cfg_frag));
-    Bytes bytes(sizeof header, '\0');
-    std::memcpy(bytes.data(), header, sizeof header);
-    return bytes + data;
-}
-
 std::deque<Message> fragments(uint32_t sap, const Bytes &reply, std::size_t size, std::optional<uint32_t> total_len) {
-    const uint32_t total = total_len.value_or(static_cast<uint32_t>(reply.size()));
-    if (size == 0) size = reply.size();
     std::deque<Message> messages;
-    std::size_t at = 0;
-    do {
-        const std::size_t end = at + std::min(size, reply.size() - at);
-        messages.push_back({QARN_OPC_REPLY, fragment(sap, end == reply.size(), total, reply.substr(at, end - at))});
-        at = end;
-    } while (at < reply.size());
+    service::cut(reply, sap, size, total_len.value_or(static_cast<uint32_t>(reply.size())), [&](Bytes message) {
+        messages.push_back({QARN_OPC_REPLY, std::move(message)});
+        return true;
+    });
     return messages;
 }
 

@@ -5,6 +5,7 @@
 #include <deque>
 #include <optional>
 
+#include "service/cut.h"
 #include "sim/mts.h"
 #include "sim/service.h"
 
@@ -13,8 +14,7 @@ namespace sim {
 // The request in these bytes; null when it is not complete.
 const qarn_cfg_req_msg *as_request(const void *payload, std::size_t length);
 
-// One message of a reply: a qarn_cfg_frag header followed by the data.
-Bytes fragment(uint32_t sap, bool last, uint32_t total_len, const Bytes &data);
+using service::fragment;
 
 // Cut a reply into messages of at most `size` bytes of data each; size 0 makes a single message. Their total_len is the
 // size of the reply, unless `total_len` gives another.

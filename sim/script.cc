@@ -55,17 +55,15 @@ std::optional<Outcome> Script::take_outcome(const char *function) {
 }
 
 Tlv lie(Tlv tlv, uint32_t tag, uint32_t length, std::string_view value) {
-    return std::move(tlv.append(tag, length, value));
+    return std::move(tlv.lie(tag, length, value));
 }
 
 Tlv announce(Tlv tlv, uint32_t count) {
-    tlv.announced_count_ = count;
-    return tlv;
+    return std::move(tlv.announce_count(count));
 }
 
 Tlv announce_size(Tlv tlv, uint32_t size) {
-    tlv.announced_size_ = size;
-    return tlv;
+    return std::move(tlv.announce_size(size));
 }
 
 } // namespace sim
