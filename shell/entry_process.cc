@@ -50,8 +50,10 @@ int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req, const
 }
 
 // An exception must not leave the child's part of the code, or the child would go on as a second shell.
-int run_entry(const sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to) {
+int run_entry(sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to) {
     try {
+        if (sw.transport.carrier) sw.transport.carrier->begin();
+        request.req.mts_handle = sw.transport.open(unused_sap(sw));
         return run_and_report(sw, entry, request.req, to);
     } catch (const std::bad_alloc &) {
         print_message("not enough memory for the command");
@@ -84,7 +86,6 @@ void prepare_shells(const Request &request, const Descriptors &to) {
     if (to.messages >= 0) std::setvbuf(stdout, nullptr, _IOFBF, kBlock);
     export_deadline(deadline);
     sw.transport.deadline = deadline;
-    request.req.mts_handle = sw.transport.open(unused_sap(sw));
     sim::set_shell_options(request.options);
     entry == qarn_cli_run_cfg_gen_vdcall ? prepare_shells(request, to) : reduce(sw, request);
     int status = run_entry(sw, entry, request, to);

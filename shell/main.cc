@@ -72,6 +72,9 @@ void export_path(const char *variable, const std::optional<std::string> &path) {
 void export_options(const Options &options) {
     export_path<shell::CommandError>("VSH_SWITCH", options.switch_file);
     export_path<std::runtime_error>("VSH_STORE", options.store);
+    export_path<std::runtime_error>("VSH_CREDENTIALS", options.credentials);
+    if (options.connect) setenv("VSH_CONNECT", options.connect->c_str(), 1);
+    if (options.switch_name) setenv("VSH_SWITCH_NAME", options.switch_name->c_str(), 1);
     setenv("VSH_NO_WARNINGS", "true", 1); // this shell reports them
     if (options.script_mode) setenv("VSH_SCRIPT_MODE", "true", 1);
     if (options.plain) setenv("VSH_PLAIN", "true", 1);

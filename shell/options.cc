@@ -44,6 +44,24 @@ CLI::Validator one_of(const std::vector<std::string> &words) {
     return CLI::IsMember(words).description("").name(CLI::detail::join(words, " "));
 }
 
+// CLI11 takes the variables of the environment as if they were options.
+void declare_options_of_transport(CLI::App &app, Options &options) {
+    app.add_option("--connect", options.connect,
+                   "show the switch whose services answer through the NATS server at this address")
+        ->type_name("URL")
+        ->check(description_given)
+        ->envname("VSH_CONNECT");
+    app.add_option("--switch-name", options.switch_name, "name of the switch there (default: from the description)")
+        ->type_name("NAME")
+        ->envname("VSH_SWITCH_NAME")
+        ->needs("--connect");
+    app.add_option("--credentials", options.credentials, "file with the user and the certificates for --connect")
+        ->type_name("FILE")
+        ->check(description_given)
+        ->envname("VSH_CREDENTIALS")
+        ->needs("--connect");
+}
+
 // Declare an option that is not in the help, since only the completions of the user's shell need it. CLI11 would end
 // the help with an empty line if the group without a name were the last one, so that the help's own option comes after
 // it.
@@ -199,6 +217,7 @@ OptionUsage usage_of(CLI::Option &option) {
 void declare_options(CLI::App &app, Options &options) {
     declare_hidden_option(app, options);
     declare_session_options(app, options);
+    declare_options_of_transport(app, options);
     declare_options_of_commands(app, options);
     declare_options_of_times(app, options);
     declare_options_of_checks(app, options);

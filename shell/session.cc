@@ -25,6 +25,7 @@
 #include "sim/notation.h"
 #include "sim/secret.h"
 #include "sim/store.h"
+#include "transport/nats_carrier.h"
 
 namespace shell {
 namespace {
@@ -96,9 +97,21 @@ Session::Session(const Options &options) : options_(options) {
     enter(options_.vdc);
 }
 
+// The services of a description that was named are those that should be there. Other services than those of the
+// transport would answer with what the description says.
+void Session::use_transport(sim::Switch &sw, const std::string &name) const {
+    if (options_.mask) throw CommandError("--mask cannot be used with --connect: a request does not ask to hide secrets");
+    if (!options_.switch_file) sw.services.clear();
+    sw.in_process.clear();
+    sw.transport.carrier = transport::make_nats_carrier(
+        {.access = {.url = *options_.connect, .credentials = options_.credentials, .client_name = "vsh"},
+         .place = {.switch_name = options_.switch_name.value_or(name), .vdc = std::to_string(sw.vdc)}});
+}
+
 void Session::enter(std::optional<uint16_t> id) {
     std::unique_ptr<sim::Switch> sw = load(options_.switch_file);
-    std::string name = sw->name;
+    const std::string switch_name = sw->name;
+    std::string name = switch_name;
     std::optional<std::string> file = options_.switch_file;
     if (id) {
         const sim::Vdc vdc = active_vdc(*sw, &sim::Vdc::id, *id, std::to_string(*id));
@@ -113,6 +126,7 @@ void Session::enter(std::optional<uint16_t> id) {
     }
     if (options_.mask) report_no_secrets(*sw, file);
     sw->hides_secrets = options_.mask;
+    if (options_.connect) use_transport(*sw, switch_name);
     sim::use_store(*sw, sim::folder_of_vdc(options_.store.value_or(sw->store), sw->vdc));
     sw->output = stdout;
     sw->transport.unit = std::chrono::milliseconds(options_.timeout_unit);

@@ -19,6 +19,9 @@ struct Options {
     std::optional<std::string> script; // file with commands
     bool stop_on_error = false;        // of a script, or of several commands
     std::optional<std::string> switch_file, store;
+    std::optional<std::string> connect;     // address of the NATS server that joins the services; none: simulated ones
+    std::optional<std::string> switch_name; // there; none: the description's
+    std::optional<std::string> credentials; // file with user and certificates
     std::optional<uint16_t> vdc;
     std::optional<std::string> completed; // print what may come next in this command
     std::string display_option;           // ignored: a shell on the switch passes it
@@ -65,6 +68,7 @@ class Session {
     int run(const std::string &line);
     // Report the exception that is being handled. Returns the exit code.
     static int explain_failure(const std::string &line);
+    void use_transport(sim::Switch &sw, const std::string &name) const;
     void enter(std::optional<uint16_t> id); // without an id: the description's own VDC
 
     const Options &options_;

@@ -1,5 +1,5 @@
-// Message transport. A message goes to the opened handle or to the service that has its SAP. A service that receives a
-// configuration request answers at once, in fragments that wait for the requester until they are due; only a fault
+// Message transport. A message goes to the opened handle or to the service that has its SAP. A carrier may bring the
+// messages of services from elsewhere. Without one, a service that receives a configuration request answers at once, in fragments that wait for the requester until they are due; only a fault
 // makes a fragment due later. A handle first receives the messages that were sent to it, in order, then one fragment of
 // each answer in turn, so that the replies of all services arrive interleaved as they do on a real switch. A receive
 // that finds nothing waits for the next fragment, but never longer than its time-out.
@@ -113,14 +113,12 @@ std::optional<Message> next_fragment(Transport::Endpoint &endpoint) {
     return message;
 }
 
-std::optional<Message> next_message(Transport::Endpoint &endpoint, uint32_t opcode) {
+std::optional<Message> next_queued(Transport::Endpoint &endpoint, uint32_t opcode) {
     const auto queued = std::ranges::find(endpoint.queue, opcode, &Message::opcode);
-    if (queued != endpoint.queue.end()) {
-        Message message = std::move(*queued);
-        endpoint.queue.erase(queued);
-        return message;
-    }
-    return opcode == QARN_OPC_REPLY ? next_fragment(endpoint) : std::nullopt;
+    if (queued == endpoint.queue.end()) return {};
+    Message message = std::move(*queued);
+    endpoint.queue.erase(queued);
+    return message;
 }
 
 // When the next fragment arrives; never if no service has anything left to send.
@@ -145,12 +143,67 @@ void wait_for_message(const Transport::Endpoint &endpoint, uint32_t opcode, uint
     transport.wait_for_deadline();
 }
 
+// The services of the switch, in this process.
+class InProcessCarrier : public Carrier {
+  public:
+    std::vector<uint32_t> consumers(uint32_t opcode) override {
+        std::vector<uint32_t> saps;
+        for (const Service &service : current().services)
+            if (consumes(service, opcode)) saps.push_back(service.sap);
+        return saps;
+    }
+
+    int send(uint32_t sap, uint32_t opcode, const Bytes &payload) override {
+        const auto &services = current().services;
+        const auto length = static_cast<uint32_t>(payload.size());
+        if (sap == 0) {
+            for (const Service &service : services)
+                if (consumes(service, opcode)) send_to_service(service, opcode, payload.data(), length);
+            return 0;
+        }
+        const auto service = std::ranges::find(services, sap, &Service::sap);
+        if (service == services.end()) return EPIPE;
+        send_to_service(*service, opcode, payload.data(), length);
+        return 0;
+    }
+
+    Arrival receive(Transport::Endpoint &endpoint, uint32_t opcode, uint32_t timeout) override {
+        const auto next = [&] { return opcode == QARN_OPC_REPLY ? next_fragment(endpoint) : std::nullopt; };
+        auto message = next();
+        if (!message) {
+            wait_for_message(endpoint, opcode, timeout);
+            message = next();
+        }
+        return message ? Arrival{0, std::move(*message)} : Arrival{ETIME, {}};
+    }
+};
+
+Carrier &carrier() {
+    static InProcessCarrier in_process;
+    const auto &chosen = current().transport.carrier;
+    return chosen ? *chosen : in_process;
+}
+
 int32_t fail(int error) {
     errno = error;
     return -1;
 }
 
 } // namespace
+
+void WatchedWait::call() {
+    using Clock = std::chrono::steady_clock;
+    watch_->next = Clock::now() + kWatchInterval;
+    watch_->waiting(limit_ ? std::optional(*limit_ - Clock::now()) : std::nullopt);
+    is_followed_ = true;
+}
+
+void WatchedWait::end() {
+    if (!is_followed_) return;
+    is_followed_ = false;
+    watch_->ended();
+    watch_->next = std::chrono::steady_clock::now(); // of the next wait at once
+}
 
 uint32_t Transport::open(uint32_t sap) {
     const uint32_t handle = endpoints.empty() ? 1 : endpoints.rbegin()->first + 1;
@@ -179,20 +232,14 @@ void Transport::wait_for_deadline() {
 }
 
 void Transport::sleep_until(Moment end, Moment limit) {
-    using Clock = std::chrono::steady_clock;
-    bool is_followed = false;
-    while (watch && (!end || watch->next < *end)) {
-        std::this_thread::sleep_until(watch->next);
-        watch->next = Clock::now() + kWatchInterval;
-        watch->waiting(limit ? std::optional(*limit - Clock::now()) : std::nullopt);
-        is_followed = true;
+    WatchedWait wait(watch, limit);
+    for (Moment call = wait.next_call(); call && (!end || *call < *end); call = wait.next_call()) {
+        std::this_thread::sleep_until(*call);
+        wait.call();
     }
     while (!end)
         ::pause(); // only a signal that ends the process ends the wait
     std::this_thread::sleep_until(*end);
-    if (!is_followed) return;
-    watch->ended();
-    watch->next = Clock::now(); // of the next wait at once
 }
 
 void Transport::deliver(uint32_t handle, uint32_t opcode, Bytes payload) {
@@ -210,13 +257,9 @@ int32_t mts_opc_consumers_list(uint32_t handle, uint32_t opcode, uint32_t *consu
     Switch &sw = current();
     if (const auto outcome = sw.enter("mts_opc_consumers_list", "%u, %u, %u", handle, opcode, capacity))
         return static_cast<int32_t>(outcome->result);
-    uint32_t count = 0;
-    for (const Service &service : sw.services) {
-        if (!consumes(service, opcode)) continue;
-        if (count < capacity) consumers[count] = service.sap;
-        ++count;
-    }
-    return static_cast<int32_t>(count);
+    const std::vector<uint32_t> saps = carrier().consumers(opcode);
+    std::copy_n(saps.begin(), std::min<std::size_t>(saps.size(), capacity), consumers);
+    return static_cast<int32_t>(saps.size());
 }
 
 uint32_t mts_sap_get(uint32_t handle) {
@@ -234,19 +277,13 @@ int32_t mts_send(uint32_t handle, uint32_t address, uint32_t sap, uint32_t opcod
     Bytes bytes;
     if (length != 0) bytes.assign(static_cast<const char *>(payload), length);
     if (sw.recording) sw.transport.sent.push_back({handle, address, sap, opcode, bytes});
-    if (sap == 0) {
-        for (const Service &service : sw.services)
-            if (consumes(service, opcode)) send_to_service(service, opcode, payload, length);
-        return 0;
-    }
-    if (auto *endpoint = endpoint_of_sap(sap)) {
+    auto *endpoint = sap != 0 ? endpoint_of_sap(sap) : nullptr;
+    if (endpoint != nullptr) {
         endpoint->queue.push_back({opcode, std::move(bytes)});
         return 0;
     }
-    const auto service = std::ranges::find(sw.services, sap, &Service::sap);
-    if (service == sw.services.end()) return fail(EPIPE);
-    send_to_service(*service, opcode, payload, length);
-    return 0;
+    const int error = carrier().send(sap, opcode, bytes);
+    return error == 0 ? 0 : fail(error);
 }
 
 int32_t mts_recv(uint32_t handle, struct mts_msg *msg, const struct qarn_recv_opts *opts) {
@@ -258,13 +295,10 @@ int32_t mts_recv(uint32_t handle, struct mts_msg *msg, const struct qarn_recv_op
     auto *endpoint = endpoint_of_handle(handle);
     if (endpoint == nullptr) return fail(EBADF);
 
-    auto message = next_message(*endpoint, opcode);
-    if (!message) {
-        wait_for_message(*endpoint, opcode, timeout);
-        message = next_message(*endpoint, opcode);
-        if (!message) return fail(ETIME);
-    }
-    return hand_over(*message, msg) ? 0 : fail(ENOMEM);
+    if (const auto queued = next_queued(*endpoint, opcode)) return hand_over(*queued, msg) ? 0 : fail(ENOMEM);
+    const Carrier::Arrival arrival = carrier().receive(*endpoint, opcode, timeout);
+    if (arrival.error != 0) return fail(arrival.error);
+    return hand_over(arrival.message, msg) ? 0 : fail(ENOMEM);
 }
 
 void *mts_payload_get(struct mts_msg *msg) {

@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -31,6 +32,29 @@ struct Watch {
     std::function<void()> ended;                                               // after calls, before the receive ends
 };
 
+using Moment = std::optional<std::chrono::steady_clock::time_point>; // none: never
+
+// One wait of a receive, which gives up at `limit`, and its calls of the watch.
+class WatchedWait {
+  public:
+    WatchedWait(std::optional<Watch> &watch, Moment limit) : watch_(watch), limit_(limit) {}
+    ~WatchedWait() { end(); }
+    WatchedWait(const WatchedWait &) = delete;
+    WatchedWait &operator=(const WatchedWait &) = delete;
+
+    // When the watch is to be called next.
+    Moment next_call() const { return watch_ ? Moment(watch_->next) : std::nullopt; }
+    void call();
+    void end(); // before anything else is shown
+
+  private:
+    std::optional<Watch> &watch_;
+    Moment limit_;
+    bool is_followed_ = false;
+};
+
+class Carrier;
+
 struct Transport : TransportRecord {
     std::chrono::nanoseconds unit = std::chrono::seconds(1); // of the receive time-out
     std::size_t fragment_size = 4096;                        // bytes of reply per fragment
@@ -46,6 +70,8 @@ struct Transport : TransportRecord {
     void wait_for_deadline(); // for ever if there is none
 
     std::optional<Watch> watch; // none: nobody follows
+
+    std::shared_ptr<Carrier> carrier; // none: the switch's own services, in this process
 
     // Open a handle with a SAP of its own.
     uint32_t open(uint32_t sap);
@@ -66,8 +92,27 @@ struct Transport : TransportRecord {
     std::map<uint32_t, Endpoint> endpoints; // by handle
 
   private:
-    using Moment = std::optional<std::chrono::steady_clock::time_point>; // none: never
     void sleep_until(Moment end, Moment limit);
+};
+
+// What carries messages between the handles of a switch and its services. What a handle sends to a handle does not pass
+// through it.
+class Carrier {
+  public:
+    virtual ~Carrier() = default;
+
+    // Called once per command, in its process, before a handle is open. Throws if services cannot be reached.
+    virtual void begin() {}
+    virtual std::vector<uint32_t> consumers(uint32_t opcode) = 0;
+    // Send to one service, or to every consumer of the opcode if `sap` is 0. Returns 0 or an errno.
+    virtual int send(uint32_t sap, uint32_t opcode, const Bytes &payload) = 0;
+
+    struct Arrival {
+        int error; // errno, ETIME after the time-out; 0: there is a message
+        Message message;
+    };
+    // The next message of a service. The time-out is in the transport's unit; 0 never ends.
+    virtual Arrival receive(Transport::Endpoint &endpoint, uint32_t opcode, uint32_t timeout) = 0;
 };
 
 // The request in a received message, for in-process services; null when the request is not complete.

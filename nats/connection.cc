@@ -1,0 +1,194 @@
+// A connection carries the configuration of a switch, with its secrets, so that it leaves the machine only with TLS, in
+// which both ends show a certificate.
+#include "nats/connection.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <string_view>
+#include <vector>
+
+namespace nats {
+namespace {
+
+constexpr int64_t kConnectTimeout = 5000; // milliseconds
+constexpr int64_t kReconnectPause = 500;
+constexpr int64_t kPingInterval = 5000; // a cut cable is noticed after three of them
+constexpr char kKeys[] = "user, password, ca, certificate and key";
+
+using Credentials = std::map<std::string, std::string>;
+
+Credentials read_credentials(const std::string &path) {
+    struct stat status;
+    std::ifstream file(path);
+    if (!file || stat(path.c_str(), &status) != 0)
+        throw Error("cannot read the credentials " + path + ": " + std::strerror(errno));
+    if ((status.st_mode & 077) != 0)
+        throw Error("others have access to the credentials " + path + "; change that with chmod 600");
+    Credentials credentials;
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line.starts_with('#')) continue;
+        const std::size_t blank = line.find(' ');
+        const std::string key = line.substr(0, blank);
+        constexpr std::string_view kKnown[] = {"user", "password", "ca", "certificate", "key"};
+        if (blank == std::string::npos || std::ranges::find(kKnown, key) == std::end(kKnown))
+            throw Error("the credentials " + path + " have another line than \"KEY VALUE\" with the keys " + kKeys);
+        credentials[key] = line.substr(blank + 1);
+    }
+    return credentials;
+}
+
+struct Address {
+    std::string scheme, host;
+};
+
+Address address_in(const std::string &url) {
+    const std::size_t colons = url.find("://");
+    const std::string scheme = colons == std::string::npos ? "nats" : url.substr(0, colons);
+    std::string host = colons == std::string::npos ? url : url.substr(colons + 3);
+    if (host.find('@') != std::string::npos)
+        throw Error("the address has a user in it, which other users of this machine can read; put \"user NAME\" and "
+                    "\"password TEXT\" into a file and name it with --credentials");
+    if (scheme != "nats" && scheme != "tls") throw Error("unknown scheme in " + url + "; use nats:// or tls://");
+    host = host.starts_with('[') ? host.substr(1, host.find(']') - 1) : host.substr(0, host.find_first_of(":/"));
+    if (host.empty()) throw Error("no host in \"" + url + "\"; use nats://HOST:PORT or tls://HOST:PORT");
+    return {scheme, host};
+}
+
+bool is_loopback(const std::string &host) {
+    const bool is_number = host.find_first_not_of("0123456789.") == std::string::npos;
+    return host == "localhost" || host == "::1" || (host.starts_with("127.") && is_number);
+}
+
+std::vector<std::string> split(const std::string &urls) {
+    std::vector<std::string> list;
+    for (std::size_t at = 0; at <= urls.size();) {
+        const std::size_t end = std::min(urls.find(',', at), urls.size());
+        list.push_back(urls.substr(at, end - at));
+        at = end + 1;
+    }
+    return list;
+}
+
+bool has(const Credentials &credentials, const char *key) {
+    return credentials.contains(key);
+}
+
+// Whether the addresses want TLS. Throws if one is not permitted.
+bool wants_tls(const std::vector<std::string> &urls, const Credentials &credentials) {
+    bool tls = false;
+    for (const std::string &url : urls) {
+        const Address address = address_in(url);
+        tls = tls || address.scheme == "tls";
+        if (is_loopback(address.host)) continue;
+        if (address.scheme != "tls")
+            throw Error(url + " is another machine, which needs TLS: use tls://, and credentials with the lines ca, "
+                              "certificate and key");
+        if (!has(credentials, "ca") || !has(credentials, "certificate") || !has(credentials, "key"))
+            throw Error(url + " needs certificates of both ends: name a file with the lines ca, certificate and key "
+                              "with --credentials");
+    }
+    return tls;
+}
+
+void set_tls(natsOptions *options, const Credentials &credentials) {
+    check(natsOptions_SetSecure(options, true), "TLS");
+    if (has(credentials, "ca"))
+        check(natsOptions_LoadCATrustedCertificates(options, credentials.at("ca").c_str()),
+              "cannot use the file of the line ca");
+    if (has(credentials, "certificate") && has(credentials, "key"))
+        check(natsOptions_LoadCertificatesChain(options, credentials.at("certificate").c_str(),
+                                                credentials.at("key").c_str()),
+              "cannot use the files of the lines certificate and key");
+}
+
+void set_user(natsOptions *options, const Credentials &credentials) {
+    if (!has(credentials, "user")) return;
+    const std::string password = has(credentials, "password") ? credentials.at("password") : "";
+    check(natsOptions_SetUserInfo(options, credentials.at("user").c_str(), password.c_str()), "user");
+}
+
+void set_servers(natsOptions *options, const std::vector<std::string> &urls) {
+    std::vector<const char *> servers;
+    servers.reserve(urls.size());
+    for (const std::string &url : urls)
+        servers.push_back(url.c_str());
+    check(natsOptions_SetServers(options, servers.data(), static_cast<int>(servers.size())), "address");
+}
+
+Options options_for(const Access &access, Reconnects reconnects) {
+    Options options = made<Options>("options", natsOptions_Create);
+    const Credentials credentials = access.credentials ? read_credentials(*access.credentials) : Credentials();
+    const std::vector<std::string> urls = split(access.url);
+    if (wants_tls(urls, credentials)) set_tls(options.get(), credentials);
+    set_user(options.get(), credentials);
+    set_servers(options.get(), urls);
+    check(natsOptions_SetName(options.get(), access.client_name.c_str()), "name");
+    check(natsOptions_SetTimeout(options.get(), kConnectTimeout), "time-out");
+    check(natsOptions_SetPingInterval(options.get(), kPingInterval), "pings");
+    check(natsOptions_SetMaxPingsOut(options.get(), 2), "pings");
+    check(natsOptions_SetSendAsap(options.get(), true), "sending at once");
+    check(natsOptions_SetAllowReconnect(options.get(), reconnects == Reconnects::kForever), "reconnecting");
+    check(natsOptions_SetMaxReconnect(options.get(), -1), "reconnecting");
+    check(natsOptions_SetReconnectWait(options.get(), kReconnectPause), "reconnecting");
+    return options;
+}
+
+// Threads that are made meanwhile take no signals, which are for the program's own threads.
+class SignalsBlocked {
+  public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsBlocked(const SignalsBlocked &) = delete;
+    SignalsBlocked &operator=(const SignalsBlocked &) = delete;
+
+  private:
+    sigset_t before_;
+};
+
+std::string advice(natsStatus status) {
+    switch (status) {
+        case NATS_CONNECTION_AUTH_FAILED:
+            return "; the server does not accept the user: check the file of --credentials";
+        case NATS_NO_SERVER:
+        case NATS_IO_ERROR:
+        case NATS_TIMEOUT:
+            return "; check the address, and that nats-server runs there";
+        case NATS_SECURE_CONNECTION_REQUIRED:
+            return "; use tls://";
+        case NATS_SECURE_CONNECTION_WANTED:
+            return "; the server has no TLS";
+        case NATS_SSL_ERROR:
+            return "; check the certificates that the file of --credentials names";
+        default:
+            return "";
+    }
+}
+
+} // namespace
+
+void check(natsStatus status, const std::string &what) {
+    if (status != NATS_OK) throw Error(what + ": " + natsStatus_GetText(status));
+}
+
+Connection connect(const Access &access, Reconnects reconnects) {
+    const SignalsBlocked signals;
+    const Options options = options_for(access, reconnects);
+    natsConnection *connection = nullptr;
+    const natsStatus status = natsConnection_Connect(&connection, options.get());
+    if (status != NATS_OK)
+        throw Error("cannot connect to " + access.url + ": " + natsStatus_GetText(status) + advice(status));
+    return Connection(connection);
+}
+
+} // namespace nats

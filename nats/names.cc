@@ -1,0 +1,115 @@
+#include "nats/names.h"
+
+#include <sys/random.h>
+
+#include <cerrno>
+#include <charconv>
+#include <system_error>
+
+namespace nats {
+namespace {
+
+constexpr char kDigits[] = "0123456789abcdef";
+constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
+constexpr std::size_t kTokenBytes = 16;
+
+std::string hexadecimal(unsigned char byte) {
+    return {kDigits[byte >> 4], kDigits[byte & 0xf]};
+}
+
+std::string path_of(const Place &place) {
+    return escaped(place.switch_name) + '.' + escaped(place.vdc) + '.';
+}
+
+std::string subject(const Place &place, const char *kind, const std::string &last) {
+    return "qarn." + path_of(place) + kind + '.' + last;
+}
+
+std::string new_token() {
+    unsigned char bytes[kTokenBytes];
+    if (getrandom(bytes, sizeof bytes, 0) != sizeof bytes)
+        throw std::system_error(errno, std::generic_category(), "no random token");
+    std::string token;
+    for (const unsigned char byte : bytes)
+        token += hexadecimal(byte);
+    return token;
+}
+
+template <typename Number>
+std::optional<Number> number_in(std::string_view text, int base) {
+    Number number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+    if (error != std::errc() || end != text.data() + text.size()) return {};
+    return number;
+}
+
+} // namespace
+
+std::string escaped(std::string_view name) {
+    if (name.empty()) return "=";
+    std::string word;
+    for (const char c : name) {
+        if (kPlain.find(c) != std::string_view::npos) {
+            word += c;
+        } else {
+            word += '=' + hexadecimal(static_cast<unsigned char>(c));
+        }
+    }
+    return word;
+}
+
+std::optional<std::string> unescaped(std::string_view word) {
+    if (word == "=") return "";
+    std::string name;
+    for (std::size_t at = 0; at < word.size(); ++at) {
+        if (word[at] != '=') {
+            name += word[at];
+            continue;
+        }
+        const auto byte = number_in<unsigned char>(word.substr(at + 1, 2), 16);
+        if (!byte) return {};
+        name += static_cast<char>(*byte);
+        at += 2;
+    }
+    if (escaped(name) != word) return {};
+    return name;
+}
+
+std::string opcode_subject(const Place &place, uint32_t opcode) {
+    return subject(place, "opcode", std::to_string(opcode));
+}
+
+std::string sap_subject(const Place &place, uint32_t sap) {
+    return subject(place, "sap", std::to_string(sap));
+}
+
+std::string new_reply_subject(const Place &place) {
+    return subject(place, "reply", new_token());
+}
+
+std::string answer_subject(std::string_view reply_subject, uint32_t sap) {
+    return std::string(reply_subject) + '.' + std::to_string(sap);
+}
+
+std::string all_answers(std::string_view reply_subject) {
+    return std::string(reply_subject) + ".*";
+}
+
+std::string key(const Place &place, uint32_t opcode, uint32_t sap) {
+    return path_of(place) + std::to_string(opcode) + '.' + std::to_string(sap);
+}
+
+std::string all_keys(const Place &place) {
+    return path_of(place) + "*.*";
+}
+
+std::optional<uint32_t> last_number(std::string_view name) {
+    return number_in<uint32_t>(name.substr(name.rfind('.') + 1), 10);
+}
+
+std::optional<uint32_t> last_number_but_one(std::string_view name) {
+    const std::size_t dot = name.rfind('.');
+    return dot != std::string_view::npos ? last_number(name.substr(0, dot)) : std::nullopt;
+}
+
+} // namespace nats

@@ -1,0 +1,47 @@
+// The names on NATS: subjects of messages, the bucket of the registry and its keys.
+//
+//   qarn.SWITCH.VDC.opcode.OPCODE      everybody who consumes the opcode
+//   qarn.SWITCH.VDC.sap.SAP            one service
+//   qarn.SWITCH.VDC.reply.TOKEN        where the answers to one command go; the request carries it as its reply subject
+//   qarn.SWITCH.VDC.reply.TOKEN.SAP    the answer of one service
+//   SWITCH.VDC.OPCODE.SAP              key of a registration
+//
+// SWITCH and VDC are escaped.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace nats {
+
+inline constexpr char kBucket[] = "qarn-services";
+
+// Whose messages and registrations.
+struct Place {
+    std::string switch_name = {}, vdc = {};
+};
+
+// One word of a subject or a key: every byte except letters, digits, '-' and '_' becomes '=' and two hexadecimal
+// digits, and an empty name becomes '='.
+std::string escaped(std::string_view name);
+// None if no name has this word.
+std::optional<std::string> unescaped(std::string_view word);
+
+std::string opcode_subject(const Place &place, uint32_t opcode);
+std::string sap_subject(const Place &place, uint32_t sap);
+
+// A reply subject that no other command has.
+std::string new_reply_subject(const Place &place);
+std::string answer_subject(std::string_view reply_subject, uint32_t sap);
+std::string all_answers(std::string_view reply_subject);
+
+std::string key(const Place &place, uint32_t opcode, uint32_t sap);
+std::string all_keys(const Place &place);
+
+// The number after the last dot of a subject or key, and the one before it; none if there is none.
+std::optional<uint32_t> last_number(std::string_view name);
+std::optional<uint32_t> last_number_but_one(std::string_view name);
+
+} // namespace nats
