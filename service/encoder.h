@@ -51,6 +51,7 @@ class Encoder {
     Encoder &announce_count(uint32_t count);
     Encoder &announce_size(uint32_t size);
 
+    uint32_t count() const { return count_; }          // of TLVs
     std::size_t size() const { return reply_.size(); } // of the reply
     Bytes array() const;                               // header and TLVs
     Bytes reply(uint32_t status = 0) const;            // a qarn_cfg_reply: status word and array

@@ -76,9 +76,14 @@ void check_element(const qarn_service_element &element) {
     check_range("kind of values", element.values, QARN_VAL_TEXT, QARN_VAL_COMMAND);
 }
 
+[[noreturn]] void refuse_size(uint32_t limit) {
+    refuse("the reply would have more than " + std::to_string(limit) + " bytes");
+}
+
 std::string_view checked_text(const std::string &what, const char *text, std::size_t length) {
     if (text == nullptr && length != 0) refuse(what + " is null");
     if (length == QARN_SERVICE_TEXT) length = std::strlen(text);
+    if (length > QARN_SERVICE_MAX_REPLY) refuse_size(QARN_SERVICE_MAX_REPLY); // too many to search
     const std::string_view view(text, length);
     const std::size_t nul = view.find('\0');
     if (nul != std::string_view::npos) refuse(what + " has a NUL at byte " + std::to_string(nul));
@@ -121,7 +126,7 @@ void check_room(const Reply &reply, std::initializer_list<uint64_t> values) {
         if (value > reply.limit) size = UINT64_C(1) << 32;
         size += kTlvHeaderSize + (value + 3) / 4 * 4;
     }
-    if (size > reply.limit) refuse("the reply would have more than " + std::to_string(reply.limit) + " bytes");
+    if (size > reply.limit) refuse_size(reply.limit);
 }
 
 constexpr std::size_t kWord = sizeof(uint32_t);

@@ -51,7 +51,7 @@ TEST_F(Outcome, NamesWhatBecameOfEachService) {
     sw.service("broken", 23, 4).script = [](const auto &) {
         return test::line(4, "x\n").text("lost\n").reply().substr(0, 60);
     };
-    sw.service("miscounted", 24, 5).replies(announce(test::line(5, "x\n"), 9));
+    sw.service("miscounted", 24, 5).replies(sim::announce(test::line(5, "x\n"), 9));
     add_function(25, "gone", nullptr);
     add_function(26, "mute", [](const qarn_cb_args *) {});
     add_function(26, "loud", [this](const qarn_cb_args *) { deliver_reply(26, test::line(6, "x\n").reply()); });

@@ -140,7 +140,7 @@ TEST_F(Decoding, StopsAfterTheAnnouncedNumber) {
     };
     for (const auto &[what, said_text, announced, in_store] : cases) {
         test::start_generation(&req);
-        EXPECT_EQ(decode(announce(said(said_text), announced)), 0u) << what;
+        EXPECT_EQ(decode(sim::announce(said(said_text), announced)), 0u) << what;
         EXPECT_EQ(stored(), in_store) << what;
     }
 }
@@ -259,15 +259,15 @@ TEST_F(BrokenReply, GivesWhatCameBeforeTheBreach) {
     const Bytes huge_command = command_message("x").replace(QARN_CMD_LENGTH_AT, 4, "\xff\xff\xff\x7f");
     const std::pair<const char *, Tlv> cases[] = {
         {"whole", kept},
-        {"fewer announced than there are", announce(Tlv(kept).text("lost\n"), 2)},
+        {"fewer announced than there are", sim::announce(Tlv(kept).text("lost\n"), 2)},
         {"text without an end", Tlv(kept).raw(2, "noend...")},
         {"element without its last word", Tlv(kept).words(0, {500, 1, 3, 0}).text("lost\n").text("lost\n")},
-        {"value past the reply", announce_size(lie(kept, 2, 400, "x"), 500)},
-        {"length that wraps around", announce_size(lie(kept, 2, 0xfffffffc, "x"), ~0u)},
-        {"text of half the memory", announce_size(lie(Tlv(kept).words(3, {1}), 2, 0x7ffffff0, "x"), ~0u)},
+        {"value past the reply", sim::announce_size(sim::lie(kept, 2, 400, "x"), 500)},
+        {"length that wraps around", sim::announce_size(sim::lie(kept, 2, 0xfffffffc, "x"), ~0u)},
+        {"text of half the memory", sim::announce_size(sim::lie(Tlv(kept).words(3, {1}), 2, 0x7ffffff0, "x"), ~0u)},
         {"key string name without an end", Tlv(kept).raw(6, "noend...")},
         {"key name without an end", Tlv(kept).words(7, {1}).text("map").raw(2, "noend...")},
-        {"follow-up past the reply", announce_size(Tlv(kept).words(3, {1}), 500)},
+        {"follow-up past the reply", sim::announce_size(Tlv(kept).words(3, {1}), 500)},
         {"command past the reply", Tlv(kept).words(0, {500, 2, 0, 4, 1}).intf_command(1, huge_command)},
     };
     for (const auto &[what, tlv] : cases) {

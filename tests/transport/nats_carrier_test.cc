@@ -70,6 +70,7 @@ class NatsCarrier : public test::Story {
 
     // Run one command in this process, and then through the server.
     void compare() {
+        sw.transport.carrier = nullptr;
         run();
         expected_ = text;
         run_through_server();
@@ -100,7 +101,7 @@ TEST_F(NatsCarrier, ShowsWhatServicesInTheProcessShow) {
     start(answer_all);
     compare();
     EXPECT_EQ(text, expected_);
-    EXPECT_EQ(body(), "router ospf 1\nrouter bgp 65001\n");
+    EXPECT_EQ(body(), "router ospf 1\n\nrouter bgp 65001\n\n");
     EXPECT_EQ(status, 0u);
 }
 
