@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "nats/names.h"
+
 namespace nats {
 namespace {
 
@@ -53,8 +55,9 @@ Address address_in(const std::string &url) {
     const std::string scheme = colons == std::string::npos ? "nats" : url.substr(0, colons);
     std::string host = colons == std::string::npos ? url : url.substr(colons + 3);
     if (host.find('@') != std::string::npos)
-        throw Error("the address has a user in it, which other users of this machine can read; put \"user NAME\" and "
-                    "\"password TEXT\" into a file and name it with --credentials");
+        throw Error(
+            "the address has a user in it, which other users of this machine can read; put \"user NAME\" and "
+            "\"password TEXT\" into a file and name it with --credentials");
     if (scheme != "nats" && scheme != "tls") throw Error("unknown scheme in " + url + "; use nats:// or tls://");
     host = host.starts_with('[') ? host.substr(1, host.find(']') - 1) : host.substr(0, host.find_first_of(":/"));
     if (host.empty()) throw Error("no host in \"" + url + "\"; use nats://HOST:PORT or tls://HOST:PORT");
@@ -88,11 +91,13 @@ bool wants_tls(const std::vector<std::string> &urls, const Credentials &credenti
         tls = tls || address.scheme == "tls";
         if (is_loopback(address.host)) continue;
         if (address.scheme != "tls")
-            throw Error(url + " is another machine, which needs TLS: use tls://, and credentials with the lines ca, "
-                              "certificate and key");
+            throw Error(url +
+                        " is another machine, which needs TLS: use tls://, and credentials with the lines ca, "
+                        "certificate and key");
         if (!has(credentials, "ca") || !has(credentials, "certificate") || !has(credentials, "key"))
-            throw Error(url + " needs certificates of both ends: name a file with the lines ca, certificate and key "
-                              "with --credentials");
+            throw Error(url +
+                        " needs certificates of both ends: name a file with the lines ca, certificate and key "
+                        "with --credentials");
     }
     return tls;
 }
@@ -110,8 +115,9 @@ void set_tls(natsOptions *options, const Credentials &credentials) {
 
 void set_user(natsOptions *options, const Credentials &credentials) {
     if (!has(credentials, "user")) return;
-    const std::string password = has(credentials, "password") ? credentials.at("password") : "";
-    check(natsOptions_SetUserInfo(options, credentials.at("user").c_str(), password.c_str()), "user");
+    check(natsOptions_SetCustomInboxPrefix(options, inbox_prefix(credentials.at("user")).c_str()), "inbox");
+    if (!has(credentials, "password")) return; // the certificate shows who it is
+    check(natsOptions_SetUserInfo(options, credentials.at("user").c_str(), credentials.at("password").c_str()), "user");
 }
 
 void set_servers(natsOptions *options, const std::vector<std::string> &urls) {
@@ -179,6 +185,12 @@ std::string advice(natsStatus status) {
 
 void check(natsStatus status, const std::string &what) {
     if (status != NATS_OK) throw Error(what + ": " + natsStatus_GetText(status));
+}
+
+std::string user_of(const Access &access) {
+    if (!access.credentials) return "";
+    const Credentials credentials = read_credentials(*access.credentials);
+    return has(credentials, "user") ? credentials.at("user") : "";
 }
 
 Connection connect(const Access &access, Reconnects reconnects) {

@@ -20,6 +20,9 @@ struct Access {
 // Whether a broken connection is made again.
 enum class Reconnects : bool { kNo, kForever };
 
+// The user in the credentials; empty if there is none. Throws Error.
+std::string user_of(const Access &access);
+
 // Throws Error. An address of another machine needs TLS in both directions. The threads of the library take no signals.
 Connection connect(const Access &access, Reconnects reconnects);
 

@@ -2,9 +2,12 @@
 
 #include <sys/random.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace nats {
 namespace {
@@ -41,6 +44,16 @@ std::optional<Number> number_in(std::string_view text, int base) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
     if (error != std::errc() || end != text.data() + text.size()) return {};
     return number;
+}
+
+std::vector<std::string_view> words_of(std::string_view text) {
+    std::vector<std::string_view> words;
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t end = std::min(text.find('.', at), text.size());
+        words.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return words;
 }
 
 } // namespace
@@ -83,8 +96,8 @@ std::string sap_subject(const Place &place, uint32_t sap) {
     return subject(place, "sap", std::to_string(sap));
 }
 
-std::string new_reply_subject(const Place &place) {
-    return subject(place, "reply", new_token());
+std::string new_reply_subject(const Place &place, std::string_view user) {
+    return subject(place, "reply", escaped(user) + '.' + new_token());
 }
 
 std::string answer_subject(std::string_view reply_subject, uint32_t sap) {
@@ -103,13 +116,21 @@ std::string all_keys(const Place &place) {
     return path_of(place) + "*.*";
 }
 
-std::optional<uint32_t> last_number(std::string_view name) {
-    return number_in<uint32_t>(name.substr(name.rfind('.') + 1), 10);
+std::optional<Key> key_in(std::string_view text) {
+    const std::vector<std::string_view> words = words_of(text);
+    if (words.size() != 4) return {};
+    auto switch_name = unescaped(words[0]), vdc = unescaped(words[1]);
+    const auto opcode = number_in<uint32_t>(words[2], 10), sap = number_in<uint32_t>(words[3], 10);
+    if (!switch_name || !vdc || !opcode || !sap) return {};
+    return Key{{std::move(*switch_name), std::move(*vdc)}, *opcode, *sap};
 }
 
-std::optional<uint32_t> last_number_but_one(std::string_view name) {
-    const std::size_t dot = name.rfind('.');
-    return dot != std::string_view::npos ? last_number(name.substr(0, dot)) : std::nullopt;
+std::string inbox_prefix(std::string_view user) {
+    return "_INBOX." + escaped(user);
+}
+
+std::optional<uint32_t> last_number(std::string_view subject) {
+    return number_in<uint32_t>(subject.substr(subject.rfind('.') + 1), 10);
 }
 
 } // namespace nats

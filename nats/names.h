@@ -2,13 +2,17 @@
 //
 //   qarn.SWITCH.VDC.opcode.OPCODE      everybody who consumes the opcode
 //   qarn.SWITCH.VDC.sap.SAP            one service
-//   qarn.SWITCH.VDC.reply.TOKEN        where the answers to one command go; the request carries it as its reply subject
-//   qarn.SWITCH.VDC.reply.TOKEN.SAP    the answer of one service
+//   qarn.SWITCH.VDC.reply.USER.TOKEN   where the answers to one command go; the request carries it as its reply subject
+//   qarn.SWITCH.VDC.reply.USER.TOKEN.SAP    the answer of one service
 //   SWITCH.VDC.OPCODE.SAP              key of a registration
 //
-// SWITCH and VDC are escaped.
+//   _INBOX.USER.>                      what the server answers to a user
+//
+// SWITCH, VDC and USER are escaped. USER is who asks, so that the server can keep users from receiving the answers to
+// others.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,6 +25,7 @@ inline constexpr char kBucket[] = "qarn-services";
 // Whose messages and registrations.
 struct Place {
     std::string switch_name = {}, vdc = {};
+    auto operator<=>(const Place &) const = default;
 };
 
 // One word of a subject or a key: every byte except letters, digits, '-' and '_' becomes '=' and two hexadecimal
@@ -33,15 +38,21 @@ std::string opcode_subject(const Place &place, uint32_t opcode);
 std::string sap_subject(const Place &place, uint32_t sap);
 
 // A reply subject that no other command has.
-std::string new_reply_subject(const Place &place);
+std::string new_reply_subject(const Place &place, std::string_view user);
 std::string answer_subject(std::string_view reply_subject, uint32_t sap);
 std::string all_answers(std::string_view reply_subject);
 
 std::string key(const Place &place, uint32_t opcode, uint32_t sap);
 std::string all_keys(const Place &place);
+struct Key {
+    Place place = {};
+    uint32_t opcode = 0, sap = 0;
+};
+std::optional<Key> key_in(std::string_view text); // none if it is no key
 
-// The number after the last dot of a subject or key, and the one before it; none if there is none.
-std::optional<uint32_t> last_number(std::string_view name);
-std::optional<uint32_t> last_number_but_one(std::string_view name);
+std::string inbox_prefix(std::string_view user);
+
+// The number after the last dot of a subject; none if there is none.
+std::optional<uint32_t> last_number(std::string_view subject);
 
 } // namespace nats

@@ -1,9 +1,13 @@
 #include "nats/registry.h"
 
+#include <signal.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 namespace nats {
 namespace {
@@ -26,12 +30,16 @@ void set(Registration &registration, std::string_view key, std::string_view valu
     if (key == "uuid") set_number(registration.uuid, value);
     if (key == "pid") set_number(registration.pid, value);
     if (key == "since") set_number(registration.since, value);
+    if (key != "answer-bytes" && key != "answer-ms") return;
+    if (!registration.answer) registration.answer.emplace();
+    set_number(key == "answer-ms" ? registration.answer->milliseconds : registration.answer->bytes, value);
 }
 
 [[noreturn]] void refuse(natsStatus status) {
     if (status == NATS_NO_RESPONDERS || status == NATS_NO_SERVER_SUPPORT)
-        throw Error("the NATS server has no JetStream, in which services register; start it with -js, or with "
-                    "jetstream {} in its configuration");
+        throw Error(
+            "the NATS server has no JetStream, in which services register; start it with -js, or with "
+            "jetstream {} in its configuration");
     throw Error(std::string("the registry of services cannot be used: ") + natsStatus_GetText(status));
 }
 
@@ -47,24 +55,38 @@ natsStatus make_bucket(kvStore **bucket, jsCtx *jetstream) {
 }
 
 std::optional<Registration> registration_of(kvEntry *entry) {
-    const std::string_view key = kvEntry_Key(entry);
-    const auto opcode = last_number_but_one(key), sap = last_number(key);
-    if (!opcode || !sap) return {};
-    return registration_in(*opcode, *sap,
-                           {static_cast<const char *>(kvEntry_Value(entry)),
-                            static_cast<std::size_t>(kvEntry_ValueLen(entry))});
+    auto key = key_in(kvEntry_Key(entry));
+    if (!key) return {};
+    Registration registration = registration_in(std::move(*key), {static_cast<const char *>(kvEntry_Value(entry)),
+                                                                  static_cast<std::size_t>(kvEntry_ValueLen(entry))});
+    registration.revision = kvEntry_Revision(entry);
+    return registration;
+}
+
+std::string key_of(const Registration &registration) {
+    return key(registration.place, registration.opcode, registration.sap);
+}
+
+// Whether its process was one of this host, and has ended.
+bool has_ended_here(const Registration &registration, const std::string &host) {
+    return registration.host == host && registration.pid > 0 && ::kill(static_cast<pid_t>(registration.pid), 0) != 0 &&
+           errno == ESRCH;
 }
 
 } // namespace
 
 std::string value_of(const Registration &registration) {
-    return "name " + escaped(registration.name) + "\nuuid " + std::to_string(registration.uuid) + "\nhost " +
-           escaped(registration.host) + "\npid " + std::to_string(registration.pid) + "\nsince " +
-           std::to_string(registration.since) + "\n";
+    std::string value = "name " + escaped(registration.name) + "\nuuid " + std::to_string(registration.uuid) +
+                        "\nhost " + escaped(registration.host) + "\npid " + std::to_string(registration.pid) +
+                        "\nsince " + std::to_string(registration.since) + "\n";
+    if (registration.answer)
+        value += "answer-bytes " + std::to_string(registration.answer->bytes) + "\nanswer-ms " +
+                 std::to_string(registration.answer->milliseconds) + "\n";
+    return value;
 }
 
-Registration registration_in(uint32_t opcode, uint32_t sap, std::string_view value) {
-    Registration registration{.opcode = opcode, .sap = sap};
+Registration registration_in(Key key, std::string_view value) {
+    Registration registration{.place = std::move(key.place), .opcode = key.opcode, .sap = key.sap};
     while (!value.empty()) {
         const std::string_view line = value.substr(0, value.find('\n'));
         value.remove_prefix(std::min(line.size() + 1, value.size()));
@@ -72,6 +94,10 @@ Registration registration_in(uint32_t opcode, uint32_t sap, std::string_view val
         if (blank != std::string_view::npos) set(registration, line.substr(0, blank), line.substr(blank + 1));
     }
     return registration;
+}
+
+bool is_same_process(const Registration &one, const Registration &other) {
+    return one.host == other.host && one.pid == other.pid && one.since == other.since;
 }
 
 Registry::Registry(natsConnection *connection, Missing missing) {
@@ -87,37 +113,61 @@ Registry::Registry(natsConnection *connection, Missing missing) {
     if (status != NATS_OK && missing == Missing::kIsMade) refuse(status);
 }
 
-std::optional<Registration> Registry::claim(const Place &place, const Registration &registration) {
-    const std::string name = key(place, registration.opcode, registration.sap), value = value_of(registration);
-    const auto length = static_cast<int>(value.size());
-    const natsStatus status = kvStore_Create(nullptr, bucket_.get(), name.c_str(), value.data(), length);
-    if (status == NATS_OK) return {};
+bool Registry::create(Registration &registration) {
+    const std::string name = key_of(registration), value = value_of(registration);
+    return kvStore_Create(&registration.revision, bucket_.get(), name.c_str(), value.data(),
+                          static_cast<int>(value.size())) == NATS_OK;
+}
+
+std::optional<Registration> Registry::find(const Registration &registration) {
     kvEntry *found = nullptr;
-    const natsStatus read = kvStore_Get(&found, bucket_.get(), name.c_str());
+    const natsStatus status = kvStore_Get(&found, bucket_.get(), key_of(registration).c_str());
     const Entry entry(found);
-    if (read != NATS_OK) refuse(status);
+    if (status == NATS_NOT_FOUND) return {};
+    if (status != NATS_OK) refuse(status);
     return registration_of(entry.get());
 }
 
-void Registry::renew(const Place &place, const Registration &registration) {
-    const std::string name = key(place, registration.opcode, registration.sap), value = value_of(registration);
-    const auto length = static_cast<int>(value.size());
-    const natsStatus status = kvStore_Put(nullptr, bucket_.get(), name.c_str(), value.data(), length);
-    if (status != NATS_OK) refuse(status);
+std::optional<Registration> Registry::claim(Registration &registration) {
+    registration.revision = 0;
+    if (create(registration)) return {};
+    auto owner = find(registration);
+    if (owner && !has_ended_here(*owner, registration.host)) return owner;
+    if (owner) remove(*owner);
+    if (!create(registration)) refuse(NATS_ERR);
+    return {};
 }
 
-void Registry::remove(const Place &place, uint32_t opcode, uint32_t sap) {
-    const natsStatus status = kvStore_Delete(bucket_.get(), key(place, opcode, sap).c_str());
+bool Registry::renew(Registration &registration) {
+    const std::string name = key_of(registration), value = value_of(registration);
+    const natsStatus status = kvStore_Update(&registration.revision, bucket_.get(), name.c_str(), value.data(),
+                                             static_cast<int>(value.size()), registration.revision);
+    if (status == NATS_OK) return true;
+    const auto owner = find(registration);
+    if (!owner || !is_same_process(*owner, registration)) return false;
+    registration.revision = owner->revision; // the server's answer to an earlier renewal was lost
+    return true;
+}
+
+void Registry::remove(const Registration &registration) {
+    const natsStatus status = kvStore_Delete(bucket_.get(), key_of(registration).c_str());
     if (status != NATS_OK && status != NATS_NOT_FOUND) refuse(status);
 }
 
 std::vector<Registration> Registry::list(const Place &place) {
+    return list_keys(all_keys(place));
+}
+
+std::vector<Registration> Registry::list_all() {
+    return list_keys(">");
+}
+
+std::vector<Registration> Registry::list_keys(const std::string &keys) {
     std::vector<Registration> all;
     if (!bucket_) return all;
     kvWatchOptions options;
     kvWatchOptions_Init(&options);
     options.IgnoreDeletes = true;
-    const std::string keys = all_keys(place);
     const auto watcher =
         made<Watcher>("the registry of services", kvStore_Watch, bucket_.get(), keys.c_str(), &options);
     for (;;) {
@@ -125,9 +175,10 @@ std::vector<Registration> Registry::list(const Place &place) {
         check(kvWatcher_Next(&next, watcher.get(), kPatience), "the registry of services");
         const Entry entry(next);
         if (!entry) break; // that was all
-        if (const auto registration = registration_of(entry.get())) all.push_back(*registration);
+        if (auto registration = registration_of(entry.get())) all.push_back(std::move(*registration));
     }
-    std::ranges::sort(all, {}, [](const Registration &one) { return std::tuple(one.sap, one.opcode); });
+    const auto order = [](const Registration &one) { return std::tie(one.place, one.sap, one.opcode); };
+    std::ranges::sort(all, {}, order);
     return all;
 }
 

@@ -13,37 +13,57 @@
 
 namespace nats {
 
-inline constexpr std::chrono::seconds kLifetime(10);   // of a registration
+inline constexpr std::chrono::seconds kLifetime(10);    // of a registration
 inline constexpr std::chrono::seconds kRenewalPause(3); // between two writes of one
 
+// What a service sent last.
+struct LastAnswer {
+    uint64_t bytes = 0;        // of the reply
+    uint64_t milliseconds = 0; // from the request to the last message
+};
+
 struct Registration {
+    Place place = {};
     uint32_t opcode = 0, sap = 0;
     std::string name = {};
     uint32_t uuid = 0;
     std::string host = {};
     int64_t pid = 0;
     int64_t since = 0; // seconds of the epoch
+    std::optional<LastAnswer> answer = {};
+    uint64_t revision = 0; // of its key, which the registry sets; 0: it is not registered
 };
 
 // The value of a registration's key: lines "KEY VALUE". An unknown line is skipped, and so is a bad number.
 std::string value_of(const Registration &registration);
-Registration registration_in(uint32_t opcode, uint32_t sap, std::string_view value);
+Registration registration_in(Key key, std::string_view value);
 
+// Whether both are of the same process.
+bool is_same_process(const Registration &one, const Registration &other);
+
+// Every function throws Error.
 class Registry {
   public:
     // Whether a bucket that does not exist is made.
     enum class Missing : bool { kIsEmpty, kIsMade };
-    // The connection must live longer. Throws Error.
+    // The connection must live longer.
     Registry(natsConnection *connection, Missing missing);
 
-    // Register for the first time. Returns who has the key already; none: the registration is written.
-    std::optional<Registration> claim(const Place &place, const Registration &registration);
-    void renew(const Place &place, const Registration &registration);
-    void remove(const Place &place, uint32_t opcode, uint32_t sap);
-    // Ordered by SAP and opcode.
+    // Register. Returns who has the key already; none: it is registered. A process of this host that has ended has
+    // nothing any more.
+    std::optional<Registration> claim(Registration &registration);
+    // Returns whether it is still registered. If not, its time is over, and it has to be claimed again.
+    bool renew(Registration &registration);
+    void remove(const Registration &registration);
+    // Ordered by place, SAP and opcode.
     std::vector<Registration> list(const Place &place);
+    std::vector<Registration> list_all();
 
   private:
+    bool create(Registration &registration);
+    std::optional<Registration> find(const Registration &registration);
+    std::vector<Registration> list_keys(const std::string &keys);
+
     JetStream jetstream_;
     Bucket bucket_; // null: there is none yet
 };

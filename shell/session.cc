@@ -100,7 +100,8 @@ Session::Session(const Options &options) : options_(options) {
 // The services of a description that was named are those that should be there. Other services than those of the
 // transport would answer with what the description says.
 void Session::use_transport(sim::Switch &sw, const std::string &name) const {
-    if (options_.mask) throw CommandError("--mask cannot be used with --connect: a request does not ask to hide secrets");
+    if (options_.mask)
+        throw CommandError("--mask cannot be used with --connect: a request does not ask to hide secrets");
     if (!options_.switch_file) sw.services.clear();
     sw.in_process.clear();
     sw.transport.carrier = transport::make_nats_carrier(

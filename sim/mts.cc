@@ -1,8 +1,9 @@
 // Message transport. A message goes to the opened handle or to the service that has its SAP. A carrier may bring the
-// messages of services from elsewhere. Without one, a service that receives a configuration request answers at once, in fragments that wait for the requester until they are due; only a fault
-// makes a fragment due later. A handle first receives the messages that were sent to it, in order, then one fragment of
-// each answer in turn, so that the replies of all services arrive interleaved as they do on a real switch. A receive
-// that finds nothing waits for the next fragment, but never longer than its time-out.
+// messages of services from elsewhere. Without one, a service that receives a configuration request answers at once, in
+// fragments that wait for the requester until they are due; only a fault makes a fragment due later. A handle first
+// receives the messages that were sent to it, in order, then one fragment of each answer in turn, so that the replies
+// of all services arrive interleaved as they do on a real switch. A receive that finds nothing waits for the next
+// fragment, but never longer than its time-out.
 #include "sim/mts.h"
 
 #include <unistd.h>

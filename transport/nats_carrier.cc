@@ -1,7 +1,7 @@
-// One command has one connection, which is not made again when it breaks: answers may be lost with it. The reply subject
-// is new for every command, so that no answer to an earlier one arrives, and its last word is the SAP of the service that
-// answers. What does not fit to that is dropped. After a loss nothing more is received, because a reply with a hole in
-// it could be taken for another one.
+// One command has one connection, which is not made again when it breaks: answers may be lost with it. The reply
+// subject is new for every command, so that no answer to an earlier one arrives, and its last word is the SAP of the
+// service that answers. What does not fit to that is dropped. After a loss nothing more is received, because a reply
+// with a hole in it could be taken for another one.
 #include "transport/nats_carrier.h"
 
 #include <qarncli/globals.h>
@@ -71,7 +71,7 @@ class NatsCarrier : public sim::Carrier {
     void begin() override {
         connection_ = nats::connect(settings_.access, nats::Reconnects::kNo);
         registry_.emplace(connection_.get(), nats::Registry::Missing::kIsEmpty);
-        reply_subject_ = nats::new_reply_subject(settings_.place);
+        reply_subject_ = nats::new_reply_subject(settings_.place, nats::user_of(settings_.access));
         answers_ = subscribe(nats::all_answers(reply_subject_));
         removals_ = subscribe("$KV." + std::string(nats::kBucket) + '.' + nats::all_keys(settings_.place));
         nats::check(natsSubscription_SetPendingLimits(answers_.get(), settings_.most_waiting, -1), "subscription");
@@ -96,10 +96,11 @@ class NatsCarrier : public sim::Carrier {
                    " bytes, which is more than the max_payload of the NATS server; raise it in its configuration");
             return EMSGSIZE;
         }
-        const std::string subject = sap != 0 ? nats::sap_subject(settings_.place, sap)
-                                             : nats::opcode_subject(settings_.place, opcode);
-        const natsStatus status = natsConnection_PublishRequest(
-            connection_.get(), subject.c_str(), reply_subject_.c_str(), payload.data(), static_cast<int>(payload.size()));
+        const std::string subject =
+            sap != 0 ? nats::sap_subject(settings_.place, sap) : nats::opcode_subject(settings_.place, opcode);
+        const natsStatus status =
+            natsConnection_PublishRequest(connection_.get(), subject.c_str(), reply_subject_.c_str(), payload.data(),
+                                          static_cast<int>(payload.size()));
         if (status != NATS_OK) lose(natsStatus_GetText(status));
         return status == NATS_OK ? 0 : ENOTCONN;
     }

@@ -15,12 +15,13 @@ const nats::Place kPlace = {"leaf 1.2", "1"};
 class Services {
   public:
     Services(const sim::Switch &sw, const std::string &url)
-        : sw_(sw), connection_(nats::connect({.url = url, .client_name = "services"}, nats::Reconnects::kNo)),
+        : sw_(sw),
+          connection_(nats::connect({.url = url, .client_name = "services"}, nats::Reconnects::kNo)),
           registry_(connection_.get(), nats::Registry::Missing::kIsMade),
           requests_(nats::made<nats::Subscription>("requests", natsConnection_SubscribeSync, connection_.get(),
                                                    nats::opcode_subject(kPlace, QARN_OPC_REQUEST).c_str())) {
         for (const sim::Service &service : sw.services)
-            registry_.claim(kPlace, {.opcode = QARN_OPC_REQUEST, .sap = service.sap, .name = service.name});
+            claim({.place = kPlace, .opcode = QARN_OPC_REQUEST, .sap = service.sap, .name = service.name});
         natsConnection_Flush(connection_.get());
     }
 
@@ -44,9 +45,11 @@ class Services {
         natsConnection_Flush(connection_.get());
     }
 
-    void leave(uint32_t sap) { registry_.remove(kPlace, QARN_OPC_REQUEST, sap); }
+    void leave(uint32_t sap) { registry_.remove({.place = kPlace, .opcode = QARN_OPC_REQUEST, .sap = sap}); }
 
   private:
+    void claim(nats::Registration registration) { registry_.claim(registration); }
+
     const sim::Switch &sw_;
     nats::Connection connection_;
     nats::Registry registry_;
