@@ -12,6 +12,7 @@
 #include <fstream>
 #include <map>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "nats/names.h"
@@ -146,21 +147,37 @@ Options options_for(const Access &access, Reconnects reconnects) {
     return options;
 }
 
-// Threads that are made meanwhile take no signals, which are for the program's own threads.
-class SignalsBlocked {
-  public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(const SignalsBlocked &) = delete;
-    SignalsBlocked &operator=(const SignalsBlocked &) = delete;
+// What libnats keeps of an observer, until the connection is closed.
+using Observed = std::shared_ptr<Observer>;
 
-  private:
-    sigset_t before_;
-};
+Observer &observer_in(void *closure) {
+    return **static_cast<Observed *>(closure);
+}
+
+std::string last_error_of(natsConnection *connection, natsStatus status) {
+    const char *text = nullptr;
+    natsConnection_GetLastError(connection, &text);
+    return text != nullptr && *text != '\0' ? text : natsStatus_GetText(status);
+}
+
+void on_closed(natsConnection *connection, void *closure) {
+    const std::unique_ptr<Observed> observed(static_cast<Observed *>(closure));
+    (*observed)->closed(last_error_of(connection, NATS_CONNECTION_CLOSED));
+}
+
+void on_error(natsConnection *connection, natsSubscription *, natsStatus status, void *closure) {
+    observer_in(closure).refused(last_error_of(connection, status));
+}
+
+void observe(natsOptions *options, Observed *observed) {
+    const auto lost = [](natsConnection *, void *closure) { observer_in(closure).lost(); };
+    const auto restored = [](natsConnection *, void *closure) { observer_in(closure).restored(); };
+    check(natsOptions_SetDisconnectedCB(options, lost, observed), "observer");
+    check(natsOptions_SetReconnectedCB(options, restored, observed), "observer");
+    check(natsOptions_SetClosedCB(options, on_closed, observed), "observer");
+    check(natsOptions_SetErrorHandler(options, on_error, observed), "observer");
+    check(natsOptions_UseGlobalMessageDelivery(options, true), "observer");
+}
 
 std::string advice(natsStatus status) {
     switch (status) {
@@ -193,13 +210,26 @@ std::string user_of(const Access &access) {
     return has(credentials, "user") ? credentials.at("user") : "";
 }
 
-Connection connect(const Access &access, Reconnects reconnects) {
+SignalsBlocked::SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+}
+
+SignalsBlocked::~SignalsBlocked() {
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+Connection connect(const Access &access, Reconnects reconnects, std::shared_ptr<Observer> observer) {
     const SignalsBlocked signals;
     const Options options = options_for(access, reconnects);
+    auto observed = observer ? std::make_unique<Observed>(std::move(observer)) : nullptr;
+    if (observed) observe(options.get(), observed.get());
     natsConnection *connection = nullptr;
     const natsStatus status = natsConnection_Connect(&connection, options.get());
     if (status != NATS_OK)
         throw Error("cannot connect to " + access.url + ": " + natsStatus_GetText(status) + advice(status));
+    observed.release(); // on_closed takes it back
     return Connection(connection);
 }
 

@@ -1,7 +1,10 @@
 // Connections to a NATS server.
 #pragma once
 
+#include <signal.h>
+
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -23,7 +26,30 @@ enum class Reconnects : bool { kNo, kForever };
 // The user in the credentials; empty if there is none. Throws Error.
 std::string user_of(const Access &access);
 
+// Who is told what happens to a connection, on threads of libnats.
+class Observer {
+  public:
+    virtual ~Observer() = default;
+    virtual void lost() = 0;                           // it is being made again
+    virtual void restored() = 0;                       // with its subscriptions
+    virtual void closed(const std::string &why) = 0;   // for good, and the last call
+    virtual void refused(const std::string &what) = 0; // the server or libnats, without the loss of the connection
+};
+
 // Throws Error. An address of another machine needs TLS in both directions. The threads of the library take no signals.
-Connection connect(const Access &access, Reconnects reconnects);
+// With an observer, all subscriptions of the process share one thread.
+Connection connect(const Access &access, Reconnects reconnects, std::shared_ptr<Observer> observer = nullptr);
+
+// Threads that are made meanwhile take no signals, which are for the program's own threads.
+class SignalsBlocked {
+  public:
+    SignalsBlocked();
+    ~SignalsBlocked();
+    SignalsBlocked(const SignalsBlocked &) = delete;
+    SignalsBlocked &operator=(const SignalsBlocked &) = delete;
+
+  private:
+    sigset_t before_;
+};
 
 } // namespace nats

@@ -67,12 +67,6 @@ std::string key_of(const Registration &registration) {
     return key(registration.place, registration.opcode, registration.sap);
 }
 
-// Whether its process was one of this host, and has ended.
-bool has_ended_here(const Registration &registration, const std::string &host) {
-    return registration.host == host && registration.pid > 0 && ::kill(static_cast<pid_t>(registration.pid), 0) != 0 &&
-           errno == ESRCH;
-}
-
 } // namespace
 
 std::string value_of(const Registration &registration) {
@@ -100,6 +94,11 @@ bool is_same_process(const Registration &one, const Registration &other) {
     return one.host == other.host && one.pid == other.pid && one.since == other.since;
 }
 
+bool has_ended_here(const Registration &registration, const std::string &host) {
+    return registration.host == host && registration.pid > 0 && ::kill(static_cast<pid_t>(registration.pid), 0) != 0 &&
+           errno == ESRCH;
+}
+
 Registry::Registry(natsConnection *connection, Missing missing) {
     jsOptions options;
     check(jsOptions_Init(&options), "JetStream");
@@ -119,9 +118,9 @@ bool Registry::create(Registration &registration) {
                           static_cast<int>(value.size())) == NATS_OK;
 }
 
-std::optional<Registration> Registry::find(const Registration &registration) {
+std::optional<Registration> Registry::find(const Place &place, uint32_t opcode, uint32_t sap) {
     kvEntry *found = nullptr;
-    const natsStatus status = kvStore_Get(&found, bucket_.get(), key_of(registration).c_str());
+    const natsStatus status = kvStore_Get(&found, bucket_.get(), key(place, opcode, sap).c_str());
     const Entry entry(found);
     if (status == NATS_NOT_FOUND) return {};
     if (status != NATS_OK) refuse(status);
@@ -131,7 +130,7 @@ std::optional<Registration> Registry::find(const Registration &registration) {
 std::optional<Registration> Registry::claim(Registration &registration) {
     registration.revision = 0;
     if (create(registration)) return {};
-    auto owner = find(registration);
+    auto owner = find(registration.place, registration.opcode, registration.sap);
     if (owner && !has_ended_here(*owner, registration.host)) return owner;
     if (owner) remove(*owner);
     if (!create(registration)) refuse(NATS_ERR);
@@ -143,7 +142,7 @@ bool Registry::renew(Registration &registration) {
     const natsStatus status = kvStore_Update(&registration.revision, bucket_.get(), name.c_str(), value.data(),
                                              static_cast<int>(value.size()), registration.revision);
     if (status == NATS_OK) return true;
-    const auto owner = find(registration);
+    const auto owner = find(registration.place, registration.opcode, registration.sap);
     if (!owner || !is_same_process(*owner, registration)) return false;
     registration.revision = owner->revision; // the server's answer to an earlier renewal was lost
     return true;

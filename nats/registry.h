@@ -16,6 +16,8 @@ namespace nats {
 inline constexpr std::chrono::seconds kLifetime(10);    // of a registration
 inline constexpr std::chrono::seconds kRenewalPause(3); // between two writes of one
 
+inline constexpr uint32_t kNoOpcode = 0; // of a service that is reached by its SAP only
+
 // What a service sent last.
 struct LastAnswer {
     uint64_t bytes = 0;        // of the reply
@@ -41,6 +43,9 @@ Registration registration_in(Key key, std::string_view value);
 // Whether both are of the same process.
 bool is_same_process(const Registration &one, const Registration &other);
 
+// Whether its process was one of this host, and has ended.
+bool has_ended_here(const Registration &registration, const std::string &host);
+
 // Every function throws Error.
 class Registry {
   public:
@@ -52,6 +57,8 @@ class Registry {
     // Register. Returns who has the key already; none: it is registered. A process of this host that has ended has
     // nothing any more.
     std::optional<Registration> claim(Registration &registration);
+    // Who has registered for the opcode with the SAP.
+    std::optional<Registration> find(const Place &place, uint32_t opcode, uint32_t sap);
     // Returns whether it is still registered. If not, its time is over, and it has to be claimed again.
     bool renew(Registration &registration);
     void remove(const Registration &registration);
@@ -61,7 +68,6 @@ class Registry {
 
   private:
     bool create(Registration &registration);
-    std::optional<Registration> find(const Registration &registration);
     std::vector<Registration> list_keys(const std::string &keys);
 
     JetStream jetstream_;

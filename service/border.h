@@ -6,12 +6,19 @@
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
+#include <string>
 
 namespace service {
 
+// A failure that has a code and a text for the caller.
+struct Failure : std::runtime_error {
+    Failure(int given_code, const std::string &text) : std::runtime_error(text), code(given_code) {}
+    int code;
+};
+
 // What the caller gave breaks the format.
-struct Refusal : std::runtime_error {
-    using std::runtime_error::runtime_error;
+struct Refusal : Failure {
+    explicit Refusal(const std::string &text) : Failure(QARN_SERVICE_INVALID, text) {}
 };
 
 // The caller's function asked to stop.
@@ -33,8 +40,8 @@ template <typename Action>
 int at_border(qarn_service_error *error, const Action &action) {
     try {
         action();
-    } catch (const Refusal &refusal) {
-        return report(error, QARN_SERVICE_INVALID, refusal.what());
+    } catch (const Failure &failure) {
+        return report(error, failure.code, failure.what());
     } catch (const Stopped &) {
         return report(error, QARN_SERVICE_STOPPED, "stopped by the caller");
     } catch (const std::exception &) {

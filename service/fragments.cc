@@ -33,11 +33,11 @@ void check(std::size_t reply_size, uint32_t sap, std::size_t max_data) {
 
 } // namespace
 
-int qarn_service_fragments(const void *reply, size_t size, uint32_t sap, size_t max_data, qarn_service_send send,
+int qarn_service_fragments(const void *reply, size_t size, uint32_t sap, size_t max_data, qarn_service_take take,
                            void *context, qarn_service_error *error) {
     return at_border(error, [&] {
         check(size, sap, max_data);
-        const auto pass_on = [&](const Bytes &message) { return send(context, message.data(), message.size()) == 0; };
+        const auto pass_on = [&](const Bytes &message) { return take(context, message.data(), message.size()) == 0; };
         const std::string_view bytes(static_cast<const char *>(reply), size);
         if (!cut(bytes, sap, max_data, static_cast<uint32_t>(size), pass_on)) throw Stopped();
     });

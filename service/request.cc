@@ -1,23 +1,17 @@
 // A request for the configuration, read from the bytes of its message. Nothing is read before its place is known to lie
 // inside the bytes.
-#include <qarnservice/request.h>
+#include "service/received_request.h"
 
-#include <qarncli/message.h>
 #include <qarncli/request.h>
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "service/border.h"
 
+namespace service {
 namespace {
-
-using service::at_border;
-using service::Refusal;
 
 static_assert(+QARN_SERVICE_RUNNING == +QARN_SOURCE_RUNNING && +QARN_SERVICE_STARTUP == +QARN_SOURCE_STARTUP);
 static_assert(+QARN_SERVICE_DISPLAY_ALL == +QARN_DISPLAY_ALL && +QARN_SERVICE_DISPLAY_VSAN == +QARN_DISPLAY_VSAN &&
@@ -32,13 +26,6 @@ static_assert(+QARN_SERVICE_DISPLAY_ALL == +QARN_DISPLAY_ALL && +QARN_SERVICE_DI
 using Message = qarn_cfg_req_msg;
 
 constexpr std::size_t kMaxExcluded = sizeof Message::excl_saps / sizeof(uint32_t);
-
-// The request, and what its pointers lead to.
-struct Request : qarn_service_request {
-    std::vector<uint32_t> all_interfaces, sorted_interfaces, all_excluded;
-    std::string profile, uri, command;
-    qarn_id_mask vlans = {}, vsans = {};
-};
 
 // The bytes of a message, which hold at least the part of fixed size.
 class Reader {
@@ -115,29 +102,33 @@ void read_texts(const Reader &reader, Request &request) {
     request.command_line = request.command.c_str();
 }
 
+int has_id(const qarn_id_mask &mask, uint32_t id) {
+    return id < 8 * sizeof mask.bits && (mask.bits[id >> 3] & (0x80u >> (id & 7))) != 0 ? 1 : 0;
+}
+
+} // namespace
+
 std::unique_ptr<Request> read_request(const void *bytes, std::size_t size) {
     const Reader reader(bytes, size);
     check(reader, size);
     auto request = std::make_unique<Request>();
+    request->message.assign(static_cast<const char *>(bytes), size);
     read_words(reader, *request);
     read_lists(reader, *request);
     read_texts(reader, *request);
     return request;
 }
 
-const Request &whole(const qarn_service_request *request) {
-    return *static_cast<const Request *>(request);
-}
+} // namespace service
 
-int has_id(const qarn_id_mask &mask, uint32_t id) {
-    return id < 8 * sizeof mask.bits && (mask.bits[id >> 3] & (0x80u >> (id & 7))) != 0 ? 1 : 0;
-}
+using service::at_border;
+using service::Request;
+using service::whole;
 
-} // namespace
 int qarn_service_request_new(const void *bytes, size_t size, qarn_service_request **request,
                              qarn_service_error *error) {
     *request = nullptr;
-    return at_border(error, [&] { *request = read_request(bytes, size).release(); });
+    return at_border(error, [&] { *request = service::read_request(bytes, size).release(); });
 }
 
 void qarn_service_request_free(qarn_service_request *request) {
@@ -149,9 +140,14 @@ int qarn_service_request_has_interface(const qarn_service_request *request, uint
 }
 
 int qarn_service_request_has_vlan(const qarn_service_request *request, uint32_t vlan) {
-    return has_id(whole(request).vlans, vlan);
+    return service::has_id(whole(request).vlans, vlan);
 }
 
 int qarn_service_request_has_vsan(const qarn_service_request *request, uint32_t vsan) {
-    return has_id(whole(request).vsans, vsan);
+    return service::has_id(whole(request).vsans, vsan);
+}
+
+void qarn_service_request_bytes(const qarn_service_request *request, const void **bytes, size_t *size) {
+    *bytes = whole(request).message.data();
+    *size = whole(request).message.size();
 }

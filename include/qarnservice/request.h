@@ -58,6 +58,10 @@ QARN_SERVICE_EXPORT int qarn_service_request_has_interface(const struct qarn_ser
 QARN_SERVICE_EXPORT int qarn_service_request_has_vlan(const struct qarn_service_request *request, uint32_t vlan);
 QARN_SERVICE_EXPORT int qarn_service_request_has_vsan(const struct qarn_service_request *request, uint32_t vsan);
 
+/* The message that the request was read from, which belongs to the request. */
+QARN_SERVICE_EXPORT void qarn_service_request_bytes(const struct qarn_service_request *request, const void **bytes,
+                                                    size_t *size);
+
 QARN_SERVICE_END_DECLS
 
 #endif

@@ -1,0 +1,86 @@
+#include "service/inbox.h"
+
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "service/border.h"
+
+namespace service {
+namespace {
+
+constexpr Clock::time_point kNow(std::chrono::nanoseconds(1)); // long ago
+
+// The clock of the timer is that of Clock. A time of 0 would disarm it.
+void set_timer(int timer, Clock::time_point due) {
+    using std::chrono::seconds;
+    const auto since_boot = std::max(due, kNow).time_since_epoch();
+    const auto whole = std::chrono::floor<seconds>(since_boot);
+    itimerspec time = {};
+    time.it_value.tv_sec = whole.count();
+    time.it_value.tv_nsec = std::chrono::nanoseconds(since_boot - whole).count();
+    timerfd_settime(timer, TFD_TIMER_ABSTIME, &time, nullptr);
+}
+
+} // namespace
+
+Inbox::Inbox() : timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+    static_assert(std::atomic<bool>::is_always_lock_free);
+    if (timer_ < 0)
+        throw Failure(QARN_SERVICE_NO_MEMORY,
+                      std::string("no descriptor for the service: ") + std::strerror(errno) + "; raise ulimit -n");
+}
+
+Inbox::~Inbox() {
+    ::close(timer_);
+}
+
+void Inbox::arm(Clock::time_point due) {
+    due_ = due;
+    set_timer(timer_, due);
+    if (is_stopped_) set_timer(timer_, kNow);
+}
+
+void Inbox::add(nats::Message message) {
+    const std::lock_guard lock(mutex_);
+    contents_.messages.push_back({std::move(message), Clock::now()});
+    arm(kNow);
+}
+
+void Inbox::add_event(std::string text) {
+    const std::lock_guard lock(mutex_);
+    contents_.events.push_back(std::move(text));
+    arm(kNow);
+}
+
+void Inbox::stop() {
+    const int error = errno; // of what the signal interrupted
+    is_stopped_ = true;
+    set_timer(timer_, kNow);
+    errno = error;
+}
+
+Inbox::Contents Inbox::take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(contents_, {});
+}
+
+bool Inbox::take_stop() {
+    return is_stopped_.exchange(false);
+}
+
+void Inbox::wake_at(Clock::time_point due) {
+    const std::lock_guard lock(mutex_);
+    arm(contents_.messages.empty() && contents_.events.empty() ? due : kNow);
+}
+
+void Inbox::wake_before(Clock::time_point due) {
+    const std::lock_guard lock(mutex_);
+    if (due < due_) arm(due);
+}
+
+} // namespace service

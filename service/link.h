@@ -1,0 +1,67 @@
+// A connection to a server, which the services of a process share.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "nats/connection.h"
+#include "nats/registry.h"
+#include "service/inbox.h"
+
+namespace service {
+
+// What happens to the connection. It reaches the inbox of every service.
+class News : public nats::Observer {
+  public:
+    explicit News(std::string url) : url_(std::move(url)) {}
+
+    void lost() override;
+    void restored() override;
+    void closed(const std::string &why) override;
+    void refused(const std::string &what) override;
+
+    void add(const std::shared_ptr<Inbox> &inbox);
+    bool is_up() const { return is_up_; }
+    uint64_t times_restored() const { return times_restored_; }
+    std::optional<std::string> why_closed(); // none: it is not closed for good
+
+  private:
+    void tell(const std::string &text);
+
+    const std::string url_;
+    std::atomic<bool> is_up_ = true;
+    std::atomic<uint64_t> times_restored_ = 0;
+    std::mutex mutex_; // of what follows
+    std::vector<std::weak_ptr<Inbox>> inboxes_;
+    std::optional<std::string> why_closed_;
+};
+
+class Link {
+  public:
+    // The connection with this access, which is made if the process has none. Throws nats::Error.
+    static std::shared_ptr<Link> to(const nats::Access &access);
+
+    explicit Link(const nats::Access &access);
+
+    natsConnection *connection() const { return connection_.get(); }
+    News &news() const { return *news_; }
+    const std::string &url() const { return url_; }
+
+    // The registry, which is made again for a server that has lost it. Throws nats::Error.
+    std::shared_ptr<nats::Registry> registry();
+    void forget_registry(); // after an error
+
+  private:
+    const std::string url_;
+    std::shared_ptr<News> news_;
+    nats::Connection connection_;
+    std::mutex mutex_; // of what follows
+    std::shared_ptr<nats::Registry> registry_;
+    uint64_t registry_of_ = 0; // times_restored() when it was made
+};
+
+} // namespace service
