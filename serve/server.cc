@@ -43,8 +43,13 @@ void throw_if(int code, const qarn_service_error &error) {
     if (code != QARN_SERVICE_OK) throw std::runtime_error(error.text);
 }
 
-void add_faults(sim::Service &service, const Options &options) {
-    service.is_silent = service.is_silent || options.silent;
+// A process of its own has no function in a library that the shell loads, in place of which it answers.
+bool answers_in_the_shell(const sim::Service &service, const sim::Switch &sw) {
+    return std::ranges::find(sw.in_process, service.sap, &sim::InProcess::sap) != sw.in_process.end();
+}
+
+void add_faults(sim::Service &service, const sim::Switch &sw, const Options &options) {
+    service.is_silent = (service.is_silent && !answers_in_the_shell(service, sw)) || options.silent;
     service.faults.twice = service.faults.twice || options.twice;
     if (options.die_after) service.faults.die_after = *options.die_after;
     if (options.wrong_sap) service.faults.wrong_sap = options.wrong_sap;
@@ -75,7 +80,7 @@ Server::~Server() {
 }
 
 void Server::open(sim::Service &service, const std::string &switch_name, const std::string &vdc) {
-    add_faults(service, options_);
+    add_faults(service, switch_, options_);
     const uint32_t die_after = std::exchange(service.faults.die_after, 0); // its process dies, and not its answer only
     auto served = std::make_unique<Served>(Served{this, &service, die_after, {nullptr, qarn_service_close}});
     qarn_service_options options = {};

@@ -1,5 +1,5 @@
-// A service first serves the requests that have come, then it renews its registration. Only a service that is registered
-// answers, because another one may have got its SAP while the connection was broken.
+// A service first serves the requests that have come, then it renews its registration. Only a service that is
+// registered answers, because another one may have got its SAP while the connection was broken.
 #include <qarnservice/service.h>
 
 #include <qarncli/message.h>
@@ -37,9 +37,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds kRetryPause(1000);           // after a registration that failed
-constexpr milliseconds kAnswerPause(100);           // until the registration has the last answer
-constexpr uint32_t kUsualMaxData = 32768;           // bytes
+constexpr milliseconds kRetryPause(1000);                    // after a registration that failed
+constexpr milliseconds kAnswerPause(100);                    // until the registration has the last answer
+constexpr uint32_t kUsualMaxData = 32768;                    // bytes
 constexpr uint32_t kLowestSap = 2, kHighestSap = 0xfffffffe; // the others have meanings in a request
 
 using Reply = std::unique_ptr<qarn_service_reply, decltype(&qarn_service_reply_free)>;
@@ -348,7 +348,8 @@ void qarn_service::receive(service::Arrived &arrived) {
 std::unique_ptr<service::Request> qarn_service::read(const service::Arrived &arrived) const {
     natsMsg *const message = arrived.message.get();
     const char *const reply_subject = natsMsg_GetReply(message);
-    if (reply_subject == nullptr) throw service::Refusal("a request was dropped: it does not say where its answer goes");
+    if (reply_subject == nullptr)
+        throw service::Refusal("a request was dropped: it does not say where its answer goes");
     auto request =
         service::read_request(natsMsg_GetData(message), static_cast<std::size_t>(natsMsg_GetDataLength(message)));
     request->reply_subject = nats::answer_subject(reply_subject, registration_.sap);
@@ -458,8 +459,9 @@ int qarn_service_answer(qarn_service *answering, const qarn_service_request *req
 
 int qarn_service_send(qarn_service *sending, const qarn_service_request *request, const void *message, size_t size,
                       qarn_service_error *error) {
-    return service::at_server_border(
-        error, [&] { sending->send(service::whole(request), {static_cast<const char *>(message), size}); });
+    return service::at_server_border(error, [&] {
+        sending->send(service::whole(request), {static_cast<const char *>(message), size});
+    });
 }
 
 size_t qarn_service_max_data(const qarn_service *asked) {
