@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string_view>
@@ -42,7 +43,9 @@ Credentials read_credentials(const std::string &path) {
         constexpr std::string_view kKnown[] = {"user", "password", "ca", "certificate", "key"};
         if (blank == std::string::npos || std::ranges::find(kKnown, key) == std::end(kKnown))
             throw Error("the credentials " + path + " have another line than \"KEY VALUE\" with the keys " + kKeys);
-        credentials[key] = line.substr(blank + 1);
+        const bool is_path = key != "user" && key != "password";
+        const std::string value = line.substr(blank + 1);
+        credentials[key] = is_path ? (std::filesystem::path(path).parent_path() / value).string() : value;
     }
     return credentials;
 }
@@ -63,11 +66,6 @@ Address address_in(const std::string &url) {
     host = host.starts_with('[') ? host.substr(1, host.find(']') - 1) : host.substr(0, host.find_first_of(":/"));
     if (host.empty()) throw Error("no host in \"" + url + "\"; use nats://HOST:PORT or tls://HOST:PORT");
     return {scheme, host};
-}
-
-bool is_loopback(const std::string &host) {
-    const bool is_number = host.find_first_not_of("0123456789.") == std::string::npos;
-    return host == "localhost" || host == "::1" || (host.starts_with("127.") && is_number);
 }
 
 std::vector<std::string> split(const std::string &urls) {
@@ -202,6 +200,11 @@ std::string advice(natsStatus status) {
 
 void check(natsStatus status, const std::string &what) {
     if (status != NATS_OK) throw Error(what + ": " + natsStatus_GetText(status));
+}
+
+bool is_loopback(const std::string &host) {
+    const bool is_number = host.find_first_not_of("0123456789.") == std::string::npos;
+    return host == "localhost" || host == "::1" || (host.starts_with("127.") && is_number);
 }
 
 std::string user_of(const Access &access) {

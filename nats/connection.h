@@ -13,7 +13,8 @@
 namespace nats {
 
 // A file of credentials has lines "KEY VALUE" with the keys user, password, ca, certificate and key; the last three
-// are paths of PEM files. Only its owner may have access to it.
+// are paths of PEM files, which begin at the folder of the credentials if they are relative. Only its owner may have
+// access to it.
 struct Access {
     std::string url = {};                        // nats://HOST:PORT or tls://HOST:PORT, several with commas
     std::optional<std::string> credentials = {}; // path of the file
@@ -22,6 +23,9 @@ struct Access {
 
 // Whether a broken connection is made again.
 enum class Reconnects : bool { kNo, kForever };
+
+// Whether the host of an address is this machine, which needs no TLS.
+bool is_loopback(const std::string &host);
 
 // The user in the credentials; empty if there is none. Throws Error.
 std::string user_of(const Access &access);

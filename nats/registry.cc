@@ -43,15 +43,27 @@ void set(Registration &registration, std::string_view key, std::string_view valu
     throw Error(std::string("the registry of services cannot be used: ") + natsStatus_GetText(status));
 }
 
+// What the library makes for a bucket, but without roll-ups: by one, whoever may write one key could remove all others.
+natsStatus add_stream(jsCtx *jetstream) {
+    const std::string name = std::string("KV_") + kBucket, subjects = std::string("$KV.") + kBucket + ".>";
+    const char *list[] = {subjects.c_str()};
+    jsStreamConfig config;
+    jsStreamConfig_Init(&config);
+    config.Name = name.c_str();
+    config.Subjects = list;
+    config.SubjectsLen = 1;
+    config.MaxMsgsPerSubject = 1;
+    config.MaxAge = duration_cast<nanoseconds>(kLifetime).count();
+    config.Discard = js_DiscardNew;
+    config.Storage = js_MemoryStorage;
+    config.DenyDelete = true;
+    config.AllowDirect = true;
+    return js_AddStream(nullptr, jetstream, &config, nullptr, nullptr);
+}
+
 natsStatus make_bucket(kvStore **bucket, jsCtx *jetstream) {
-    kvConfig config;
-    kvConfig_Init(&config);
-    config.Bucket = kBucket;
-    config.History = 1;
-    config.TTL = duration_cast<nanoseconds>(kLifetime).count();
-    config.StorageType = js_MemoryStorage;
-    const natsStatus status = js_CreateKeyValue(bucket, jetstream, &config);
-    return status == NATS_OK ? status : js_KeyValue(bucket, jetstream, kBucket); // another one may have been faster
+    const natsStatus made = add_stream(jetstream), found = js_KeyValue(bucket, jetstream, kBucket);
+    return found == NATS_NOT_FOUND ? made : found; // another one may have been faster
 }
 
 std::optional<Registration> registration_of(kvEntry *entry) {
