@@ -1,5 +1,5 @@
-// The subjects of the JetStream interface are those that libnats 3.4 publishes for the functions that the registry uses.
-// Flow control comes with large buckets only.
+// The subjects of the JetStream interface are those that libnats 3.4 publishes for the functions that the registry
+// uses. Flow control comes with large buckets only.
 #include "nats/permissions.h"
 
 #include "nats/names.h"
