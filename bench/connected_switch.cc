@@ -24,7 +24,7 @@ Words with_command(Words words, const std::string &command) {
 ConnectedSwitch::ConnectedSwitch(const std::string &build, const std::string &description)
     : shell_(build + "/shell/vsh"),
       description_(description),
-      server_({build + "/switchd/switchd", "-s", description}),
+      server_({build + "/shell/switchd", "-s", description}),
       connect_(words_of(server_.next_line())) {
     connect_.front() = shell_;
 }

@@ -47,7 +47,7 @@ class Fleet {
 
     void grow(int size) {
         for (int i = static_cast<int>(switches_.size()); i < size; ++i)
-            switches_.emplace_back(bench::Words{settings_.folder + "/serve/qarn-service", "-s", description_,
+            switches_.emplace_back(bench::Words{settings_.folder + "/shell/qarn-service", "-s", description_,
                                                 "--connect", url_, "--switch-name", "switch-" + std::to_string(i),
                                                 "--ready-fd", "1"});
         for (; num_ready_ < switches_.size(); ++num_ready_)

@@ -76,6 +76,8 @@ void report_ready(int descriptor) {
 void run(const Options &options) {
     sim::Switch sw;
     sim::make_current(&sw);
+    if (!options.services.empty())
+        sw.wants_elements = [&](const std::string &name) { return std::ranges::count(options.services, name) != 0; };
     sim::load_description(sw, options.switch_file);
     check_names(options, sw);
     sw.hides_secrets = options.mask;

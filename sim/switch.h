@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -79,6 +80,8 @@ struct Switch : Script {
     std::string name = "switch";
     std::optional<std::string> version; // of the running software
     std::deque<Service> services;
+    // Whether loading a description fills in the elements of the service; without it, of every service.
+    std::function<bool(const std::string &service)> wants_elements;
     std::vector<Interface> interfaces;                // in display order; blocks in the order of their first interface
     std::map<std::string, std::string> port_profiles; // name -> lines for an interface that inherits it
     std::map<std::string, Feature> features;

@@ -18,7 +18,7 @@ bool is_number_address(const std::string &host) {
 std::string names_of(const std::vector<std::string> &hosts) {
     std::string names;
     for (const std::string &host : hosts)
-        names += (names.empty() ? "" : ",") + std::string(is_number_address(host) ? "IP:" : "DNS:") + host;
+        names.append(names.empty() ? "" : ",").append(is_number_address(host) ? "IP:" : "DNS:").append(host);
     return names;
 }
 

@@ -81,6 +81,7 @@ void read_services(const Document &document, const YAML::Node &node, Switch &sw,
     auto next = read.begin();
     document.each_item(node, "services", [&](const YAML::Node &entry) {
         Service *const service = *next++;
+        if (service != nullptr && sw.wants_elements && !sw.wants_elements(service->name)) return;
         const std::size_t failed_before = document.num_failed();
         read_elements(document, entry, service, {names, interfaces, profiles});
         if (service == nullptr) return;
