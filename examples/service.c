@@ -13,23 +13,21 @@ enum { SAP = 207, UUID = 21 };
 
 static struct qarn_service *service;
 
-static void on_signal(int number)
-{
+static void on_signal(int number) {
     (void)number;
     qarn_service_stop(service);
 }
 
-static void print_event(void *context, const char *text)
-{
+static void print_event(void *context, const char *text) {
     (void)context;
     fprintf(stderr, "tunnel: %s\n", text);
 }
 
-static int answer(void *context, const struct qarn_service_request *request, struct qarn_service_reply *reply)
-{
+static int answer(void *context, const struct qarn_service_request *request, struct qarn_service_reply *reply) {
     static const struct qarn_service_element feature = {.uuid = UUID, .id = 1, .level = 1};
     static const struct qarn_service_element settings = {.uuid = UUID, .id = 2, .level = 4};
-    static const struct qarn_service_element ports = {.uuid = UUID, .id = 3, .level = 11, .property = QARN_SERVICE_PROP_INTF};
+    static const struct qarn_service_element ports = {
+        .uuid = UUID, .id = 3, .level = 11, .property = QARN_SERVICE_PROP_INTF};
     static const uint32_t sources[] = {0x1a000000, 0x1a001000};
     (void)context;
 
@@ -38,8 +36,7 @@ static int answer(void *context, const struct qarn_service_request *request, str
     qarn_service_reply_element(reply, &settings);
     qarn_service_reply_after(reply, UUID, feature.id);
     qarn_service_reply_text(reply, "tunnel keepalive 10\n", QARN_SERVICE_TEXT);
-    if (request->with_defaults)
-        qarn_service_reply_text(reply, "tunnel retries 3\n", QARN_SERVICE_TEXT);
+    if (request->with_defaults) qarn_service_reply_text(reply, "tunnel retries 3\n", QARN_SERVICE_TEXT);
     qarn_service_reply_element(reply, &ports);
     for (size_t i = 0; i < sizeof sources / sizeof *sources; ++i)
         if (qarn_service_request_has_interface(request, sources[i]))
@@ -47,8 +44,7 @@ static int answer(void *context, const struct qarn_service_request *request, str
     return QARN_SERVICE_OK; /* an error stays in the reply, and is reported as an event */
 }
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     struct qarn_service_options options = {.size = sizeof options, .name = "tunnel", .sap = SAP, .uuid = UUID};
     struct qarn_service_error error;
     options.url = argc > 1 ? argv[1] : NULL;

@@ -14,15 +14,16 @@ namespace service {
 namespace {
 
 constexpr Clock::time_point kNow(std::chrono::nanoseconds(1)); // long ago
+constexpr std::chrono::hours kLongest(24);                     // which fits into any time_t
 
 // The clock of the timer is that of Clock. A time of 0 would disarm it.
 void set_timer(int timer, Clock::time_point due) {
     using std::chrono::seconds;
-    const auto since_boot = std::max(due, kNow).time_since_epoch();
+    const auto since_boot = std::clamp(due, kNow, Clock::now() + kLongest).time_since_epoch();
     const auto whole = std::chrono::floor<seconds>(since_boot);
     itimerspec time = {};
-    time.it_value.tv_sec = whole.count();
-    time.it_value.tv_nsec = std::chrono::nanoseconds(since_boot - whole).count();
+    time.it_value.tv_sec = static_cast<time_t>(whole.count());
+    time.it_value.tv_nsec = static_cast<long>(std::chrono::nanoseconds(since_boot - whole).count());
     timerfd_settime(timer, TFD_TIMER_ABSTIME, &time, nullptr);
 }
 

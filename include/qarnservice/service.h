@@ -47,16 +47,16 @@ typedef void (*qarn_service_event)(void *context, const char *text);
 
 /* Set to zero what is not needed. Texts and the structure are copied. */
 struct qarn_service_options {
-    size_t size;             /* sizeof(struct qarn_service_options), so that later versions may add fields */
-    const char *url;         /* of the NATS server: nats://HOST:PORT, or tls://HOST:PORT for another machine */
-    const char *credentials; /* path of the file with the user and the certificates; null: none */
-    const char *switch_name; /* of the switch that has the service */
-    const char *vdc;         /* number of its virtual device context; null: 1 */
-    const char *name;        /* of the service, for people */
-    uint32_t sap;            /* 2 to 0xfffffffe, of this service alone */
-    uint32_t uuid;           /* of its elements, 1 to QARN_SERVICE_MAX_UUID */
-    uint32_t by_sap_only;    /* 1: requests to all services do not reach it, only those to its SAP; else 0 */
-    uint32_t max_data;       /* most bytes of data in a message; 0: 32768. The server's limit counts too */
+    size_t size;              /* sizeof(struct qarn_service_options), so that later versions may add fields */
+    const char *url;          /* of the NATS server: nats://HOST:PORT, or tls://HOST:PORT for another machine */
+    const char *credentials;  /* path of the file with the user and the certificates; null: none */
+    const char *switch_name;  /* of the switch that has the service */
+    const char *vdc;          /* number of its virtual device context; null: 1 */
+    const char *name;         /* of the service, for people */
+    uint32_t sap;             /* 2 to 0xfffffffe, of this service alone */
+    uint32_t uuid;            /* of its elements, 1 to QARN_SERVICE_MAX_UUID */
+    uint32_t by_sap_only;     /* 1: requests to all services do not reach it, only those to its SAP; else 0 */
+    uint32_t max_data;        /* most bytes of data in a message; 0: 32768. The server's limit counts too */
     qarn_service_event event; /* null: nobody wants the events */
 };
 

@@ -79,8 +79,7 @@ TEST_F(Program, ExplainsWhatIsWrong) {
         EXPECT_EQ(program->wait(), 1);
         return text;
     };
-    EXPECT_EQ(explanation({"osqf"}),
-              "qarn-service: unknown service \"osqf\"; the nearest of " + file_ + ": ospf\n");
+    EXPECT_EQ(explanation({"osqf"}), "qarn-service: unknown service \"osqf\"; the nearest of " + file_ + ": ospf\n");
     EXPECT_EQ(explanation({"--delay", "x"}).find("qarn-service: "), 0u);
     EXPECT_NE(explanation({"-s"}).find("qarn-service: --help describes the options\n"), std::string::npos);
     const auto first = serve();

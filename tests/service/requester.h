@@ -82,7 +82,8 @@ class Requester {
         natsConnection_PublishRequest(connection_.get(), subject.c_str(), reply.c_str(), request.data(),
                                       static_cast<int>(request.size()));
         Answer answer;
-        while (add_next(answer, answers.get(), patience)) {}
+        while (add_next(answer, answers.get(), patience)) {
+        }
         return answer;
     }
 

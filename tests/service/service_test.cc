@@ -123,10 +123,9 @@ TEST(Service, RefusesASapThatBelongsToAnother) {
     for (const uint32_t by_sap_only : {0u, 1u}) {
         const Running second(server.url, answer_shortly, {.name = "bgp", .by_sap_only = by_sap_only});
         EXPECT_EQ(second.code, QARN_SERVICE_TAKEN);
-        EXPECT_EQ(second.error.text,
-                  "SAP 20 of switch \"leaf 1.2\", VDC 1 belongs to \"ospf\" (host " + std::string(host) + ", pid " +
-                      std::to_string(getpid()) +
-                      "); \"bgp\" cannot have it too: end that process, or choose another SAP");
+        EXPECT_EQ(second.error.text, "SAP 20 of switch \"leaf 1.2\", VDC 1 belongs to \"ospf\" (host " +
+                                         std::string(host) + ", pid " + std::to_string(getpid()) +
+                                         "); \"bgp\" cannot have it too: end that process, or choose another SAP");
     }
     EXPECT_EQ(test::Requester(server.url, kPlace).registered(), std::vector<std::string>{"ospf"});
 }
@@ -230,7 +229,8 @@ TEST(Service, ExampleAnswersUntilItIsEnded) {
     const test::Program example({EXAMPLE_SERVICE, server.url, kPlace.switch_name});
     test::Requester requester(server.url, kPlace);
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (requester.registered().empty() && std::chrono::steady_clock::now() < limit) {}
+    while (requester.registered().empty() && std::chrono::steady_clock::now() < limit) {
+    }
     const std::string data = requester.ask_all(207).data;
     EXPECT_NE(data.find("feature tunnel\n"), std::string::npos);
     EXPECT_EQ(data.find("tunnel source\n"), std::string::npos); // no interface was named
