@@ -30,7 +30,7 @@ bool is_loopback(const std::string &host);
 // The user in the credentials; empty if there is none. Throws Error.
 std::string user_of(const Access &access);
 
-// Who is told what happens to a connection, on threads of libnats.
+// Gets the news of a connection, on threads of libnats.
 class Observer {
   public:
     virtual ~Observer() = default;

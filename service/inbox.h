@@ -1,4 +1,4 @@
-// What has come for a service, and the descriptor that says so: a timer that runs out when there is something to do.
+// What has come for a service, and its descriptor: a timer that runs out when there is something to do.
 #pragma once
 
 #include <atomic>

@@ -7,13 +7,13 @@ namespace service {
 
 void News::lost() {
     is_up_ = false;
-    tell("the connection to " + url_ + " was lost; it is being made again");
+    spread("the connection to " + url_ + " was lost; it is being made again");
 }
 
 void News::restored() {
     ++times_restored_;
     is_up_ = true;
-    tell("the connection to " + url_ + " is back");
+    spread("the connection to " + url_ + " is back");
 }
 
 void News::closed(const std::string &why) {
@@ -22,11 +22,11 @@ void News::closed(const std::string &why) {
         const std::lock_guard lock(mutex_);
         why_closed_ = why;
     }
-    tell("the connection to " + url_ + " was closed: " + why);
+    spread("the connection to " + url_ + " was closed: " + why);
 }
 
 void News::refused(const std::string &what) {
-    tell("the server at " + url_ + " reports: " + what);
+    spread("the server at " + url_ + " reports: " + what);
 }
 
 void News::add(const std::shared_ptr<Inbox> &inbox) {
@@ -40,7 +40,7 @@ std::optional<std::string> News::why_closed() {
     return why_closed_;
 }
 
-void News::tell(const std::string &text) {
+void News::spread(const std::string &text) {
     const std::lock_guard lock(mutex_);
     for (const auto &one : inboxes_)
         if (const auto inbox = one.lock()) inbox->add_event(text);

@@ -14,7 +14,7 @@
 
 namespace service {
 
-// What happens to the connection. It reaches the inbox of every service.
+// The news of a connection, which reach the inbox of every service.
 class News : public nats::Observer {
   public:
     explicit News(std::string url) : url_(std::move(url)) {}
@@ -30,7 +30,7 @@ class News : public nats::Observer {
     std::optional<std::string> why_closed(); // none: it is not closed for good
 
   private:
-    void tell(const std::string &text);
+    void spread(const std::string &text);
 
     const std::string url_;
     std::atomic<bool> is_up_ = true;

@@ -38,6 +38,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kRetryPause(1000);                    // after a registration that failed
+constexpr milliseconds kPatience(5000);                      // for one answer of the server
 constexpr milliseconds kAnswerPause(100);                    // until the registration has the last answer
 constexpr uint32_t kUsualMaxData = 32768;                    // bytes
 constexpr uint32_t kLowestSap = 2, kHighestSap = 0xfffffffe; // the others have meanings in a request
@@ -108,13 +109,13 @@ std::string conflict(const nats::Registration &owner, const nats::Registration &
            " cannot have it too: end that process, or choose another SAP";
 }
 
-// Throws nats::Error if the server has refused one of the subjects.
+// Throws nats::Error if the server's last refusal was one of the subjects.
 void check_permitted(natsConnection *connection, const std::vector<std::string> &subjects) {
     const char *last = nullptr;
     natsConnection_GetLastError(connection, &last);
     const std::string text = last != nullptr ? last : "";
     for (const std::string &subject : subjects)
-        if (text.find(quoted(subject)) != std::string::npos)
+        if (text.find(subject + '"') != std::string::npos)
             throw nats::Error(text + "; check that the credentials are those of this service of this switch");
 }
 
@@ -179,6 +180,8 @@ struct qarn_service {
     std::size_t max_data() const;
 
   private:
+    std::string key() const; // of its registration
+    void register_after_loss();
     void keep_registered();
     void renew();
     bool is_due();
@@ -205,7 +208,7 @@ struct qarn_service {
     service::Reply reply_ = service::new_reply();
 
     bool is_registered_ = false, is_in_trouble_ = false;
-    uint64_t times_restored_ = 0; // of the connection, when the registration was written
+    uint64_t times_restored_ = 0; // of the connection, as far as the service knows
     Clock::time_point next_renewal_;
     std::mutex mutex_; // of what follows
     std::optional<nats::LastAnswer> unwritten_answer_;
@@ -230,24 +233,29 @@ qarn_service::~qarn_service() {
     }
 }
 
-// The server takes what comes over a connection in order, so that a service that is registered gets requests.
+// A service that is registered gets requests, so that it subscribes first.
 void qarn_service::register_first() {
     std::vector<std::string> subjects = {nats::sap_subject(registration_.place, registration_.sap)};
     if (registration_.opcode != nats::kNoOpcode)
         subjects.push_back(nats::opcode_subject(registration_.place, registration_.opcode));
     for (const std::string &subject : subjects)
         subscriptions_.push_back(service::subscribe(link_->connection(), subject, inbox_));
+    nats::check(natsConnection_FlushTimeout(link_->connection(), service::kPatience.count()), link_->url());
+    service::check_permitted(link_->connection(), subjects);
     try {
         const auto owner = service::claim(*link_->registry(), registration_);
         if (owner) throw service::Failure(QARN_SERVICE_TAKEN, service::conflict(*owner, registration_));
     } catch (const nats::Error &) {
-        service::check_permitted(link_->connection(), subjects); // throws the reason
+        service::check_permitted(link_->connection(), {"$KV." + std::string(nats::kBucket) + '.' + key()});
         throw;
     }
     is_registered_ = true;
     settle();
     inbox_->wake_at(next_renewal_);
-    service::check_permitted(link_->connection(), subjects);
+}
+
+std::string qarn_service::key() const {
+    return nats::key(registration_.place, registration_.opcode, registration_.sap);
 }
 
 void qarn_service::run() {
@@ -269,13 +277,22 @@ void qarn_service::process() {
     if (const auto why = link_->news().why_closed())
         throw nats::Error("the server has closed the connection to " + link_->url() + " for good: " + *why +
                           "; open the service again");
-    if (link_->news().times_restored() != times_restored_) is_registered_ = false;
-    if (!is_registered_) keep_registered();
+    register_after_loss();
     for (service::Arrived &arrived : contents.messages)
         receive(arrived);
     if (is_due()) keep_registered();
     const std::lock_guard lock(mutex_); // so that no answer of another thread comes between
     inbox_->wake_at(next_due());
+}
+
+void qarn_service::register_after_loss() {
+    const uint64_t times_restored = link_->news().times_restored();
+    if (times_restored != times_restored_) {
+        times_restored_ = times_restored;
+        is_registered_ = false;
+        next_renewal_ = Clock::now();
+    }
+    if (!is_registered_ && is_due()) keep_registered();
 }
 
 bool qarn_service::is_due() {
@@ -300,7 +317,6 @@ void qarn_service::keep_registered() {
 }
 
 void qarn_service::renew() {
-    const uint64_t times_restored = link_->news().times_restored();
     const auto registry = link_->registry();
     {
         const std::lock_guard lock(mutex_);
@@ -315,7 +331,6 @@ void qarn_service::renew() {
         report("registered again");
     }
     is_registered_ = true;
-    times_restored_ = times_restored;
     settle();
 }
 
@@ -349,7 +364,7 @@ std::unique_ptr<service::Request> qarn_service::read(const service::Arrived &arr
     natsMsg *const message = arrived.message.get();
     const char *const reply_subject = natsMsg_GetReply(message);
     if (reply_subject == nullptr)
-        throw service::Refusal("a request was dropped: it does not say where its answer goes");
+        throw service::Refusal("a request was dropped: it has no reply subject, to which the answer could go");
     auto request =
         service::read_request(natsMsg_GetData(message), static_cast<std::size_t>(natsMsg_GetDataLength(message)));
     request->reply_subject = nats::answer_subject(reply_subject, registration_.sap);

@@ -224,6 +224,21 @@ TEST(Service, ReportsAServerThatItCannotUse) {
         EXPECT_EQ(one->code, QARN_SERVICE_NO_SERVER);
 }
 
+TEST(Service, RefusesCredentialsOfAnotherServiceAtOnce) {
+    const test::Server server(R"(
+        jetstream {}
+        authorization {users: [{user: bgp, password: right, permissions: {subscribe: ["_INBOX.>", "qarn.*.*.sap.30"]}}]}
+    )");
+    const std::string credentials = server.path("credentials");
+    std::ofstream(credentials) << "user bgp\npassword right\n";
+    chmod(credentials.c_str(), 0600);
+    const Running running(server.url, answer_shortly, {.credentials = credentials.c_str()});
+    EXPECT_EQ(running.code, QARN_SERVICE_NO_SERVER);
+    EXPECT_NE(std::string(running.error.text).find("; check that the credentials are those of this service"),
+              std::string::npos)
+        << running.error.text;
+}
+
 TEST(Service, ExampleAnswersUntilItIsEnded) {
     const test::Server server;
     const test::Program example({EXAMPLE_SERVICE, server.url, kPlace.switch_name});
