@@ -14,17 +14,21 @@ int allocations_left = -1; // until one fails; negative: none fails
 
 } // namespace
 
-// Of the whole program, libqarnservice included.
+// Of the whole program, libqarnservice included. Where only one of the two is inlined, the compiler takes them for a
+// mismatch.
 void *operator new(std::size_t size) {
     if (allocations_left == 0) throw std::bad_alloc();
     if (allocations_left > 0) --allocations_left;
     void *memory = std::malloc(size);
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
-void operator delete(void *memory) noexcept {
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept {
+    return allocations_left == 0 ? nullptr : operator new(size);
+}
+[[gnu::noinline]] void operator delete(void *memory) noexcept {
     std::free(memory);
 }
-void operator delete(void *memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
     std::free(memory);
 }
 

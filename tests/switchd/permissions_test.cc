@@ -82,8 +82,7 @@ TEST_P(Permissions, LetAServiceAnswerUnderItsOwnSapOnly) {
     const nats::Subscription answers = subscribe(shell, nats::all_answers(reply));
     const std::string asked[] = {nats::opcode_subject(kPlace, QARN_OPC_REQUEST), nats::sap_subject(kPlace, kOspf)};
     for (const std::string &subject : asked) {
-        const nats::Subscription requests = subscribe(ospf, subject),
-                                 others = subscribe(bgp, nats::sap_subject(kPlace, kOspf));
+        const nats::Subscription requests = subscribe(ospf, subject), others = subscribe(bgp, nats::sap_subject(kPlace, kOspf));
         publish(shell, subject);
         EXPECT_EQ(next(ospf, requests), subject);
         EXPECT_EQ(next(bgp, others), "");
@@ -96,8 +95,7 @@ TEST_P(Permissions, LetAServiceAnswerUnderItsOwnSapOnly) {
 
 TEST_P(Permissions, LetAServiceRegisterUnderItsOwnSapOnly) {
     const nats::Connection shell = connect(switchd::kShellUser), ospf = connect(kOspfUser), bgp = connect(kBgpUser);
-    nats::Registry own(ospf.get(), nats::Registry::Missing::kIsMade),
-        other(bgp.get(), nats::Registry::Missing::kIsMade);
+    nats::Registry own(ospf.get(), nats::Registry::Missing::kIsMade), other(bgp.get(), nats::Registry::Missing::kIsMade);
     nats::Registry seen(shell.get(), nats::Registry::Missing::kIsEmpty);
     nats::Registration first = registration(kOspf), second = registration(kBgp);
     EXPECT_FALSE(own.claim(first) || other.claim(second));
@@ -120,8 +118,7 @@ TEST_P(Permissions, LetAServiceRegisterUnderItsOwnSapOnly) {
 }
 
 TEST_P(Permissions, LetAShellReceiveItsOwnAnswersOnly) {
-    const nats::Connection shell = connect(switchd::kShellUser), ospf = connect(kOspfUser),
-                           other = connect(kOtherShell);
+    const nats::Connection shell = connect(switchd::kShellUser), ospf = connect(kOspfUser), other = connect(kOtherShell);
     const std::string reply = nats::new_reply_subject(kPlace, kOtherShell), answer = nats::answer_subject(reply, kOspf);
     const nats::Subscription answers = subscribe(other, nats::all_answers(reply));
     for (const char *subject : {">", "qarn.>", "qarn.*.*.reply.*.*.*", "qarn.*.*.reply.other.>", "_INBOX.other.>",

@@ -114,15 +114,14 @@ TEST_F(Switchd, LeavesNoProcessWhenItIsKilled) {
 }
 
 TEST_F(Switchd, RefusesAFolderThatAnotherOneUses) {
-    const std::string folder = here_ + "/folder",
-                      arguments = start_ + " --service-program /bin/true --folder " + folder;
+    const std::string folder = here_ + "/folder", arguments = start_ + " --service-program /bin/true --folder " + folder;
     Running first(arguments);
     const std::string line = first.wait_for("\n");
     EXPECT_EQ(refused(arguments), "switchd: the folder " + folder + " is in use by another switchd, pid " +
-                                      std::to_string(first.pid()) + "; end that one, or name another folder\nstatus 1");
+                                      std::to_string(first.pid()) +
+                                      "; end that one, or name another folder\nstatus 1");
     const std::size_t begin = line.find("127.0.0.1"), end = line.find(' ', begin);
-    const std::string busy =
-        refused(start_ + " --service-program /bin/true --listen " + line.substr(begin, end - begin));
+    const std::string busy = refused(start_ + " --service-program /bin/true --listen " + line.substr(begin, end - begin));
     EXPECT_NE(busy.find("another program uses the port: end it, or name another port with --listen\nstatus 1"),
               std::string::npos)
         << busy;
