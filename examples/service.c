@@ -15,7 +15,7 @@ static struct qarn_service *service;
 
 static void on_signal(int number) {
     (void)number;
-    qarn_service_stop(service);
+    qarn_service_stop(service); /* NOLINT(bugprone-signal-handler): made for it */
 }
 
 static void print_event(void *context, const char *text) {

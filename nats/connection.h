@@ -33,7 +33,10 @@ std::string user_of(const Access &access);
 // Gets the news of a connection, on threads of libnats.
 class Observer {
   public:
+    Observer() = default;
     virtual ~Observer() = default;
+    Observer(const Observer &) = delete;
+    Observer &operator=(const Observer &) = delete;
     virtual void lost() = 0;                           // it is being made again
     virtual void restored() = 0;                       // with its subscriptions
     virtual void closed(const std::string &why) = 0;   // for good, and the last call

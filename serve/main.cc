@@ -86,22 +86,29 @@ void run(const Options &options) {
     server.run();
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
+int parse_and_run(int argc, char **argv) {
     CLI::App app("Is services of a described switch, on a NATS server.", "qarn-service");
     Options options;
     serve::declare_options(app, options);
     try {
         app.parse(argc, argv);
-        block_signals();
-        raise_limit_of_descriptors();
-        run(options);
-        return 0;
     } catch (const CLI::Success &asked) { // --help, --version
         return app.exit(asked);
     } catch (const CLI::ParseError &error) {
         std::fprintf(stderr, "qarn-service: %s\nqarn-service: --help describes the options\n", error.what());
+        return 1;
+    }
+    block_signals();
+    raise_limit_of_descriptors();
+    run(options);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    try {
+        return parse_and_run(argc, argv);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "qarn-service: %s\n", error.what());
     }

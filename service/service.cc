@@ -56,7 +56,7 @@ std::string host() {
 }
 
 std::string text_of(const char *option, const char *given) {
-    const std::string text = given != nullptr ? given : "";
+    std::string text = given != nullptr ? given : "";
     if (text.empty()) throw Refusal(std::string("the option ") + option + " is missing");
     if (std::ranges::any_of(text, [](unsigned char c) { return std::iscntrl(c) != 0; }))
         throw Refusal(std::string("the option ") + option + " has a control character");
