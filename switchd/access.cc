@@ -24,8 +24,9 @@ std::string new_password() {
 }
 
 std::string text_of(const User &user) {
-    const std::string proof = user.password.empty() ? "ca ca.pem\ncertificate " + user.name + ".pem\nkey " + user.name + ".key"
-                                                    : "password " + user.password;
+    const std::string proof = user.password.empty()
+                                  ? "ca ca.pem\ncertificate " + user.name + ".pem\nkey " + user.name + ".key"
+                                  : "password " + user.password;
     return "user " + user.name + '\n' + proof + '\n';
 }
 
@@ -43,7 +44,8 @@ std::vector<User> users_of(const std::string &switch_name, const std::vector<Kno
     std::map<uint32_t, bool> consumers; // two VDCs may have a service with the same SAP
     for (const KnownService &service : services)
         consumers[service.sap] = consumers[service.sap] || service.consumer;
-    std::vector<User> users = {{.name = kOwnUser}, {.name = kShellUser, .permissions = nats::permissions_of_shell(kShellUser)}};
+    std::vector<User> users = {{.name = kOwnUser},
+                               {.name = kShellUser, .permissions = nats::permissions_of_shell(kShellUser)}};
     for (const auto &[sap, consumer] : consumers) {
         nats::ServiceUser service{.user = user_of_service(sap), .switch_name = switch_name, .sap = sap};
         if (consumer) service.opcodes = {QARN_OPC_REQUEST};

@@ -20,7 +20,8 @@ Address address_in(const std::string &text) {
     const bool is_host = host.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-:") ==
                          std::string::npos;
     if (!has_port || colon + 1 == text.size() || host.empty() || !is_host)
-        throw nats::Error("cannot listen on " + sim::quoted(text) + "; --listen needs HOST:PORT, such as 10.0.0.5:4222");
+        throw nats::Error("cannot listen on " + sim::quoted(text) +
+                          "; --listen needs HOST:PORT, such as 10.0.0.5:4222");
     return {host, port};
 }
 

@@ -13,8 +13,8 @@ struct Address {
 
 // Throws nats::Error.
 Address address_in(const std::string &text);
-bool is_every_address(const std::string &host);     // of this machine
-std::string text_of(const Address &address);        // an IPv6 address in brackets
-std::string name_of_host();                         // of this machine
+bool is_every_address(const std::string &host); // of this machine
+std::string text_of(const Address &address);    // an IPv6 address in brackets
+std::string name_of_host();                     // of this machine
 
 } // namespace switchd

@@ -50,8 +50,8 @@ class Maker {
         const std::string fault = fault_of(name);
         if (fault.empty()) return;
         if (!folder_.has("ca.key"))
-            throw nats::Error("TLS is not complete: " + certificate_of(name) + ": " + fault + "; put " + name + ".pem and " +
-                              name + ".key there, or ca.key, with which they are made");
+            throw nats::Error("TLS is not complete: " + certificate_of(name) + ": " + fault + "; put " + name +
+                              ".pem and " + name + ".key there, or ca.key, with which they are made");
         make(name, kind, {"-CA", certificate_of(kAuthority), "-CAkey", key_of(kAuthority)});
     }
 
@@ -74,20 +74,38 @@ class Maker {
         for (const std::string &host : hosts_) {
             std::string output;
             const bool is_read = run({openssl_, "x509", "-noout", "-in", certificate_of(kServer),
-                                      is_number_address(host) ? "-checkip" : "-checkhost", host}, output);
+                                      is_number_address(host) ? "-checkip" : "-checkhost", host},
+                                     output);
             if (!is_read || output.find("does match") == std::string::npos) return "it is not for " + host;
         }
         return "";
     }
 
     void make(const std::string &name, const std::string &kind, const std::vector<std::string> &signer) const {
-        std::vector<std::string> words = {openssl_, "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                                          "ec_paramgen_curve:prime256v1", "-nodes", "-config", folder_.path_of(kOptions),
-                                          "-extensions", kind, "-subj", "/CN=" + name, "-days", kDays,
-                                          "-keyout", key_of(name), "-out", certificate_of(name)};
+        std::vector<std::string> words = {openssl_,
+                                          "req",
+                                          "-x509",
+                                          "-newkey",
+                                          "ec",
+                                          "-pkeyopt",
+                                          "ec_paramgen_curve:prime256v1",
+                                          "-nodes",
+                                          "-config",
+                                          folder_.path_of(kOptions),
+                                          "-extensions",
+                                          kind,
+                                          "-subj",
+                                          "/CN=" + name,
+                                          "-days",
+                                          kDays,
+                                          "-keyout",
+                                          key_of(name),
+                                          "-out",
+                                          certificate_of(name)};
         words.insert(words.end(), signer.begin(), signer.end());
         std::string output;
-        if (!run(words, output)) throw nats::Error("cannot make the certificate " + certificate_of(name) + ": " + output);
+        if (!run(words, output))
+            throw nats::Error("cannot make the certificate " + certificate_of(name) + ": " + output);
     }
 
     const Folder &folder_;
@@ -101,8 +119,9 @@ void provide_certificates(const Folder &folder, const std::vector<std::string> &
                           const std::vector<std::string> &users) {
     const auto openssl = find_program("openssl");
     if (!openssl)
-        throw nats::Error("another address than the loopback needs TLS, and the program openssl is missing: install the "
-                          "package openssl, or listen on 127.0.0.1");
+        throw nats::Error(
+            "another address than the loopback needs TLS, and the program openssl is missing: install the "
+            "package openssl, or listen on 127.0.0.1");
     const Maker maker(folder, *openssl, hosts);
     maker.provide_authority();
     maker.provide(kServer, "server");

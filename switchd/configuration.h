@@ -6,12 +6,13 @@
 
 #include "switchd/access.h"
 #include "switchd/address.h"
-#include "switchd/folder.h"
 
 namespace switchd {
 
 inline constexpr char kConfiguration[] = "nats-server.conf", kJetStream[] = "jetstream";
 
-std::string configuration_of(const Address &listen, const Folder &folder, const std::vector<User> &users, Proof proof);
+// Certificates and what JetStream stores are in the folder.
+std::string configuration_of(const Address &listen, const std::string &folder, const std::vector<User> &users,
+                             Proof proof);
 
 } // namespace switchd

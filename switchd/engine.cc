@@ -19,8 +19,9 @@ constexpr std::chrono::seconds kPatience(10); // for a server that starts
 pid_t start_server(const std::string &configuration, const Descriptor &log) {
     const auto program = find_program("nats-server");
     if (!program)
-        throw nats::Error("nats-server is not installed; install the package nats-server, or name another machine's "
-                          "with --join");
+        throw nats::Error(
+            "nats-server is not installed; install the package nats-server, or name another machine's "
+            "with --join");
     return start({*program, "-c", configuration}, {{log.get(), STDOUT_FILENO}, {log.get(), STDERR_FILENO}});
 }
 
@@ -62,7 +63,8 @@ void Engine::wait_until_ready() {
     while (!is_ready_) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now()).count();
         struct pollfd log = {.fd = log_.get(), .events = POLLIN, .revents = 0};
-        if (left <= 0 || poll(&log, 1, static_cast<int>(left)) == 0) throw nats::Error("nats-server does not get ready");
+        if (left <= 0 || poll(&log, 1, static_cast<int>(left)) == 0)
+            throw nats::Error("nats-server does not get ready");
         if (!read_log())
             throw nats::Error("nats-server cannot start" + (error_.empty() ? "" : ": " + error_) + advice_for(error_));
     }

@@ -1,6 +1,6 @@
-// The kernel frees the lock when switchd ends in whatever way. A temporary folder whose switchd was killed is removed by
-// the next one: its lock file exists, but is free. A lock file gets its name only when it is locked, so that a folder
-// that is being made is never taken for such a one.
+// The kernel frees the lock when switchd ends in whatever way. A temporary folder whose switchd was killed is removed
+// by the next one: its lock file exists, but is free. A lock file gets its name only when it is locked, so that a
+// folder that is being made is never taken for such a one.
 #include "switchd/folder.h"
 
 #include <fcntl.h>

@@ -20,11 +20,12 @@ void declare_options_of_engine(CLI::App &app, Options &options) {
                                   "new one, which is removed")
                        ->type_name("DIR")
                        ->check(text_given);
-    auto *join = app.add_option("--join", options.join, "start only services, which join the NATS server at this address")
-                     ->type_name("URL")
-                     ->check(text_given)
-                     ->excludes(listen)
-                     ->excludes(folder);
+    auto *join =
+        app.add_option("--join", options.join, "start only services, which join the NATS server at this address")
+            ->type_name("URL")
+            ->check(text_given)
+            ->excludes(listen)
+            ->excludes(folder);
     app.add_option("--credentials", options.credentials,
                    "file with the user for --join, or a folder with a file of each user, such as sap-20.credentials")
         ->type_name("PATH")

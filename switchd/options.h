@@ -20,7 +20,7 @@ struct Options {
     std::optional<std::string> join = {};        // address of another machine's engine; none: one is started
     std::optional<std::string> credentials = {}; // for it: a file, or a folder with a file per user
     std::string service_program = {};
-    uint32_t timeout_unit = 1000; // milliseconds
+    uint32_t timeout_unit = 1000;           // milliseconds
     std::vector<std::string> services = {}; // names of those that are started; empty: all
 };
 

@@ -44,8 +44,8 @@ struct Handed {
 // Where PATH, or /usr/sbin, has the program.
 std::optional<std::string> find_program(const std::string &name);
 
-// `words` begin with the path of the program. Standard input is empty. The child has a process group of its own, so that
-// Ctrl-C reaches switchd alone. Throws nats::Error if the program cannot be started.
+// `words` begin with the path of the program. Standard input is empty. The child has a process group of its own, so
+// that Ctrl-C reaches switchd alone. Throws nats::Error if the program cannot be started.
 pid_t start(const std::vector<std::string> &words, const std::vector<Handed> &handed);
 
 // Run to its end. Returns whether it succeeded; `output` gets what it wrote.

@@ -67,9 +67,19 @@ struct Way {
 
 std::vector<std::string> command_of(const Options &options, const Way &way, const std::string &program,
                                     const Service &service) {
-    std::vector<std::string> words = {program, "-s", service.file, "--connect", way.url, "--switch-name",
-                                      service.place.switch_name, "--vdc", service.place.vdc, "--timeout-unit",
-                                      std::to_string(options.timeout_unit), "--ready-fd", "3"};
+    std::vector<std::string> words = {program,
+                                      "-s",
+                                      service.file,
+                                      "--connect",
+                                      way.url,
+                                      "--switch-name",
+                                      service.place.switch_name,
+                                      "--vdc",
+                                      service.place.vdc,
+                                      "--timeout-unit",
+                                      std::to_string(options.timeout_unit),
+                                      "--ready-fd",
+                                      "3"};
     if (const auto file = way.credentials_for(user_of_service(service.sap)))
         words.insert(words.end(), {"--credentials", *file});
     words.insert(words.end(), {"--", service.name});
@@ -88,13 +98,14 @@ int supervise(const Options &options, const Way &way, const std::vector<Service>
     const std::string program = program_of_services(options);
     const auto own = way.credentials_for(kOwnUser);
     std::optional<Cleaner> cleaner;
-    if (!own || access(own->c_str(), F_OK) == 0 || engine != nullptr)
+    if (!way.folder || access(own->c_str(), F_OK) == 0)
         cleaner.emplace(nats::Access{.url = way.url, .credentials = own, .client_name = "switchd"});
-    Supervisor supervisor({.services = services,
-                           .command = [&](const Service &service) { return command_of(options, way, program, service); },
-                           .engine = engine,
-                           .cleaner = cleaner ? &*cleaner : nullptr,
-                           .ready = [&] { print_next_line(options, way); }});
+    Supervisor supervisor(
+        {.services = services,
+         .command = [&](const Service &service) { return command_of(options, way, program, service); },
+         .engine = engine,
+         .cleaner = cleaner ? &*cleaner : nullptr,
+         .ready = [&] { print_next_line(options, way); }});
     return supervisor.run();
 }
 
@@ -129,7 +140,7 @@ void fill(const Folder &folder, const Address &listen, const std::vector<User> &
         provide_certificates(folder, hosts_of(listen.host).names, names);
     }
     write_credentials(folder, users);
-    folder.write(kConfiguration, configuration_of(listen, folder, users, proof));
+    folder.write(kConfiguration, configuration_of(listen, folder.path(), users, proof));
 }
 
 // Every service of the description gets a user, because those that are not started here may join from elsewhere.

@@ -15,7 +15,8 @@ void load(sim::Switch &sw, const std::string &file) {
     sim::make_current(nullptr);
 }
 
-void add_services(std::vector<Service> &services, const sim::Switch &sw, const std::string &file, const nats::Place &place) {
+void add_services(std::vector<Service> &services, const sim::Switch &sw, const std::string &file,
+                  const nats::Place &place) {
     for (const sim::Service &service : sw.services)
         services.push_back({file, place, service.name, service.sap, service.consumer});
 }

@@ -99,10 +99,9 @@ int Supervisor::milliseconds_to_next() const {
 }
 
 void Supervisor::wait() {
-    std::vector<struct pollfd> awaited = {{.fd = signals_.get(), .events = POLLIN, .revents = 0},
-                                          {.fd = settings_.engine != nullptr ? settings_.engine->log() : -1,
-                                           .events = POLLIN,
-                                           .revents = 0}};
+    std::vector<struct pollfd> awaited = {
+        {.fd = signals_.get(), .events = POLLIN, .revents = 0},
+        {.fd = settings_.engine != nullptr ? settings_.engine->log() : -1, .events = POLLIN, .revents = 0}};
     for (const Child &child : children_)
         awaited.push_back({.fd = child.ready.get(), .events = POLLIN, .revents = 0});
     if (poll(awaited.data(), awaited.size(), milliseconds_to_next()) <= 0) return;

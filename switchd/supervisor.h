@@ -51,9 +51,9 @@ class Supervisor {
     using Clock = std::chrono::steady_clock;
     struct Child {
         Service service;
-        pid_t pid = -1;                                     // -1: it does not run
-        Descriptor ready = Descriptor();                                   // has a byte when the service is registered
-        Clock::time_point start = {};                       // of the process; if it does not run, when it will
+        pid_t pid = -1;                                       // -1: it does not run
+        Descriptor ready = Descriptor();                      // has a byte when the service is registered
+        Clock::time_point start = {};                         // of the process; if it does not run, when it will
         std::chrono::seconds pause = std::chrono::seconds(0); // before the last start
         bool was_ready = false;
         int failures = 0; // before it was ready for the first time

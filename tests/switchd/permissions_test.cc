@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <qarncli/message.h>
 
+#include <fstream>
+
 #include "nats/connection.h"
 #include "nats/registry.h"
 #include "switchd/certificates.h"
@@ -29,7 +31,8 @@ class Permissions : public testing::TestWithParam<Proof> {
             switchd::provide_certificates(folder_, {"127.0.0.1"},
                                           {switchd::kOwnUser, switchd::kShellUser, kOtherShell, kOspfUser, kBgpUser});
         switchd::write_credentials(folder_, users_);
-        folder_.write(switchd::kConfiguration, switchd::configuration_of({"127.0.0.1"}, folder_, users_, GetParam()));
+        folder_.write(switchd::kConfiguration,
+                      switchd::configuration_of({"127.0.0.1"}, folder_.path(), users_, GetParam()));
         engine_.emplace(folder_);
     }
 
@@ -82,7 +85,8 @@ TEST_P(Permissions, LetAServiceAnswerUnderItsOwnSapOnly) {
     const nats::Subscription answers = subscribe(shell, nats::all_answers(reply));
     const std::string asked[] = {nats::opcode_subject(kPlace, QARN_OPC_REQUEST), nats::sap_subject(kPlace, kOspf)};
     for (const std::string &subject : asked) {
-        const nats::Subscription requests = subscribe(ospf, subject), others = subscribe(bgp, nats::sap_subject(kPlace, kOspf));
+        const nats::Subscription requests = subscribe(ospf, subject),
+                                 others = subscribe(bgp, nats::sap_subject(kPlace, kOspf));
         publish(shell, subject);
         EXPECT_EQ(next(ospf, requests), subject);
         EXPECT_EQ(next(bgp, others), "");
@@ -95,7 +99,8 @@ TEST_P(Permissions, LetAServiceAnswerUnderItsOwnSapOnly) {
 
 TEST_P(Permissions, LetAServiceRegisterUnderItsOwnSapOnly) {
     const nats::Connection shell = connect(switchd::kShellUser), ospf = connect(kOspfUser), bgp = connect(kBgpUser);
-    nats::Registry own(ospf.get(), nats::Registry::Missing::kIsMade), other(bgp.get(), nats::Registry::Missing::kIsMade);
+    nats::Registry own(ospf.get(), nats::Registry::Missing::kIsMade),
+        other(bgp.get(), nats::Registry::Missing::kIsMade);
     nats::Registry seen(shell.get(), nats::Registry::Missing::kIsEmpty);
     nats::Registration first = registration(kOspf), second = registration(kBgp);
     EXPECT_FALSE(own.claim(first) || other.claim(second));
@@ -118,7 +123,8 @@ TEST_P(Permissions, LetAServiceRegisterUnderItsOwnSapOnly) {
 }
 
 TEST_P(Permissions, LetAShellReceiveItsOwnAnswersOnly) {
-    const nats::Connection shell = connect(switchd::kShellUser), ospf = connect(kOspfUser), other = connect(kOtherShell);
+    const nats::Connection shell = connect(switchd::kShellUser), ospf = connect(kOspfUser),
+                           other = connect(kOtherShell);
     const std::string reply = nats::new_reply_subject(kPlace, kOtherShell), answer = nats::answer_subject(reply, kOspf);
     const nats::Subscription answers = subscribe(other, nats::all_answers(reply));
     for (const char *subject : {">", "qarn.>", "qarn.*.*.reply.*.*.*", "qarn.*.*.reply.other.>", "_INBOX.other.>",
@@ -131,6 +137,18 @@ TEST_P(Permissions, LetAShellReceiveItsOwnAnswersOnly) {
     }
     publish(shell, answer); // in the name of a service
     EXPECT_EQ(next(other, answers), "");
+}
+
+// The example for a site's own server. Its head is a comment.
+TEST(PermissionsExample, IsWhatSwitchdWrites) {
+    std::ifstream file(EXAMPLE);
+    std::string text;
+    for (std::string line; std::getline(file, line);)
+        if (!line.starts_with('#')) text += line + '\n';
+    EXPECT_EQ(text,
+              switchd::configuration_of({"0.0.0.0", 4222}, "/var/lib/qarn/engine",
+                                        switchd::users_of("leaf", {{.sap = kOspf}, {.sap = kBgp}}, Proof::kCertificate),
+                                        Proof::kCertificate));
 }
 
 } // namespace

@@ -8,6 +8,8 @@
 #include <iterator>
 #include <vector>
 
+#include "nats/connection.h"
+#include "nats/registry.h"
 #include "transport/nats_server.h"
 
 namespace {
@@ -114,14 +116,15 @@ TEST_F(Switchd, LeavesNoProcessWhenItIsKilled) {
 }
 
 TEST_F(Switchd, RefusesAFolderThatAnotherOneUses) {
-    const std::string folder = here_ + "/folder", arguments = start_ + " --service-program /bin/true --folder " + folder;
+    const std::string folder = here_ + "/folder",
+                      arguments = start_ + " --service-program /bin/true --folder " + folder;
     Running first(arguments);
     const std::string line = first.wait_for("\n");
     EXPECT_EQ(refused(arguments), "switchd: the folder " + folder + " is in use by another switchd, pid " +
-                                      std::to_string(first.pid()) +
-                                      "; end that one, or name another folder\nstatus 1");
+                                      std::to_string(first.pid()) + "; end that one, or name another folder\nstatus 1");
     const std::size_t begin = line.find("127.0.0.1"), end = line.find(' ', begin);
-    const std::string busy = refused(start_ + " --service-program /bin/true --listen " + line.substr(begin, end - begin));
+    const std::string busy =
+        refused(start_ + " --service-program /bin/true --listen " + line.substr(begin, end - begin));
     EXPECT_NE(busy.find("another program uses the port: end it, or name another port with --listen\nstatus 1"),
               std::string::npos)
         << busy;
@@ -191,13 +194,20 @@ TEST_F(Switchd, UsesAnotherAddressWithTlsOnly) {
 #ifdef QARN_SERVICE
 TEST_F(Switchd, StartsADeadServiceAgain) {
     Running switchd("-s " + one_ + " --service-program " QARN_SERVICE);
-    EXPECT_EQ(switchd.wait_for("\n").find("vsh -s "), 0u);
+    const std::string line = switchd.wait_for("\n"), url = line.substr(line.find("nats://"));
+    const nats::Connection shell = nats::connect({.url = url.substr(0, url.find(' ')),
+                                                  .credentials = folders().at(0) + "/shell.credentials",
+                                                  .client_name = "shell"},
+                                                 nats::Reconnects::kNo);
+    nats::Registry registry(shell.get(), nats::Registry::Missing::kIsEmpty);
+    EXPECT_EQ(registry.list_all().size(), 1u);
     const std::vector<pid_t> children = switchd.children(); // the server and the service
     ASSERT_EQ(children.size(), 2u);
     kill(children[1], SIGKILL);
     EXPECT_EQ(switchd.wait_for("\n"),
               "switchd: service \"ospf\" (SAP 20) ended with signal 9; it starts again in 1 s\n");
-    while (switchd.children().size() < 2)
+    EXPECT_EQ(registry.list_all().size(), 0u); // at once
+    while (registry.list_all().empty())        // until it is there again
         sched_yield();
     EXPECT_EQ(switchd.end(SIGTERM), 0);
 }
