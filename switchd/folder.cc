@@ -57,7 +57,7 @@ fs::path new_folder() {
 }
 
 fs::path own_folder(const std::string &given) {
-    const fs::path path = fs::absolute(given);
+    fs::path path = fs::absolute(given);
     if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) fail("cannot make the folder " + given);
     struct stat status;
     if (lstat(path.c_str(), &status) != 0) fail("cannot use the folder " + given);

@@ -26,6 +26,7 @@ constexpr int kFirstFree = 64;               // descriptors below this are for w
 
 std::vector<char *> arguments_of(const std::vector<std::string> &words) {
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string &word : words)
         arguments.push_back(const_cast<char *>(word.c_str()));
     arguments.push_back(nullptr);
@@ -89,7 +90,8 @@ std::optional<std::string> find_program(const std::string &name) {
     const char *path = std::getenv("PATH");
     std::istringstream folders((path != nullptr ? std::string(path) : "/usr/bin:/bin") + ":/usr/sbin");
     for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string program = folder + '/' + name;
+        std::string program = folder;
+        program.append("/").append(name);
         if (folder.starts_with('/') && access(program.c_str(), X_OK) == 0) return program;
     }
     return {};

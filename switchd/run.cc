@@ -135,6 +135,7 @@ void fill(const Folder &folder, const Address &listen, const std::vector<User> &
     const Proof proof = proof_on(listen.host);
     if (proof == Proof::kCertificate) {
         std::vector<std::string> names;
+        names.reserve(users.size());
         for (const User &user : users)
             names.push_back(user.name);
         provide_certificates(folder, hosts_of(listen.host).names, names);
@@ -146,6 +147,7 @@ void fill(const Folder &folder, const Address &listen, const std::vector<User> &
 // Every service of the description gets a user, because those that are not started here may join from elsewhere.
 std::vector<User> users_for(const std::vector<Service> &services, Proof proof) {
     std::vector<KnownService> known;
+    known.reserve(services.size());
     for (const Service &service : services)
         known.push_back({service.sap, service.consumer});
     return users_of(services.empty() ? "" : services.front().place.switch_name, known, proof);

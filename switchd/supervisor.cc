@@ -52,6 +52,7 @@ void Cleaner::remove(const Service &service, pid_t child) try {
 }
 
 Supervisor::Supervisor(Settings settings) : settings_(std::move(settings)), signals_(descriptor_of_signals()) {
+    children_.reserve(settings_.services.size());
     for (const Service &service : settings_.services)
         children_.push_back({.service = service});
 }
@@ -102,6 +103,7 @@ void Supervisor::wait() {
     std::vector<struct pollfd> awaited = {
         {.fd = signals_.get(), .events = POLLIN, .revents = 0},
         {.fd = settings_.engine != nullptr ? settings_.engine->log() : -1, .events = POLLIN, .revents = 0}};
+    awaited.reserve(children_.size() + awaited.size());
     for (const Child &child : children_)
         awaited.push_back({.fd = child.ready.get(), .events = POLLIN, .revents = 0});
     if (poll(awaited.data(), awaited.size(), milliseconds_to_next()) <= 0) return;
