@@ -27,10 +27,16 @@ std::string part(const char *what, uint32_t received, uint32_t expected) {
     return std::to_string(received) + " of " + std::to_string(expected) + " " + what;
 }
 
+std::string why_silent(const sim::Switch &sw, uint32_t sap) {
+    const auto &carrier = sw.transport.carrier;
+    const std::string why = carrier ? carrier->why_silent(sap) : "";
+    return why.empty() ? "sent no complete reply in time" : why;
+}
+
 std::string reason(const sim::Switch &sw, const qarn_outcome_service &service) {
     switch (service.state) {
         case QARN_OUTCOME_SILENT:
-            return "sent no complete reply in time";
+            return why_silent(sw, service.sap);
         case QARN_OUTCOME_FAILED:
             return with_status(sw, "failed", service.status);
         case QARN_OUTCOME_NOT_EXTRACTABLE:

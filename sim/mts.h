@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include <qarncli/message.h>
@@ -113,6 +114,9 @@ class Carrier {
     };
     // The next message of a service. The time-out is in the transport's unit; 0 never ends.
     virtual Arrival receive(Transport::Endpoint &endpoint, uint32_t opcode, uint32_t timeout) = 0;
+
+    // Why this service has sent no complete reply, such as "is not registered"; empty: it had time to.
+    virtual std::string why_silent(uint32_t) const { return ""; }
 };
 
 // The request in a received message, for in-process services; null when the request is not complete.

@@ -2,11 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "nats/connection.h"
 #include "nats/names.h"
-#include "sim/mts.h"
+#include "sim/switch.h"
+#include "transport/presence.h"
 
 namespace transport {
 
@@ -14,10 +17,17 @@ struct Settings {
     nats::Access access = {};
     nats::Place place = {};
     int most_waiting = 1 << 20; // messages that have come but were not received; with one more, messages are lost
+    // Who is registered in this place, as was read shortly before; null: every command reads that itself.
+    std::shared_ptr<const Registrations> registered = nullptr;
+    // What the user has to know. By default a line on standard error.
+    std::function<void(const std::string &)> report = nullptr;
 };
 
 // A carrier that connects when a command begins. The services of the current switch are then those that are registered,
 // besides those that the switch has and that should be: these are awaited in vain.
 std::shared_ptr<sim::Carrier> make_nats_carrier(Settings settings);
+
+// Give the switch the services that are registered. One that it has already gets the name and UUID of the registration.
+void add_services(sim::Switch &sw, const Registrations &registered);
 
 } // namespace transport
