@@ -169,6 +169,10 @@ std::vector<Registration> Registry::list(const Place &place) {
     return list_keys(all_keys(place));
 }
 
+std::vector<Registration> Registry::list_switch(const std::string &name) {
+    return list_keys(escaped(name) + ".>");
+}
+
 std::vector<Registration> Registry::list_all() {
     return list_keys(">");
 }

@@ -64,6 +64,7 @@ class Registry {
     void remove(const Registration &registration);
     // Ordered by place, SAP and opcode.
     std::vector<Registration> list(const Place &place);
+    std::vector<Registration> list_switch(const std::string &name);
     std::vector<Registration> list_all();
 
   private:

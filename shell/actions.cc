@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 
 #include "shell/answer.h"
@@ -35,13 +36,14 @@ void take_options(Request &request, const Options &options) {
 } // namespace
 
 int show_configuration(Session &session, const Line &line) {
+    const EntryPoint entry = entry_of(*line.form, *line.display);
+    if (entry != qarn_cli_run_cfg_gen_vdcall) session.find_services(); // the shells of the VDCs find theirs
     Request request(line.text);
     take_options(request, session.options());
     request.options.generic_option |= line.display->generic_option;
     if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
     for (const Narrowed &narrowed : line.narrowings)
         narrowed.narrowing->fill(narrowed.argument, session.current(), request);
-    const EntryPoint entry = entry_of(*line.form, *line.display);
     return show_display(session, line, entry, request);
 }
 
@@ -78,6 +80,7 @@ std::string json_of(const Compared &compared) {
 } // namespace
 
 int show_difference(Session &session, const Line &line) {
+    session.find_services();
     const Deadline deadline = deadline_of(session);
     Compared before = {"startup-config", "", ""}, after = {"running-config", "", ""};
     MarkedLines lines = {"", "", kColumnsOfMark};
@@ -93,6 +96,7 @@ int show_difference(Session &session, const Line &line) {
 
 int copy_to_file(Session &session, const Line &line) {
     const std::string file(file_named(line.arguments[0]));
+    session.find_services();
     HeldOutput held(file);
     Request request("show running-config");
     take_options(request, session.options());
@@ -111,6 +115,10 @@ int copy_to_file(Session &session, const Line &line) {
 }
 
 int save_configuration(Session &session, const Line &line) {
+    if (session.remote() != nullptr)
+        throw std::runtime_error(
+            "--connect cannot copy to the startup configuration, because the shell does not have the elements of the "
+            "services");
     Request request(line.text);
     take_options(request, session.options());
     request.options.generic_option |= QARN_OPTION_SAVED_NOW;

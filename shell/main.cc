@@ -26,10 +26,12 @@
 #include "shell/candidates.h"
 #include "shell/check.h"
 #include "shell/command_error.h"
+#include "shell/fleet/fleet.h"
 #include "shell/lines.h"
 #include "shell/message.h"
 #include "shell/option_error.h"
 #include "shell/options.h"
+#include "shell/registered.h"
 #include "shell/run.h"
 #include "shell/script.h"
 #include "shell/session.h"
@@ -86,9 +88,13 @@ void export_options(const Options &options) {
 
 int run(const Options &options) {
     if (options.completed) return shell::print_candidates(options);
+    if (options.json && !options.checked_file && !options.list_switches && !options.each_switch)
+        throw shell::CommandError("--json needs --check, --list-switches or --each-switch");
     if (options.checked_file) return shell::check_file(*options.checked_file, options.json);
     shell::join_message_log();
     export_options(options);
+    if (options.list_switches) return shell::list_switches(options);
+    if (options.each_switch) return shell::show_each_switch(options);
     Session session(options);
     return shell::run_commands(session);
 }
@@ -126,6 +132,9 @@ int main(int argc, char **argv) {
     } catch (const shell::CommandError &error) { // the VDC to start in
         shell::print_message("%s", error.what());
         return shell::kExitUsage;
+    } catch (const shell::ListingInterrupted &error) {
+        shell::print_message("%s", error.what());
+        return shell::kExitInterrupted;
     } catch (const shell::LineTooLong &error) {
         shell::print_message("%s", error.what());
         return shell::kExitUsage;

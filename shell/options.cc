@@ -60,6 +60,22 @@ void declare_options_of_transport(CLI::App &app, Options &options) {
         ->check(description_given)
         ->envname("VSH_CREDENTIALS")
         ->needs("--connect");
+    app.add_flag("--list-switches", options.list_switches, "list the switches that are registered there, and exit")
+        ->needs("--connect")
+        ->excludes("-c")
+        ->excludes("-f");
+    app.add_option("--each-switch", options.each_switch,
+                   "run the command of -c on every switch there; each text that is complete replaces NAME.cfg in this "
+                   "folder")
+        ->type_name("DIR")
+        ->check(path_given)
+        ->needs("--connect")
+        ->needs("-c")
+        ->excludes("--switch-name");
+    app.add_option("--jobs", options.jobs, "switches that are shown at a time (default: 2 per processor, at least 4)")
+        ->type_name("N")
+        ->check(CLI::Range(1u, 1000u).description(""))
+        ->needs("--each-switch");
 }
 
 // Declare an option that is not in the help, since only the completions of the user's shell need it. CLI11 would end
@@ -152,7 +168,7 @@ void declare_options_of_checks(CLI::App &app, Options &options) {
         ->check(description_given)
         ->excludes("-c")
         ->excludes("-f");
-    app.add_flag("--json", options.json, "report it as JSON")->needs("--check");
+    app.add_flag("--json", options.json, "report it as JSON: what --check, --list-switches or --each-switch find");
     app.add_flag("--no-warnings", options.no_warnings, "do not mention warnings of the description at the start")
         ->envname("VSH_NO_WARNINGS");
 }

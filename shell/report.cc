@@ -2,6 +2,7 @@
 #include "shell/report.h"
 
 #include <string>
+#include <string_view>
 
 #include "shell/json.h"
 #include "shell/message.h"
@@ -9,10 +10,17 @@
 namespace shell {
 namespace {
 
+constexpr std::string_view kIncomplete = "incomplete: ", kAfterNumber = ": ";
+
 std::string name_of(const Part &missing) {
     if (missing.sap == 0) return "";
     const std::string number = "SAP " + std::to_string(missing.sap);
-    return missing.service.empty() ? number + ": " : missing.service + " (" + number + "): ";
+    return missing.service.empty() ? number : missing.service + " (" + number + ")";
+}
+
+std::string text_of(const Part &missing) {
+    const std::string name = name_of(missing);
+    return std::string(kIncomplete) + (name.empty() ? "" : name + std::string(kAfterNumber)) + missing.reason;
 }
 
 std::string json_object(const Part &part) {
@@ -55,9 +63,21 @@ std::string json_loop(const std::vector<Member> &loop) {
 
 void report(const Verdict &verdict) {
     for (const Part &missing : verdict.missing)
-        print_message("incomplete: %s%s", name_of(missing).c_str(), missing.reason.c_str());
+        print_message("%s", text_of(missing).c_str());
     if (!verdict.loop.empty()) print_message("loop: %s", chain_of(verdict.loop).c_str());
     if (!verdict.refusal.empty()) print_message("nothing was shown: %s", verdict.refusal.c_str());
+}
+
+// What has no number, such as interfaces, is its whole text.
+std::vector<std::string> missing_in(const std::vector<std::string> &messages) {
+    std::vector<std::string> names;
+    for (const std::string &message : messages) {
+        if (!message.starts_with(kIncomplete)) continue;
+        const std::string part = message.substr(kIncomplete.size());
+        const std::size_t number = part.find("SAP ");
+        names.push_back(number == std::string::npos ? part : part.substr(0, part.find(kAfterNumber, number)));
+    }
+    return names;
 }
 
 std::string json_members(const Verdict &verdict) {

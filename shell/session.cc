@@ -17,6 +17,7 @@
 #include "shell/held_output.h"
 #include "shell/line.h"
 #include "shell/message.h"
+#include "shell/registered.h"
 #include "shell/report.h"
 #include "shell/run.h"
 #include "shell/waiting.h"
@@ -25,7 +26,6 @@
 #include "sim/notation.h"
 #include "sim/secret.h"
 #include "sim/store.h"
-#include "transport/nats_carrier.h"
 
 namespace shell {
 namespace {
@@ -94,25 +94,16 @@ void Session::report_no_secrets(const sim::Switch &sw, const std::optional<std::
 }
 
 Session::Session(const Options &options) : options_(options) {
-    enter(options_.vdc);
-}
-
-// The services of a description that was named are those that should be there. Other services than those of the
-// transport would answer with what the description says.
-void Session::use_transport(sim::Switch &sw, const std::string &name) const {
-    if (options_.mask)
+    if (options_.connect && options_.mask)
         throw CommandError("--mask cannot be used with --connect: a request does not ask to hide secrets");
-    if (!options_.switch_file) sw.services.clear();
-    sw.in_process.clear();
-    sw.transport.carrier = transport::make_nats_carrier(
-        {.access = {.url = *options_.connect, .credentials = options_.credentials, .client_name = "vsh"},
-         .place = {.switch_name = options_.switch_name.value_or(name), .vdc = std::to_string(sw.vdc)}});
+    if (options_.connect) remote_.emplace(options_);
+    enter(options_.vdc);
 }
 
 void Session::enter(std::optional<uint16_t> id) {
     std::unique_ptr<sim::Switch> sw = load(options_.switch_file);
-    const std::string switch_name = sw->name;
-    std::string name = switch_name;
+    if (remote_) remote_->adopt(*sw);
+    std::string name = sw->name;
     std::optional<std::string> file = options_.switch_file;
     if (id) {
         const sim::Vdc vdc = active_vdc(*sw, &sim::Vdc::id, *id, std::to_string(*id));
@@ -127,7 +118,7 @@ void Session::enter(std::optional<uint16_t> id) {
     }
     if (options_.mask) report_no_secrets(*sw, file);
     sw->hides_secrets = options_.mask;
-    if (options_.connect) use_transport(*sw, switch_name);
+    if (remote_) remote_->attach(*sw);
     sim::use_store(*sw, sim::folder_of_vdc(options_.store.value_or(sw->store), sw->vdc));
     sw->output = stdout;
     sw->transport.unit = std::chrono::milliseconds(options_.timeout_unit);
@@ -137,6 +128,17 @@ void Session::enter(std::optional<uint16_t> id) {
     setenv("SYSMGR_VDC_ID", std::to_string(sw->vdc).c_str(), 1);
     sim::make_current(sw.get());
     switch_ = std::move(sw);
+    prompt_ = name;
+}
+
+void Session::find_services() {
+    if (remote_) remote_->find_services(*switch_);
+}
+
+void Session::show_other_switch(const std::string &name, const transport::Registrations &registered,
+                                std::chrono::steady_clock::time_point read_at) {
+    remote_->adopt(*switch_, name, registered, read_at);
+    remote_->attach(*switch_);
     prompt_ = name;
 }
 
@@ -169,6 +171,9 @@ int Session::explain_failure(const std::string &line) {
     } catch (const std::bad_alloc &) {
         print_message("not enough memory for the command");
         return kExitFailure;
+    } catch (const ListingInterrupted &error) {
+        print_message("%s", error.what());
+        return kExitInterrupted;
     } catch (const std::runtime_error &error) { // its store is unusable
         print_message("%s", error.what());
         return kExitFailure;

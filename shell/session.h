@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "shell/remote.h"
 #include "sim/switch.h"
 
 namespace shell {
@@ -39,6 +40,9 @@ struct Options {
     std::optional<double> deadline;          // seconds that a command may take
     std::optional<std::string> checked_file; // only report what is wrong with this description
     bool json = false;                       // as JSON
+    bool list_switches = false;              // only list those that are registered
+    std::optional<std::string> each_switch;  // folder for the texts of all switches
+    std::optional<uint32_t> jobs;            // switches that are shown at a time
 };
 
 inline constexpr char kNoOutput[] = "--output needs a command that shows something";
@@ -56,6 +60,13 @@ class Session {
     // For the commands.
     const Options &options() const { return options_; }
     sim::Switch &current() { return *switch_; }
+    // The server of --connect; null without it.
+    Remote *remote() { return remote_ ? &*remote_ : nullptr; }
+    // To be called before a command that asks services: finds those that are registered. Throws std::runtime_error.
+    void find_services();
+    // From now on the commands are those of another switch at the server, whose registrations were read at that time.
+    void show_other_switch(const std::string &name, const transport::Registrations &registered,
+                           std::chrono::steady_clock::time_point read_at);
     void switch_to(const std::string &name);
     void switch_back();
     void end() { is_over_ = true; }
@@ -68,10 +79,10 @@ class Session {
     int run(const std::string &line);
     // Report the exception that is being handled. Returns the exit code.
     static int explain_failure(const std::string &line);
-    void use_transport(sim::Switch &sw, const std::string &name) const;
     void enter(std::optional<uint16_t> id); // without an id: the description's own VDC
 
     const Options &options_;
+    std::optional<Remote> remote_;
     std::unique_ptr<sim::Switch> switch_;
     std::string prompt_;
     std::set<std::string> checked_;         // files whose warnings were reported

@@ -9,6 +9,7 @@
 #include "shell/answer.h"
 #include "shell/exit_code.h"
 #include "shell/json.h"
+#include "shell/remote_services.h"
 #include "shell/session.h"
 #include "shell/table.h"
 #include "sim/saved_config.h"
@@ -36,13 +37,6 @@ std::string names_of_members(const sim::Switch &sw, const sim::Interface &interf
     return names;
 }
 
-std::string time_text(std::time_t at) {
-    std::tm local = {};
-    char text[32];
-    std::strftime(text, sizeof text, "%F %T", localtime_r(&at, &local));
-    return text;
-}
-
 Title title_of(const sim::Manifest &manifest) {
     const std::string vdc = std::to_string(manifest.vdc), size = std::to_string(manifest.text.size);
     return {"Saved " + time_text(manifest.saved_at) + " by switch " + manifest.switch_name + ", VDC " + vdc + ": " +
@@ -62,6 +56,7 @@ int finish(Session &session, const Line &line, const Table &table) {
 } // namespace
 
 int show_services(Session &session, const Line &line) {
+    if (session.remote() != nullptr) return show_registered_services(session, line);
     const sim::Switch &sw = session.current();
     Table table({{"Service"}, {"SAP", true}, {"UUID", true}, {"Elements", true}, {"Answers"}});
     for (const sim::Service &service : sw.services) {

@@ -53,6 +53,13 @@ std::string line_of(const Row &row, const std::vector<std::size_t> &widths) {
 
 } // namespace
 
+std::string time_text(std::time_t at) {
+    std::tm local = {};
+    char text[32];
+    std::strftime(text, sizeof text, "%F %T", localtime_r(&at, &local));
+    return text;
+}
+
 std::string Table::json() const {
     std::vector<std::string> rows;
     for (const Row &row : rows_) {

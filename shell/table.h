@@ -1,6 +1,7 @@
 // A table for people, with columns that are as wide as their widest cell.
 #pragma once
 
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -25,5 +26,8 @@ class Table {
     std::vector<Column> columns_;
     std::vector<std::vector<std::string>> rows_;
 };
+
+// The local time as a cell: "2026-11-22 23:30:02".
+std::string time_text(std::time_t at);
 
 } // namespace shell

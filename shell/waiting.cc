@@ -30,12 +30,6 @@ void write_to_terminal(std::string_view text) {
     if (write(STDERR_FILENO, text.data(), text.size()) < 0) return; // the terminal is gone
 }
 
-bool can_erase() {
-    const char *const terminal = std::getenv("TERM");
-    return isatty(STDERR_FILENO) != 0 && terminal != nullptr && std::string_view(terminal) != "dumb" &&
-           *terminal != '\0';
-}
-
 std::atomic<bool> *shared_flag() {
     void *const memory =
         mmap(nullptr, sizeof(std::atomic<bool>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -79,6 +73,12 @@ std::string names_and_more(const std::vector<std::string> &names, std::size_t co
 
 } // namespace
 
+bool can_erase_lines() {
+    const char *const terminal = std::getenv("TERM");
+    return isatty(STDERR_FILENO) != 0 && terminal != nullptr && std::string_view(terminal) != "dumb" &&
+           *terminal != '\0';
+}
+
 std::string waiting_line(const Awaited &awaited, std::size_t width) {
     const std::string begin = std::to_string(awaited.answered) + " of " + std::to_string(awaited.asked) +
                               " services have answered; waiting for ";
@@ -92,7 +92,7 @@ std::string waiting_line(const Awaited &awaited, std::size_t width) {
 }
 
 void show_waits(sim::Switch &sw) {
-    if (!can_erase()) return;
+    if (!can_erase_lines()) return;
     if (is_shown == nullptr) is_shown = shared_flag();
     if (is_shown == nullptr) return;
     const auto show = [&sw](std::optional<std::chrono::nanoseconds> left) {

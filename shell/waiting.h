@@ -20,6 +20,9 @@ struct Awaited {
 // columns.
 std::string waiting_line(const Awaited &awaited, std::size_t width);
 
+// Whether standard error is a terminal on which a line can be erased.
+bool can_erase_lines();
+
 // To be called before a command: if it waits for longer than half a second, its child shows the line on standard error,
 // and erases it when the wait ends. Does nothing where standard error is no terminal that can erase a line.
 void show_waits(sim::Switch &sw);

@@ -1,0 +1,58 @@
+// One switch of a fleet: its registrations, and the process that shows it.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "shell/held_output.h"
+#include "shell/job.h"
+#include "shell/session.h"
+#include "transport/presence.h"
+
+namespace shell {
+
+struct FleetSwitch {
+    std::string name;
+    transport::Registrations registered;
+    std::chrono::steady_clock::time_point read_at; // when they were read
+};
+// Ordered by name.
+std::vector<FleetSwitch> members_of(const transport::Registrations &registrations);
+
+// What became of a switch.
+struct Collected {
+    enum class State : uint8_t { kComplete, kIncomplete, kFailed };
+    State state = State::kFailed;
+    std::vector<std::string> remarks = {}; // what is missing, or the reason of the failure
+    uint64_t bytes = 0;                    // of its file; 0 if that was not replaced
+    uint64_t milliseconds = 0;
+    std::string messages = {}; // lines, for standard error
+};
+
+// The path of the text of a switch. A name with other characters than letters, digits, '.', '-' and '_' is escaped.
+std::string file_of(const std::string &folder, const std::string &switch_name);
+
+// Shows one switch in a process of its own.
+class Collection {
+  public:
+    Collection(Session &session, const FleetSwitch &member, const std::string &command,
+               const SignalsDuringChild &signals);
+
+    // Whether the process has ended.
+    bool has_ended();
+    // Let it give up. What it has made without a name in the folder goes away.
+    void interrupt() const { process_.send(SIGINT); }
+    void end() { process_.end(); }
+    // After the end of the process.
+    Collected result(const std::string &path) const;
+
+  private:
+    HeldOutput record_{{}}, errors_{{}};
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+    Child process_;
+};
+
+} // namespace shell
