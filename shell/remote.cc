@@ -95,7 +95,6 @@ bool Remote::is_younger_than(std::chrono::nanoseconds age) const {
 }
 
 void Remote::adopt(sim::Switch &sw) {
-    described_name_ = sw.name;
     if (!name_) name_ = options_.switch_name;
     if (!name_) name_ = options_.switch_file ? sw.name : name_of_only_switch();
     if (!options_.switch_file && !is_younger_than(kFreshness)) read(*name_);
@@ -117,19 +116,12 @@ void Remote::name(sim::Switch &sw, const std::string &name) {
     if (sw.vdcs.empty()) refuse(sw);
 }
 
-// The services of a description of the user's are those that should be there. What answers in the shell's own process
-// says what the description has for it, which no other switch has.
+// The services of a description of the user's are those that should be there. What would answer in the shell's own
+// process is a service of its own there too, and would answer twice.
 void Remote::attach(sim::Switch &sw) {
-    const bool is_set_up = options_.each_switch && !is_read_once_; // for any of the switches
-    const bool is_of_description = is_set_up || options_.switch_file || *name_ == described_name_;
-    if (!is_of_description) {
-        sw.in_process.clear();
-        sim::clear_callback_table();
-    }
-    const auto answers_here = [&sw](const sim::Service &service) {
-        return std::ranges::find(sw.in_process, service.sap, &sim::InProcess::sap) != sw.in_process.end();
-    };
-    if (!options_.switch_file) std::erase_if(sw.services, [&](const auto &service) { return !answers_here(service); });
+    sw.in_process.clear();
+    sim::clear_callback_table();
+    if (!options_.switch_file) sw.services.clear();
     num_described_ = sw.services.size();
     select(sw);
     transport::add_services(sw, *registered_);

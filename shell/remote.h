@@ -46,7 +46,6 @@ class Remote {
 
     const Options &options_;
     std::optional<std::string> name_; // of the switch, where that is known without its description
-    std::string described_name_;      // in its description, which may be of another switch
     transport::Registrations all_;    // of the switch
     std::optional<Time> read_at_;
     bool is_read_once_ = false;
