@@ -136,9 +136,10 @@ class NatsCarrier : public sim::Carrier {
         const std::string_view payload = payload_of(answer);
         const Fault fault = fault_of(payload, sap);
         if (fault.text.empty()) return sim::Message{QARN_OPC_REPLY, sim::Bytes(payload)};
-        if (reported_.insert(sap).second)
-            report("an answer of " + name_of(sap) + " was dropped, because it " + fault.text +
-                   (fault.named != 0 ? " " + name_of(fault.named) : ""));
+        if (!reported_.insert(sap).second) return {};
+        std::string line = "an answer of " + name_of(sap) + " was dropped, because it " + fault.text;
+        if (fault.named != 0) line.append(" ").append(name_of(fault.named));
+        report(line);
         return {};
     }
 
