@@ -40,7 +40,8 @@ void set(Registration &registration, std::string_view key, std::string_view valu
         throw Error(
             "the NATS server has no JetStream, in which services register; start it with -js, or with "
             "jetstream {} in its configuration");
-    throw Error(std::string("the registry of services cannot be used: ") + natsStatus_GetText(status));
+    throw Error(std::string("the registry of services cannot be reached (") + natsStatus_GetText(status) +
+                "); check that the server that keeps it is running, the link to it, and that this user may use it");
 }
 
 // What the library makes for a bucket, but without roll-ups: by one, whoever may write one key could remove all others.
@@ -183,11 +184,12 @@ std::vector<Registration> Registry::list_keys(const std::string &keys) {
     kvWatchOptions options;
     kvWatchOptions_Init(&options);
     options.IgnoreDeletes = true;
-    const auto watcher =
-        made<Watcher>("the registry of services", kvStore_Watch, bucket_.get(), keys.c_str(), &options);
+    kvWatcher *opened = nullptr;
+    if (const natsStatus status = kvStore_Watch(&opened, bucket_.get(), keys.c_str(), &options)) refuse(status);
+    const Watcher watcher(opened);
     for (;;) {
         kvEntry *next = nullptr;
-        check(kvWatcher_Next(&next, watcher.get(), kPatience), "the registry of services");
+        if (const natsStatus status = kvWatcher_Next(&next, watcher.get(), kPatience)) refuse(status);
         const Entry entry(next);
         if (!entry) break; // that was all
         if (auto registration = registration_of(entry.get())) all.push_back(std::move(*registration));

@@ -37,11 +37,21 @@ Presence::Presence(natsConnection *connection, nats::Place place, const Registra
         all_ = registry_->list(place_);
     }
     listed_ = present_ = by_sap(all_);
-    next_look_ = Clock::now() + kLookInterval;
+    seen_ = Clock::now();
+    next_look_ = seen_ + kLookInterval;
 }
 
+// Answers may come although the registry cannot be reached. A service that has not been seen for as long as a
+// registration lasts would be gone from it.
 void Presence::update() {
-    if (was_one_removed() || Clock::now() >= next_look_) look();
+    if (!was_one_removed() && Clock::now() < next_look_) return;
+    try {
+        look();
+        seen_ = Clock::now();
+    } catch (const nats::Error &) {
+        if (Clock::now() - seen_ > nats::kLifetime) throw;
+    }
+    next_look_ = Clock::now() + kLookInterval;
 }
 
 void Presence::look() {
@@ -51,7 +61,6 @@ void Presence::look() {
         const auto found = now.find(process.first);
         return found == now.end() || !nats::is_same_process(found->second, process.second);
     });
-    next_look_ = Clock::now() + kLookInterval;
 }
 
 bool Presence::was_one_removed() const {

@@ -41,7 +41,7 @@ class Presence {
     std::optional<nats::Registry> registry_; // none before the first look
     Registrations all_;
     Processes listed_, present_;
-    std::chrono::steady_clock::time_point next_look_;
+    std::chrono::steady_clock::time_point seen_, next_look_; // the last look that succeeded, and the next one
 };
 
 } // namespace transport
