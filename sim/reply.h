@@ -11,7 +11,7 @@
 
 namespace sim {
 
-// The request in these bytes; null when it is not complete.
+// The request in these bytes, which must be aligned as one; null when it is not complete.
 const qarn_cfg_req_msg *as_request(const void *payload, std::size_t length);
 
 using service::fragment;

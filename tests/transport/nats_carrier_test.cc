@@ -33,8 +33,9 @@ class Services {
 
     // Every service answers `request`, where the answer to `asked` is expected.
     void answer(const nats::Message &request, const nats::Message &asked) const {
-        const auto *wanted = sim::as_request(natsMsg_GetData(request.get()),
-                                             static_cast<std::size_t>(natsMsg_GetDataLength(request.get())));
+        const std::string bytes(natsMsg_GetData(request.get()),
+                                static_cast<std::size_t>(natsMsg_GetDataLength(request.get())));
+        const auto *wanted = sim::as_request(bytes.data(), bytes.size());
         for (const sim::Service &service : sw_.services) {
             if (service.is_silent) continue;
             const std::string subject = nats::answer_subject(natsMsg_GetReply(asked.get()), service.sap);

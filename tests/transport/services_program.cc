@@ -75,8 +75,9 @@ class Program {
                 const std::string &reply) {
         const bool is_first = &service == &sw_.services.front();
         if (service.is_silent || (is_first && subject.starts_with("qarn.partial"))) return;
-        const auto *config_request = sim::as_request(natsMsg_GetData(request.get()),
-                                                     static_cast<std::size_t>(natsMsg_GetDataLength(request.get())));
+        const std::string bytes(natsMsg_GetData(request.get()),
+                                static_cast<std::size_t>(natsMsg_GetDataLength(request.get())));
+        const auto *config_request = sim::as_request(bytes.data(), bytes.size());
         if (config_request == nullptr) return;
         for (const sim::Message &fragment : sim::answer(service, *config_request)) {
             natsConnection_Publish(connection_.get(), nats::answer_subject(reply, service.sap).c_str(),
