@@ -4,10 +4,12 @@
 
 #include <charconv>
 #include <chrono>
+#include <iterator>
 
 #include "nats/objects.h"
 #include "switchd/configuration.h"
 #include "switchd/report.h"
+#include "switchd/signals.h"
 
 namespace switchd {
 namespace {
@@ -60,11 +62,14 @@ void Engine::stop() {
 
 void Engine::wait_until_ready() {
     const Clock::time_point limit = Clock::now() + kPatience;
+    const Descriptor signals = descriptor_of_signals(Children::kIgnored);
     while (!is_ready_) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now()).count();
-        struct pollfd log = {.fd = log_.get(), .events = POLLIN, .revents = 0};
-        if (left <= 0 || poll(&log, 1, static_cast<int>(left)) == 0)
+        struct pollfd awaited[] = {{.fd = log_.get(), .events = POLLIN, .revents = 0},
+                                   {.fd = signals.get(), .events = POLLIN, .revents = 0}};
+        if (left <= 0 || poll(awaited, std::size(awaited), static_cast<int>(left)) == 0)
             throw nats::Error("nats-server does not get ready");
+        if (awaited[1].revents != 0) throw Ended();
         if (!read_log())
             throw nats::Error("nats-server cannot start" + (error_.empty() ? "" : ": " + error_) + advice_for(error_));
     }

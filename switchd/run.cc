@@ -1,6 +1,5 @@
 #include "switchd/run.h"
 
-#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,24 +14,13 @@
 #include "switchd/engine.h"
 #include "switchd/folder.h"
 #include "switchd/services.h"
+#include "switchd/signals.h"
 #include "switchd/supervisor.h"
 
 namespace switchd {
 namespace {
 
 namespace fs = std::filesystem;
-
-// The supervisor reads the signals that are blocked here.
-void prepare_process() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int number : {SIGCHLD, SIGTERM, SIGINT, SIGHUP})
-        sigaddset(&set, number);
-    sigprocmask(SIG_BLOCK, &set, nullptr);
-    signal(SIGCHLD, SIG_DFL);
-    signal(SIGPIPE, SIG_IGN);
-    umask(077);
-}
 
 std::string program_of_services(const Options &options) {
     if (!options.service_program.empty()) return fs::absolute(options.service_program);
@@ -168,11 +156,14 @@ int host(const Options &options, const std::vector<Service> &all, const std::vec
 
 } // namespace
 
-int run(const Options &options) {
-    prepare_process();
+int run(const Options &options) try {
+    block_signals();
+    umask(077);
     const std::vector<Service> all = services_of(options), started = chosen(all, options.services);
     check_program(program_of_services(options));
     return options.join ? join(options, started) : host(options, all, started);
+} catch (const Ended &) {
+    return 0;
 }
 
 } // namespace switchd

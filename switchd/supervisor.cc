@@ -12,6 +12,7 @@
 
 #include "switchd/address.h"
 #include "switchd/report.h"
+#include "switchd/signals.h"
 
 namespace switchd {
 namespace {
@@ -23,16 +24,6 @@ constexpr seconds kLongestPause(60), kLongLife(60); // after a long life the pau
 constexpr seconds kUsualStart(10);                  // of all services
 constexpr int kMostFailures = 3;                    // of a service that was never ready
 constexpr int kReadyDescriptor = 3;                 // in a service
-
-Descriptor descriptor_of_signals() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int number : {SIGCHLD, SIGTERM, SIGINT, SIGHUP})
-        sigaddset(&set, number);
-    Descriptor signals(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
-    if (signals.get() < 0) throw nats::Error(std::string("no descriptor of signals: ") + std::strerror(errno));
-    return signals;
-}
 
 } // namespace
 
@@ -51,7 +42,8 @@ void Cleaner::remove(const Service &service, pid_t child) try {
            std::to_string(nats::kLifetime.count()) + " s: " + error.what());
 }
 
-Supervisor::Supervisor(Settings settings) : settings_(std::move(settings)), signals_(descriptor_of_signals()) {
+Supervisor::Supervisor(Settings settings)
+    : settings_(std::move(settings)), signals_(descriptor_of_signals(Children::kIncluded)) {
     children_.reserve(settings_.services.size());
     for (const Service &service : settings_.services)
         children_.push_back({.service = service});
