@@ -128,7 +128,7 @@ void set_servers(natsOptions *options, const std::vector<std::string> &urls) {
 }
 
 Options options_for(const Access &access, Reconnects reconnects) {
-    Options options = made<Options>("options", natsOptions_Create);
+    auto options = made<Options>("options", natsOptions_Create);
     const Credentials credentials = access.credentials ? read_credentials(*access.credentials) : Credentials();
     const std::vector<std::string> urls = split(access.url);
     if (wants_tls(urls, credentials)) set_tls(options.get(), credentials);
@@ -232,7 +232,7 @@ Connection connect(const Access &access, Reconnects reconnects, std::shared_ptr<
     const natsStatus status = natsConnection_Connect(&connection, options.get());
     if (status != NATS_OK)
         throw Error("cannot connect to " + access.url + ": " + natsStatus_GetText(status) + advice(status));
-    observed.release(); // on_closed takes it back
+    (void)observed.release(); // on_closed takes it back
     return Connection(connection);
 }
 

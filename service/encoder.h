@@ -33,10 +33,10 @@ class Encoder {
     Encoder &element(const ElementInfo &info);
     Encoder &after(uint32_t uuid, uint32_t elem_id, uint32_t dep_type = QARN_DEP_ORDER);
     Encoder &text(std::string_view text);
-    Encoder &intf_text(uint32_t if_index, std::string_view text);
+    Encoder &intf_text(uint32_t if_index, std::string_view value);
     Encoder &intf_command(uint32_t if_index, std::string_view message);
     Encoder &command(std::string_view message);
-    Encoder &key_string(std::string_view name, std::string_view text);
+    Encoder &key_string(std::string_view name, std::string_view value);
     Encoder &key(uint32_t index, std::string_view map, std::string_view name);
 
     // Set bits in the properties of the last element, which must exist.

@@ -60,6 +60,9 @@ void declare_options_of_transport(CLI::App &app, Options &options) {
         ->check(description_given)
         ->envname("VSH_CREDENTIALS")
         ->needs("--connect");
+}
+
+void declare_options_of_fleets(CLI::App &app, Options &options) {
     app.add_flag("--list-switches", options.list_switches, "list the switches that are registered there, and exit")
         ->needs("--connect")
         ->excludes("-c")
@@ -234,6 +237,7 @@ void declare_options(CLI::App &app, Options &options) {
     declare_hidden_option(app, options);
     declare_session_options(app, options);
     declare_options_of_transport(app, options);
+    declare_options_of_fleets(app, options);
     declare_options_of_commands(app, options);
     declare_options_of_times(app, options);
     declare_options_of_checks(app, options);

@@ -53,6 +53,7 @@ std::vector<sim::Vdc> vdcs_of(const Registrations &registrations, const std::str
         if (error == std::errc() && end == text.data() + text.size()) ids.insert(id);
     }
     std::vector<sim::Vdc> vdcs;
+    vdcs.reserve(ids.size());
     for (const uint16_t id : ids)
         vdcs.push_back({id, id == sim::kDefaultVdc ? switch_name : "vdc-" + std::to_string(id)});
     return vdcs;

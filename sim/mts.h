@@ -100,7 +100,10 @@ struct Transport : TransportRecord {
 // through it.
 class Carrier {
   public:
+    Carrier() = default;
     virtual ~Carrier() = default;
+    Carrier(const Carrier &) = delete;
+    Carrier &operator=(const Carrier &) = delete;
 
     // Called once per command, in its process, before a handle is open. Throws if services cannot be reached.
     virtual void begin() {}

@@ -56,7 +56,7 @@ Supervisor::~Supervisor() {
     end(running);
 }
 
-void Supervisor::start(Child &child) {
+void Supervisor::start(Child &child) const {
     Pipe pipe = new_pipe();
     child.pid = switchd::start(settings_.command(child.service),
                                {{STDERR_FILENO, STDOUT_FILENO}, {pipe.write.get(), kReadyDescriptor}});

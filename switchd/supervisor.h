@@ -59,7 +59,7 @@ class Supervisor {
         int failures = 0; // before it was ready for the first time
     };
 
-    void start(Child &child);
+    void start(Child &child) const;
     void start_due();
     void wait();
     void take_signals();

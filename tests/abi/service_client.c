@@ -10,8 +10,8 @@ static int count(void *context, const void *message, size_t size) {
 int main(void) {
     const struct qarn_service_element element = {.uuid = 21, .id = 4, .level = 3};
     struct qarn_service_reply *reply = qarn_service_reply_new();
-    const void *bytes;
-    size_t size, sent = 0;
+    const void *bytes = NULL;
+    size_t size = 0, sent = 0;
     qarn_service_reply_element(reply, &element);
     qarn_service_reply_text(reply, "feature tunnel\n", QARN_SERVICE_TEXT);
     if (qarn_service_reply_bytes(reply, &bytes, &size) != QARN_SERVICE_OK) return 1;

@@ -27,12 +27,12 @@ class Running {
 
     std::string wait_for(const std::string &text) const { return process_.wait_for(text); }
     pid_t pid() const { return process_.pid(); }
-    int status() {
+    int status() const {
         int status = 0;
         waitpid(pid(), &status, 0);
         return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
     }
-    int end(int signal) {
+    int end(int signal) const {
         kill(pid(), signal);
         return status();
     }
