@@ -2,6 +2,8 @@
 // for the prompt.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -17,12 +19,17 @@ constexpr char kShort[] = "-c 'show running-config | exclude ^! | head 23'",
 constexpr char kMute[] = "  - {name: mute, sap: 7, uuid: 8, silent: true}\n",
                kMuteVdc[] = "vdcs: [{id: 1, name: x}, {id: 2, name: mute, switch: " HERE "/silent.yaml}]\n";
 
+// Each test, in a process of its own, has files of its own.
+std::string own_file(const std::string &name) {
+    return testing::TempDir() + name + std::to_string(getpid());
+}
+
 // The option for a switch with a service that is longer than the screen.
 std::string long_switch(const std::string &more) {
     std::string text;
     for (int line = 0; line < 30; ++line)
         text += "line\\n";
-    const std::string path = testing::TempDir() + "paging.yaml";
+    const std::string path = own_file("paging");
     std::ofstream(path) << "name: x\nversion: '1'\nservices:\n  - {name: loud, sap: 5, uuid: 6, "
                         << "elements: [{id: 1, level: 1, text: \"" << text << "\"}]}\n"
                         << more;
@@ -44,6 +51,12 @@ class Paging : public testing::Test {
         setenv("PAGER", "sed 's/^/page: /'", 1);
         setenv("NO_COLOR", "1", 1);
     }
+    ~Paging() override {
+        std::filesystem::remove(own_file("paging"));
+        std::filesystem::remove_all(own_file("paging-store"));
+    }
+    Paging(const Paging &) = delete;
+    Paging &operator=(const Paging &) = delete;
 
     // What the shell writes to a terminal. The status is kept.
     std::string shown(const std::string &arguments, int (*connect)(pid_t &) = connect_to_terminal) {
@@ -107,7 +120,7 @@ TEST_F(Paging, ReportsAfterThePagerWhatIsMissing) {
 }
 
 TEST_F(Paging, ShowsControlCharactersAndColorsOnATerminalOnly) {
-    const std::string store = testing::TempDir() + "paging-store";
+    const std::string store = own_file("paging-store");
     std::filesystem::create_directories(store + "/startup-cfg");
     std::ofstream(store + "/startup-cfg/system.cfg")
         << "! a\nhead \x1b[31m\xc2\x9b \x9b \xe2\x80\xae\xc3\xa9\n  body\n";
