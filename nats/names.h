@@ -1,4 +1,4 @@
-// The names on NATS: subjects of messages, the bucket of the registry and its keys.
+// The names on NATS: subjects of messages, the buckets of the registry and their keys.
 //
 //   qarn.SWITCH.VDC.opcode.OPCODE      everybody who consumes the opcode
 //   qarn.SWITCH.VDC.sap.SAP            one service
@@ -20,7 +20,8 @@
 
 namespace nats {
 
-inline constexpr char kBucket[] = "qarn-services";
+inline constexpr char kBucket[] = "qarn-services"; // who is registered
+inline constexpr char kRoster[] = "qarn-roster";   // who should be, with the same keys
 
 // Whose messages and registrations.
 struct Place {

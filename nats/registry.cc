@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <set>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -44,9 +45,17 @@ void set(Registration &registration, std::string_view key, std::string_view valu
                 "); check that the server that keeps it is running, the link to it, and that this user may use it");
 }
 
+struct Kind {
+    const char *name;
+    nanoseconds lifetime; // of a key
+    jsStorageType storage;
+};
+constexpr Kind kRegistrations = {kBucket, kLifetime, js_MemoryStorage};
+constexpr Kind kExpected = {kRoster, kRosterLifetime, js_FileStorage};
+
 // What the library makes for a bucket, but without roll-ups: by one, whoever may write one key could remove all others.
-natsStatus add_stream(jsCtx *jetstream) {
-    const std::string name = std::string("KV_") + kBucket, subjects = std::string("$KV.") + kBucket + ".>";
+natsStatus add_stream(jsCtx *jetstream, const Kind &kind) {
+    const std::string name = std::string("KV_") + kind.name, subjects = std::string("$KV.") + kind.name + ".>";
     const char *list[] = {subjects.c_str()};
     jsStreamConfig config;
     jsStreamConfig_Init(&config);
@@ -54,17 +63,29 @@ natsStatus add_stream(jsCtx *jetstream) {
     config.Subjects = list;
     config.SubjectsLen = 1;
     config.MaxMsgsPerSubject = 1;
-    config.MaxAge = duration_cast<nanoseconds>(kLifetime).count();
+    config.MaxAge = kind.lifetime.count();
     config.Discard = js_DiscardNew;
-    config.Storage = js_MemoryStorage;
+    config.Storage = kind.storage;
     config.DenyDelete = true;
     config.AllowDirect = true;
     return js_AddStream(nullptr, jetstream, &config, nullptr, nullptr);
 }
 
-natsStatus make_bucket(kvStore **bucket, jsCtx *jetstream) {
-    const natsStatus made = add_stream(jetstream), found = js_KeyValue(bucket, jetstream, kBucket);
+natsStatus make_bucket(kvStore **bucket, jsCtx *jetstream, const Kind &kind) {
+    const natsStatus made = add_stream(jetstream, kind), found = js_KeyValue(bucket, jetstream, kind.name);
     return found == NATS_NOT_FOUND ? made : found; // another one may have been faster
+}
+
+// Null: it does not exist, and is not made.
+Bucket open_bucket(jsCtx *jetstream, const Kind &kind, Registry::Missing missing) {
+    kvStore *bucket = nullptr;
+    natsStatus status = js_KeyValue(&bucket, jetstream, kind.name);
+    if (status == NATS_NOT_FOUND && missing == Registry::Missing::kIsMade)
+        status = make_bucket(&bucket, jetstream, kind);
+    Bucket owner(bucket);
+    if (status != NATS_OK && status != NATS_NOT_FOUND) refuse(status);
+    if (status != NATS_OK && missing == Registry::Missing::kIsMade) refuse(status);
+    return owner;
 }
 
 std::optional<Registration> registration_of(kvEntry *entry) {
@@ -78,6 +99,48 @@ std::optional<Registration> registration_of(kvEntry *entry) {
 
 std::string key_of(const Registration &registration) {
     return key(registration.place, registration.opcode, registration.sap);
+}
+
+void erase(kvStore *bucket, const Registration &registration) {
+    const natsStatus status = kvStore_Delete(bucket, key_of(registration).c_str());
+    if (status != NATS_OK && status != NATS_NOT_FOUND) refuse(status);
+}
+
+// The entries of a bucket, which may be null.
+std::vector<Registration> entries_of(kvStore *bucket, const std::string &keys) {
+    std::vector<Registration> all;
+    if (bucket == nullptr) return all;
+    kvWatchOptions options;
+    kvWatchOptions_Init(&options);
+    options.IgnoreDeletes = true;
+    kvWatcher *opened = nullptr;
+    if (const natsStatus status = kvStore_Watch(&opened, bucket, keys.c_str(), &options)) refuse(status);
+    const Watcher watcher(opened);
+    for (;;) {
+        kvEntry *next = nullptr;
+        if (const natsStatus status = kvWatcher_Next(&next, watcher.get(), kPatience)) refuse(status);
+        const Entry entry(next);
+        if (!entry) return all; // that was all
+        if (auto registration = registration_of(entry.get())) all.push_back(std::move(*registration));
+    }
+}
+
+void sort(std::vector<Registration> &registrations) {
+    const auto order = [](const Registration &one) { return std::tie(one.place, one.sap, one.opcode); };
+    std::ranges::sort(registrations, {}, order);
+}
+
+// Add those for whose SAP nobody is registered.
+void add_missing(std::vector<Registration> &registered, std::vector<Registration> expected) {
+    std::set<std::pair<Place, uint32_t>> present;
+    for (const Registration &one : registered)
+        present.emplace(one.place, one.sap);
+    for (Registration &one : expected) {
+        if (present.contains({one.place, one.sap})) continue;
+        one.is_registered = false;
+        one.revision = 0;
+        registered.push_back(std::move(one));
+    }
 }
 
 } // namespace
@@ -112,17 +175,18 @@ bool has_ended_here(const Registration &registration, const std::string &host) {
            errno == ESRCH;
 }
 
-Registry::Registry(natsConnection *connection, Missing missing) {
+Registry::Registry(natsConnection *connection, Missing missing) : missing_(missing) {
     jsOptions options;
     check(jsOptions_Init(&options), "JetStream");
     options.Wait = kPatience;
     jetstream_ = made<JetStream>("JetStream", natsConnection_JetStream, connection, &options);
-    kvStore *bucket = nullptr;
-    natsStatus status = js_KeyValue(&bucket, jetstream_.get(), kBucket);
-    if (status == NATS_NOT_FOUND && missing == Missing::kIsMade) status = make_bucket(&bucket, jetstream_.get());
-    bucket_.reset(bucket);
-    if (status != NATS_OK && status != NATS_NOT_FOUND) refuse(status);
-    if (status != NATS_OK && missing == Missing::kIsMade) refuse(status);
+    bucket_ = open_bucket(jetstream_.get(), kRegistrations, missing_);
+}
+
+// Opened when it is needed, which a look for who is registered does not do.
+kvStore *Registry::roster() {
+    if (!roster_) roster_ = open_bucket(jetstream_.get(), kExpected, missing_);
+    return roster_.get();
 }
 
 bool Registry::create(Registration &registration) {
@@ -142,28 +206,46 @@ std::optional<Registration> Registry::find(const Place &place, uint32_t opcode, 
 
 std::optional<Registration> Registry::claim(Registration &registration) {
     registration.revision = 0;
-    if (create(registration)) return {};
-    auto owner = find(registration.place, registration.opcode, registration.sap);
-    if (owner && !has_ended_here(*owner, registration.host)) return owner;
-    if (owner) remove(*owner);
-    if (!create(registration)) refuse(NATS_ERR);
+    if (!create(registration)) {
+        auto owner = find(registration.place, registration.opcode, registration.sap);
+        if (owner && !has_ended_here(*owner, registration.host)) return owner;
+        if (owner) expire(*owner);
+        if (!create(registration)) refuse(NATS_ERR);
+    }
+    write_roster(registration);
     return {};
+}
+
+void Registry::write_roster(Registration &registration) {
+    const std::string name = key_of(registration), value = value_of(registration);
+    const natsStatus status =
+        kvStore_Put(nullptr, roster(), name.c_str(), value.data(), static_cast<int>(value.size()));
+    if (status != NATS_OK) refuse(status);
+    registration.in_roster_at = std::chrono::steady_clock::now();
 }
 
 bool Registry::renew(Registration &registration) {
     const std::string name = key_of(registration), value = value_of(registration);
     const natsStatus status = kvStore_Update(&registration.revision, bucket_.get(), name.c_str(), value.data(),
                                              static_cast<int>(value.size()), registration.revision);
-    if (status == NATS_OK) return true;
-    const auto owner = find(registration.place, registration.opcode, registration.sap);
-    if (!owner || !is_same_process(*owner, registration)) return false;
-    registration.revision = owner->revision; // the server's answer to an earlier renewal was lost
+    if (status != NATS_OK) {
+        const auto owner = find(registration.place, registration.opcode, registration.sap);
+        if (!owner || !is_same_process(*owner, registration)) return false;
+        registration.revision = owner->revision; // the server's answer to an earlier renewal was lost
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (!registration.in_roster_at || now - *registration.in_roster_at > kRosterPause) write_roster(registration);
     return true;
 }
 
+// In this order nobody sees a service that ends in order as one that is missing.
 void Registry::remove(const Registration &registration) {
-    const natsStatus status = kvStore_Delete(bucket_.get(), key_of(registration).c_str());
-    if (status != NATS_OK && status != NATS_NOT_FOUND) refuse(status);
+    erase(roster(), registration);
+    erase(bucket_.get(), registration);
+}
+
+void Registry::expire(const Registration &registration) {
+    erase(bucket_.get(), registration);
 }
 
 std::vector<Registration> Registry::list(const Place &place) {
@@ -178,24 +260,18 @@ std::vector<Registration> Registry::list_all() {
     return list_keys(">");
 }
 
+std::vector<Registration> Registry::list_registered(const Place &place) {
+    auto all = entries_of(bucket_.get(), all_keys(place));
+    sort(all);
+    return all;
+}
+
+// The roster first: a service that registers meanwhile is not reported as missing.
 std::vector<Registration> Registry::list_keys(const std::string &keys) {
-    std::vector<Registration> all;
-    if (!bucket_) return all;
-    kvWatchOptions options;
-    kvWatchOptions_Init(&options);
-    options.IgnoreDeletes = true;
-    kvWatcher *opened = nullptr;
-    if (const natsStatus status = kvStore_Watch(&opened, bucket_.get(), keys.c_str(), &options)) refuse(status);
-    const Watcher watcher(opened);
-    for (;;) {
-        kvEntry *next = nullptr;
-        if (const natsStatus status = kvWatcher_Next(&next, watcher.get(), kPatience)) refuse(status);
-        const Entry entry(next);
-        if (!entry) break; // that was all
-        if (auto registration = registration_of(entry.get())) all.push_back(std::move(*registration));
-    }
-    const auto order = [](const Registration &one) { return std::tie(one.place, one.sap, one.opcode); };
-    std::ranges::sort(all, {}, order);
+    auto expected = entries_of(roster(), keys);
+    auto all = entries_of(bucket_.get(), keys);
+    add_missing(all, std::move(expected));
+    sort(all);
     return all;
 }
 

@@ -1,5 +1,6 @@
 // Who serves a switch: a JetStream key-value bucket in memory with one key per opcode and SAP. A registration that is
-// not renewed ends by itself.
+// not renewed ends by itself. A second bucket, on disk, is the roster of who should be registered: it keeps a service
+// that died, so that its absence is noticed.
 #pragma once
 
 #include <chrono>
@@ -15,6 +16,9 @@ namespace nats {
 
 inline constexpr std::chrono::seconds kLifetime(10);    // of a registration
 inline constexpr std::chrono::seconds kRenewalPause(3); // between two writes of one
+
+inline constexpr std::chrono::hours kRosterLifetime(7 * 24); // of a service that is not seen any more
+inline constexpr std::chrono::hours kRosterPause(1);         // between two writes for one that is
 
 inline constexpr uint32_t kNoOpcode = 0; // of a service that is reached by its SAP only
 
@@ -33,7 +37,11 @@ struct Registration {
     int64_t pid = 0;
     int64_t since = 0; // seconds of the epoch
     std::optional<LastAnswer> answer = {};
-    uint64_t revision = 0; // of its key, which the registry sets; 0: it is not registered
+    bool is_registered = true; // false: it is in the roster only
+
+    // What the registry sets for its own process.
+    uint64_t revision = 0;                                                  // of its key; 0: it is not registered
+    std::optional<std::chrono::steady_clock::time_point> in_roster_at = {}; // last write to the roster
 };
 
 // The value of a registration's key: lines "KEY VALUE". An unknown line is skipped, and so is a bad number.
@@ -54,25 +62,35 @@ class Registry {
     // The connection must live longer.
     Registry(natsConnection *connection, Missing missing);
 
-    // Register. Returns who has the key already; none: it is registered. A process of this host that has ended has
-    // nothing any more.
+    // Register, also in the roster. Returns who has the key already; none: it is registered. A process of this host
+    // that has ended has nothing any more.
     std::optional<Registration> claim(Registration &registration);
     // Who has registered for the opcode with the SAP.
     std::optional<Registration> find(const Place &place, uint32_t opcode, uint32_t sap);
     // Returns whether it is still registered. If not, its time is over, and it has to be claimed again.
     bool renew(Registration &registration);
+    // Its service ends in order, and is not expected any more.
     void remove(const Registration &registration);
-    // Ordered by place, SAP and opcode.
+    // Its process died. It is still expected, until it is claimed again or forgotten.
+    void expire(const Registration &registration);
+
+    // Who is registered, and who is in the roster although nobody has registered for its SAP. Ordered by place,
+    // SAP and opcode.
     std::vector<Registration> list(const Place &place);
     std::vector<Registration> list_switch(const std::string &name);
     std::vector<Registration> list_all();
+    // Who is registered only, which takes half the time.
+    std::vector<Registration> list_registered(const Place &place);
 
   private:
     bool create(Registration &registration);
+    void write_roster(Registration &registration);
+    kvStore *roster();
     std::vector<Registration> list_keys(const std::string &keys);
 
+    Missing missing_;
     JetStream jetstream_;
-    Bucket bucket_; // null: there is none yet
+    Bucket bucket_, roster_; // null: there is none yet
 };
 
 } // namespace nats

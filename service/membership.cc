@@ -61,7 +61,9 @@ void Membership::begin() {
         const auto owner = claim(*link_->registry(), registration_);
         if (owner) throw Failure(QARN_SERVICE_TAKEN, conflict(*owner, registration_));
     } catch (const nats::Error &) {
-        check_permitted(link_->connection(), {"$KV." + std::string(nats::kBucket) + '.' + key()});
+        const std::string roster = nats::kRoster;
+        check_permitted(link_->connection(), {"$KV." + std::string(nats::kBucket) + '.' + key(),
+                                              "$KV." + roster + '.' + key(), "$JS.API.STREAM.INFO.KV_" + roster});
         throw;
     }
     is_registered_ = true;

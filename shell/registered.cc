@@ -24,7 +24,7 @@ using Clock = std::chrono::steady_clock;
 std::string written(const Registrations &registrations) {
     std::string text;
     for (const nats::Registration &one : registrations)
-        text += nats::key(one.place, one.opcode, one.sap) + '\n' + nats::value_of(one) + '\n';
+        if (one.is_registered) text += nats::key(one.place, one.opcode, one.sap) + '\n' + nats::value_of(one) + '\n';
     return text;
 }
 

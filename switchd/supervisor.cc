@@ -34,9 +34,9 @@ Cleaner::Cleaner(const nats::Access &access)
 void Cleaner::remove(const Service &service, pid_t child) try {
     if (natsConnection_Status(connection_.get()) != NATS_CONN_STATUS_CONNECTED)
         throw nats::Error("the NATS server is away");
-    for (const nats::Registration &registration : registry_.list(service.place))
+    for (const nats::Registration &registration : registry_.list_registered(service.place))
         if (registration.sap == service.sap && registration.pid == child && registration.host == name_of_host())
-            registry_.remove(registration);
+            registry_.expire(registration);
 } catch (const nats::Error &error) {
     report("the registration of " + describe(service) + " could not be removed, and lasts up to " +
            std::to_string(nats::kLifetime.count()) + " s: " + error.what());

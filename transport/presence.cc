@@ -34,7 +34,7 @@ Presence::Presence(natsConnection *connection, nats::Place place, const Registra
         all_ = *listed;
     } else {
         registry_.emplace(connection_, nats::Registry::Missing::kIsEmpty);
-        all_ = registry_->list(place_);
+        all_ = registry_->list_registered(place_);
     }
     listed_ = present_ = by_sap(all_);
     seen_ = Clock::now();
@@ -56,7 +56,7 @@ void Presence::update() {
 
 void Presence::look() {
     if (!registry_) registry_.emplace(connection_, nats::Registry::Missing::kIsEmpty);
-    const Processes now = by_sap(registry_->list(place_));
+    const Processes now = by_sap(registry_->list_registered(place_));
     std::erase_if(present_, [&](const auto &process) {
         const auto found = now.find(process.first);
         return found == now.end() || !nats::is_same_process(found->second, process.second);

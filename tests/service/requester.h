@@ -91,7 +91,7 @@ class Requester {
         std::vector<std::string> names;
         nats::Registry registry(connection_.get(), nats::Registry::Missing::kIsEmpty);
         for (const nats::Registration &one : registry.list(place_))
-            names.push_back(one.name);
+            names.push_back((one.is_registered ? "" : "missing: ") + one.name);
         return names;
     }
 

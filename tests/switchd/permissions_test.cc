@@ -107,13 +107,22 @@ TEST_P(Permissions, LetAServiceRegisterUnderItsOwnSapOnly) {
     EXPECT_TRUE(own.claim(first)); // as a second process
     EXPECT_EQ(seen.list(kPlace).size(), 2u);
 
-    const std::string prefix = "$KV." + std::string(nats::kBucket) + '.';
-    publish(ospf, prefix + nats::key(kPlace, QARN_OPC_REQUEST, kBgp), "KV-Operation", "DEL");
-    publish(ospf, prefix + nats::key(kPlace, QARN_OPC_REQUEST, 40));
-    publish(ospf, prefix + nats::key(kPlace, QARN_OPC_REQUEST, kOspf), "Nats-Rollup", "all");
-    publish(shell, prefix + nats::key(kPlace, QARN_OPC_REQUEST, kBgp), "KV-Operation", "DEL");
+    for (const char *bucket : {nats::kBucket, nats::kRoster}) {
+        const std::string prefix = "$KV." + std::string(bucket) + '.';
+        publish(ospf, prefix + nats::key(kPlace, QARN_OPC_REQUEST, kBgp), "KV-Operation", "DEL");
+        publish(ospf, prefix + nats::key(kPlace, QARN_OPC_REQUEST, 40));
+        publish(ospf, prefix + nats::key(kPlace, QARN_OPC_REQUEST, kOspf), "Nats-Rollup", "all");
+        publish(shell, prefix + nats::key(kPlace, QARN_OPC_REQUEST, kBgp), "KV-Operation", "DEL");
+    }
     EXPECT_TRUE(other.renew(second));
     EXPECT_EQ(seen.list(kPlace).size(), 2u);
+
+    other.expire(second); // it died
+    EXPECT_EQ(seen.list_registered(kPlace).size(), 1u);
+    EXPECT_EQ(seen.list(kPlace).size(), 2u);
+    EXPECT_FALSE(seen.list(kPlace)[1].is_registered);
+    EXPECT_FALSE(other.claim(second));
+    EXPECT_TRUE(seen.list(kPlace)[1].is_registered);
 
     own.remove(registration(kOspf));
     EXPECT_FALSE(own.claim(first));
