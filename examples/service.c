@@ -58,6 +58,8 @@ int main(int argc, char **argv) {
         code = qarn_service_run(service, &error);
     }
     if (code != QARN_SERVICE_OK) fprintf(stderr, "tunnel: %s\n", error.text);
+    signal(SIGTERM, SIG_IGN); /* the handler needs the service */
+    signal(SIGINT, SIG_IGN);
     qarn_service_close(service); /* from now on it is not registered */
     return code == QARN_SERVICE_OK ? 0 : 1;
 }

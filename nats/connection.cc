@@ -28,13 +28,35 @@ constexpr char kKeys[] = "user, password, ca, certificate and key";
 
 using Credentials = std::map<std::string, std::string>;
 
-Credentials read_credentials(const std::string &path) {
+void check_private(const std::string &what, const std::string &path) {
     struct stat status;
-    std::ifstream file(path);
-    if (!file || stat(path.c_str(), &status) != 0)
-        throw Error("cannot read the credentials " + path + ": " + std::strerror(errno));
+    if (stat(path.c_str(), &status) != 0)
+        throw Error("cannot read the " + what + ' ' + path + ": " + std::strerror(errno));
+    if (S_ISDIR(status.st_mode)) throw Error("the " + what + ' ' + path + " cannot be a folder; name a file in it");
     if ((status.st_mode & 077) != 0)
-        throw Error("others have access to the credentials " + path + "; change that with chmod 600");
+        throw Error("others have access to the " + what + ' ' + path + "; change that with chmod 600");
+}
+
+bool has(const Credentials &credentials, const char *key) {
+    return credentials.contains(key);
+}
+
+// Throws if they do not show who the user is.
+void check_complete(const Credentials &credentials, const std::string &path) {
+    if (has(credentials, "certificate") != has(credentials, "key"))
+        throw Error("the credentials " + path + " have one of the lines certificate and key without the other");
+    if (has(credentials, "key")) check_private("private key", credentials.at("key"));
+    if (!has(credentials, "user")) return;
+    if (!has(credentials, "password") && !has(credentials, "certificate"))
+        throw Error("the credentials " + path +
+                    " have a user without a proof: add the line password, or the lines certificate and key");
+    if (const auto reason = why_too_long("user", credentials.at("user"))) throw Error(*reason);
+}
+
+Credentials read_credentials(const std::string &path) {
+    check_private("credentials", path);
+    std::ifstream file(path);
+    if (!file) throw Error("cannot read the credentials " + path + ": " + std::strerror(errno));
     Credentials credentials;
     for (std::string line; std::getline(file, line);) {
         if (line.empty() || line.starts_with('#')) continue;
@@ -47,6 +69,7 @@ Credentials read_credentials(const std::string &path) {
         const std::string value = line.substr(blank + 1);
         credentials[key] = is_path ? (std::filesystem::path(path).parent_path() / value).string() : value;
     }
+    check_complete(credentials, path);
     return credentials;
 }
 
@@ -76,10 +99,6 @@ std::vector<std::string> split(const std::string &urls) {
         at = end + 1;
     }
     return list;
-}
-
-bool has(const Credentials &credentials, const char *key) {
-    return credentials.contains(key);
 }
 
 // Whether the addresses want TLS. Throws if one is not permitted.
@@ -142,6 +161,7 @@ Options options_for(const Access &access, Reconnects reconnects) {
     check(natsOptions_SetAllowReconnect(options.get(), reconnects == Reconnects::kForever), "reconnecting");
     check(natsOptions_SetMaxReconnect(options.get(), -1), "reconnecting");
     check(natsOptions_SetReconnectWait(options.get(), kReconnectPause), "reconnecting");
+    check(natsOptions_SetIgnoreDiscoveredServers(options.get(), true), "address"); // the user names the addresses
     return options;
 }
 

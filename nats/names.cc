@@ -15,6 +15,8 @@ namespace {
 constexpr char kDigits[] = "0123456789abcdef";
 constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
 constexpr std::size_t kTokenBytes = 16;
+constexpr std::size_t kLongestWord = 200; // a line of the protocol has at most 4096 bytes
+constexpr std::size_t kShown = 60;        // bytes of a long name in a message
 
 std::string hexadecimal(unsigned char byte) {
     return {kDigits[byte >> 4], kDigits[byte & 0xf]};
@@ -88,6 +90,15 @@ std::optional<std::string> unescaped(std::string_view word) {
     return name;
 }
 
+std::optional<std::string> why_too_long(std::string_view kind, std::string_view name) {
+    const std::size_t size = escaped(name).size();
+    if (size <= kLongestWord) return {};
+    const std::string shown(name.substr(0, kShown));
+    return "the name of the " + std::string(kind) + " \"" + shown + (shown.size() < name.size() ? "..." : "") +
+           "\" has " + std::to_string(size) + " bytes in subjects, more than " + std::to_string(kLongestWord) +
+           "; use a shorter name";
+}
+
 std::string opcode_subject(const Place &place, uint32_t opcode) {
     return subject(place, "opcode", std::to_string(opcode));
 }
@@ -98,6 +109,13 @@ std::string sap_subject(const Place &place, uint32_t sap) {
 
 std::string new_reply_subject(const Place &place, std::string_view user) {
     return subject(place, "reply", escaped(user) + '.' + new_token());
+}
+
+bool is_reply_subject(std::string_view subject, const Place &place) {
+    const std::string before = "qarn." + path_of(place) + "reply.";
+    if (!subject.starts_with(before)) return false;
+    const std::vector<std::string_view> words = words_of(subject.substr(before.size()));
+    return words.size() == 2 && unescaped(words[0]) && !words[1].empty() && unescaped(words[1]);
 }
 
 std::string answer_subject(std::string_view reply_subject, uint32_t sap) {

@@ -35,11 +35,16 @@ std::string escaped(std::string_view name);
 // None if no name has this word.
 std::optional<std::string> unescaped(std::string_view word);
 
+// Why the name of a `kind` ("switch", "user") is too long for subjects; none: it is not.
+std::optional<std::string> why_too_long(std::string_view kind, std::string_view name);
+
 std::string opcode_subject(const Place &place, uint32_t opcode);
 std::string sap_subject(const Place &place, uint32_t sap);
 
 // A reply subject that no other command has.
 std::string new_reply_subject(const Place &place, std::string_view user);
+// Whether it is one of the place. A request could carry any subject, such as the key of a registration.
+bool is_reply_subject(std::string_view subject, const Place &place);
 std::string answer_subject(std::string_view reply_subject, uint32_t sap);
 std::string all_answers(std::string_view reply_subject);
 

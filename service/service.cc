@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -142,7 +143,9 @@ void qarn_service::receive(service::Arrived &arrived) {
         auto request = read(arrived);
         const uint32_t *const end = request->excluded + request->num_excluded;
         if (std::find(request->excluded, end, settings_.registration.sap) == end) serve(std::move(request));
-    } catch (const std::runtime_error &failure) { // of the request, the reply or the server
+    } catch (const std::bad_alloc &) { // the other messages are still served
+        report(std::string("a request was not answered: ") + service::kNoMemory);
+    } catch (const std::exception &failure) { // of the request, the reply or the server
         report(failure.what());
     }
 }
@@ -152,6 +155,9 @@ std::unique_ptr<service::Request> qarn_service::read(const service::Arrived &arr
     const char *const reply_subject = natsMsg_GetReply(message);
     if (reply_subject == nullptr)
         throw service::Refusal("a request was dropped: it has no reply subject, to which the answer could go");
+    if (!nats::is_reply_subject(reply_subject, settings_.registration.place))
+        throw service::Refusal("a request was dropped: \"" + std::string(reply_subject) +
+                               "\" is no reply subject of this switch and VDC");
     auto request =
         service::read_request(natsMsg_GetData(message), static_cast<std::size_t>(natsMsg_GetDataLength(message)));
     request->reply_subject = nats::answer_subject(reply_subject, settings_.registration.sap);
@@ -196,6 +202,8 @@ void qarn_service::send(const service::Request &request, std::string_view messag
         throw service::Refusal("a message of an answer has " + std::to_string(message.size()) + " bytes, not " +
                                std::to_string(sizeof(qarn_cfg_frag)) + " to " + std::to_string(most) +
                                ", which is the max_payload of the server");
+    if (!membership_.is_registered())
+        throw nats::Error("an answer was not sent, or not the whole of it: the service is not registered");
     const natsStatus status = link_->news().is_up()
                                   ? natsConnection_Publish(connection, request.reply_subject.c_str(), message.data(),
                                                            static_cast<int>(message.size()))

@@ -18,6 +18,8 @@
  * service or throw. Services of one process with the same address and credentials share a connection, which has threads
  * of its own; these take no signals. A service cannot be used in a child process that was forked after it was opened.
  *
+ * The library behind the connection ignores SIGPIPE in the whole process.
+ *
  * One thread at a time may use a service, except that qarn_service_answer, qarn_service_send and qarn_service_max_data
  * may be called on any thread. */
 #ifndef QARNSERVICE_SERVICE_H
@@ -42,7 +44,8 @@ typedef int (*qarn_service_callback)(void *context, const struct qarn_service_re
                                      struct qarn_service_reply *reply);
 
 /* Gets one line without a newline, for a log, about what happens to the service: its connection was lost and is back,
- * it could not register, a request was wrong. */
+ * it could not register, a request was wrong. News of a connection are an event of one of the services that share it.
+ */
 typedef void (*qarn_service_event)(void *context, const char *text);
 
 /* Set to zero what is not needed. Texts and the structure are copied. */
@@ -51,7 +54,7 @@ struct qarn_service_options {
     const char *url;          /* of the NATS server: nats://HOST:PORT, or tls://HOST:PORT for another machine */
     const char *credentials;  /* path of the file with the user and the certificates; null: none */
     const char *switch_name;  /* of the switch that has the service */
-    const char *vdc;          /* number of its virtual device context; null: 1 */
+    const char *vdc;          /* number of its virtual device context, 1 to 65535; null: 1 */
     const char *name;         /* of the service, for people */
     uint32_t sap;             /* 2 to 0xfffffffe, of this service alone */
     uint32_t uuid;            /* of its elements, 1 to QARN_SERVICE_MAX_UUID */
@@ -70,8 +73,9 @@ QARN_SERVICE_EXPORT int qarn_service_open(const struct qarn_service_options *opt
                                           void *context, struct qarn_service **service,
                                           struct qarn_service_error *error);
 
-/* Take the registration away and free the service, which may be null. Waits for one answer of the server. Requests that
- * were not answered are lost. */
+/* Take the registration away and free the service, which may be null. Waits for the server for at most two seconds; if
+ * it does not answer, the registration ends after ten seconds. Requests that were not answered are lost. From now on
+ * nobody may call qarn_service_stop: ignore the signals whose handler does so before. */
 QARN_SERVICE_EXPORT void qarn_service_close(struct qarn_service *service);
 
 /* Answer requests until qarn_service_stop. Returns QARN_SERVICE_OK then, and QARN_SERVICE_NO_SERVER if the server has
@@ -85,17 +89,19 @@ QARN_SERVICE_EXPORT void qarn_service_stop(struct qarn_service *service);
  * connection. It belongs to the service; wait for it only. */
 QARN_SERVICE_EXPORT int qarn_service_descriptor(const struct qarn_service *service);
 
-/* Do what there is to do. Waits for nothing but the answer of the server to the renewal. Returns QARN_SERVICE_OK,
+/* Do what there is to do: answer the requests, and then renew the registration. Only the renewal waits, for at most two
+ * seconds; after a wait in vain no service with the same connection waits for three seconds. Returns QARN_SERVICE_OK,
  * QARN_SERVICE_STOPPED after qarn_service_stop, and QARN_SERVICE_NO_SERVER as qarn_service_run does. */
 QARN_SERVICE_EXPORT int qarn_service_process(struct qarn_service *service, struct qarn_service_error *error);
 
 /* Answer a request that was to be answered later. The caller keeps both. Returns the error of the reply, if it has
- * one, and then sends a failure; QARN_SERVICE_NO_SERVER if the answer was not sent, because there is no connection. */
+ * one, and then sends a failure; QARN_SERVICE_NO_SERVER if the answer was not sent, because there is no connection or
+ * the service is not registered: only a registered one answers, since another may have got its SAP. */
 QARN_SERVICE_EXPORT int qarn_service_answer(struct qarn_service *service, const struct qarn_service_request *request,
                                             struct qarn_service_reply *reply, struct qarn_service_error *error);
 
 /* Send one message of an answer, which qarn_service_fragments has made. QARN_SERVICE_INVALID: it is larger than the
- * server permits. */
+ * server permits; QARN_SERVICE_NO_SERVER as above. */
 QARN_SERVICE_EXPORT int qarn_service_send(struct qarn_service *service, const struct qarn_service_request *request,
                                           const void *message, size_t size, struct qarn_service_error *error);
 
