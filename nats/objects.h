@@ -32,6 +32,12 @@ class Error : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// The server has not answered in time.
+class NoAnswer : public Error {
+  public:
+    using Error::Error;
+};
+
 // Throws Error with "WHAT: the library's text", unless the status is NATS_OK.
 void check(natsStatus status, const std::string &what);
 

@@ -1,22 +1,21 @@
 #include "nats/registry.h"
 
-#include <signal.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <set>
 #include <string_view>
 #include <tuple>
 #include <utility>
 
+#include "nats/process.h"
+
 namespace nats {
 namespace {
 
-using std::chrono::duration_cast;
+using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
-constexpr int64_t kPatience = 5000; // milliseconds, for one answer of the server
+constexpr int64_t kLastSecond = 253402300799; // of the year 9999
 
 template <typename Number>
 void set_number(Number &number, std::string_view text) {
@@ -30,6 +29,8 @@ void set(Registration &registration, std::string_view key, std::string_view valu
     if (key == "host") registration.host = unescaped(value).value_or("");
     if (key == "uuid") set_number(registration.uuid, value);
     if (key == "pid") set_number(registration.pid, value);
+    if (key == "machine") registration.machine = unescaped(value).value_or("");
+    if (key == "started") set_number(registration.started, value);
     if (key == "since") set_number(registration.since, value);
     if (key != "answer-bytes" && key != "answer-ms") return;
     if (!registration.answer) registration.answer.emplace();
@@ -41,8 +42,11 @@ void set(Registration &registration, std::string_view key, std::string_view valu
         throw Error(
             "the NATS server has no JetStream, in which services register; start it with -js, or with "
             "jetstream {} in its configuration");
-    throw Error(std::string("the registry of services cannot be reached (") + natsStatus_GetText(status) +
-                "); check that the server that keeps it is running, the link to it, and that this user may use it");
+    const std::string text =
+        std::string("the registry of services cannot be reached (") + natsStatus_GetText(status) +
+        "); check that the server that keeps it is running, the link to it, and that this user may use it";
+    if (status == NATS_TIMEOUT) throw NoAnswer(text);
+    throw Error(text);
 }
 
 struct Kind {
@@ -88,12 +92,20 @@ Bucket open_bucket(jsCtx *jetstream, const Kind &kind, Registry::Missing missing
     return owner;
 }
 
+// Whoever may write a key may write anything into it.
+bool is_valid(const Registration &registration) {
+    return registration.sap >= kLowestSap && registration.sap <= kHighestSap && registration.since >= 0 &&
+           registration.since <= kLastSecond;
+}
+
+// None if the entry has none.
 std::optional<Registration> registration_of(kvEntry *entry) {
     auto key = key_in(kvEntry_Key(entry));
     if (!key) return {};
     Registration registration = registration_in(std::move(*key), {static_cast<const char *>(kvEntry_Value(entry)),
                                                                   static_cast<std::size_t>(kvEntry_ValueLen(entry))});
     registration.revision = kvEntry_Revision(entry);
+    if (!is_valid(registration)) return {};
     return registration;
 }
 
@@ -107,7 +119,7 @@ void erase(kvStore *bucket, const Registration &registration) {
 }
 
 // The entries of a bucket, which may be null.
-std::vector<Registration> entries_of(kvStore *bucket, const std::string &keys) {
+std::vector<Registration> entries_of(kvStore *bucket, const std::string &keys, milliseconds patience) {
     std::vector<Registration> all;
     if (bucket == nullptr) return all;
     kvWatchOptions options;
@@ -118,7 +130,7 @@ std::vector<Registration> entries_of(kvStore *bucket, const std::string &keys) {
     const Watcher watcher(opened);
     for (;;) {
         kvEntry *next = nullptr;
-        if (const natsStatus status = kvWatcher_Next(&next, watcher.get(), kPatience)) refuse(status);
+        if (const natsStatus status = kvWatcher_Next(&next, watcher.get(), patience.count())) refuse(status);
         const Entry entry(next);
         if (!entry) return all; // that was all
         if (auto registration = registration_of(entry.get())) all.push_back(std::move(*registration));
@@ -148,7 +160,8 @@ void add_missing(std::vector<Registration> &registered, std::vector<Registration
 std::string value_of(const Registration &registration) {
     std::string value = "name " + escaped(registration.name) + "\nuuid " + std::to_string(registration.uuid) +
                         "\nhost " + escaped(registration.host) + "\npid " + std::to_string(registration.pid) +
-                        "\nsince " + std::to_string(registration.since) + "\n";
+                        "\nmachine " + escaped(registration.machine) + "\nstarted " +
+                        std::to_string(registration.started) + "\nsince " + std::to_string(registration.since) + "\n";
     if (registration.answer)
         value += "answer-bytes " + std::to_string(registration.answer->bytes) + "\nanswer-ms " +
                  std::to_string(registration.answer->milliseconds) + "\n";
@@ -167,18 +180,22 @@ Registration registration_in(Key key, std::string_view value) {
 }
 
 bool is_same_process(const Registration &one, const Registration &other) {
-    return one.host == other.host && one.pid == other.pid && one.since == other.since;
+    const auto identity = [](const Registration &of) {
+        return std::tie(of.host, of.machine, of.pid, of.started, of.since);
+    };
+    return identity(one) == identity(other);
 }
 
-bool has_ended_here(const Registration &registration, const std::string &host) {
-    return registration.host == host && registration.pid > 0 && ::kill(static_cast<pid_t>(registration.pid), 0) != 0 &&
-           errno == ESRCH;
+bool has_ended_here(const Registration &registration) {
+    return has_ended_here(
+        ProcessIdentity{.machine = registration.machine, .pid = registration.pid, .started = registration.started});
 }
 
-Registry::Registry(natsConnection *connection, Missing missing) : missing_(missing) {
+Registry::Registry(natsConnection *connection, Missing missing, milliseconds patience)
+    : missing_(missing), patience_(patience) {
     jsOptions options;
     check(jsOptions_Init(&options), "JetStream");
-    options.Wait = kPatience;
+    options.Wait = patience_.count();
     jetstream_ = made<JetStream>("JetStream", natsConnection_JetStream, connection, &options);
     bucket_ = open_bucket(jetstream_.get(), kRegistrations, missing_);
 }
@@ -189,10 +206,15 @@ kvStore *Registry::roster() {
     return roster_.get();
 }
 
+// kvStore_Create, which also takes the key of one that was removed, would wait twice for a server that does not answer.
 bool Registry::create(Registration &registration) {
     const std::string name = key_of(registration), value = value_of(registration);
-    return kvStore_Create(&registration.revision, bucket_.get(), name.c_str(), value.data(),
-                          static_cast<int>(value.size())) == NATS_OK;
+    const auto size = static_cast<int>(value.size());
+    natsStatus status = kvStore_Update(&registration.revision, bucket_.get(), name.c_str(), value.data(), size, 0);
+    if (status != NATS_OK && status != NATS_TIMEOUT)
+        status = kvStore_Create(&registration.revision, bucket_.get(), name.c_str(), value.data(), size);
+    if (status == NATS_TIMEOUT) refuse(status);
+    return status == NATS_OK;
 }
 
 std::optional<Registration> Registry::find(const Place &place, uint32_t opcode, uint32_t sap) {
@@ -208,7 +230,7 @@ std::optional<Registration> Registry::claim(Registration &registration) {
     registration.revision = 0;
     if (!create(registration)) {
         auto owner = find(registration.place, registration.opcode, registration.sap);
-        if (owner && !has_ended_here(*owner, registration.host)) return owner;
+        if (owner && !has_ended_here(*owner)) return owner;
         if (owner) expire(*owner);
         if (!create(registration)) refuse(NATS_ERR);
     }
@@ -228,6 +250,7 @@ bool Registry::renew(Registration &registration) {
     const std::string name = key_of(registration), value = value_of(registration);
     const natsStatus status = kvStore_Update(&registration.revision, bucket_.get(), name.c_str(), value.data(),
                                              static_cast<int>(value.size()), registration.revision);
+    if (status == NATS_TIMEOUT) refuse(status);
     if (status != NATS_OK) {
         const auto owner = find(registration.place, registration.opcode, registration.sap);
         if (!owner || !is_same_process(*owner, registration)) return false;
@@ -261,15 +284,15 @@ std::vector<Registration> Registry::list_all() {
 }
 
 std::vector<Registration> Registry::list_registered(const Place &place) {
-    auto all = entries_of(bucket_.get(), all_keys(place));
+    auto all = entries_of(bucket_.get(), all_keys(place), patience_);
     sort(all);
     return all;
 }
 
 // The roster first: a service that registers meanwhile is not reported as missing.
 std::vector<Registration> Registry::list_keys(const std::string &keys) {
-    auto expected = entries_of(roster(), keys);
-    auto all = entries_of(bucket_.get(), keys);
+    auto expected = entries_of(roster(), keys, patience_);
+    auto all = entries_of(bucket_.get(), keys, patience_);
     add_missing(all, std::move(expected));
     sort(all);
     return all;

@@ -35,6 +35,8 @@ struct Registration {
     uint32_t uuid = 0;
     std::string host = {};
     int64_t pid = 0;
+    std::string machine = {}; // with `started` as in ProcessIdentity
+    uint64_t started = 0;
     int64_t since = 0; // seconds of the epoch
     std::optional<LastAnswer> answer = {};
     bool is_registered = true; // false: it is in the roster only
@@ -44,6 +46,8 @@ struct Registration {
     std::optional<std::chrono::steady_clock::time_point> in_roster_at = {}; // last write to the roster
 };
 
+inline constexpr uint32_t kLowestSap = 2, kHighestSap = 0xfffffffe; // of a service; others have meanings in a request
+
 // The value of a registration's key: lines "KEY VALUE". An unknown line is skipped, and so is a bad number.
 std::string value_of(const Registration &registration);
 Registration registration_in(Key key, std::string_view value);
@@ -51,19 +55,21 @@ Registration registration_in(Key key, std::string_view value);
 // Whether both are of the same process.
 bool is_same_process(const Registration &one, const Registration &other);
 
-// Whether its process was one of this host, and has ended.
-bool has_ended_here(const Registration &registration, const std::string &host);
+// Whether its process was one of this machine, and has ended.
+bool has_ended_here(const Registration &registration);
 
-// Every function throws Error.
+inline constexpr std::chrono::milliseconds kUsualPatience(5000); // for one answer of the server
+
+// Every function throws Error. After a NoAnswer it has not waited again.
 class Registry {
   public:
     // Whether a bucket that does not exist is made.
     enum class Missing : bool { kIsEmpty, kIsMade };
     // The connection must live longer.
-    Registry(natsConnection *connection, Missing missing);
+    Registry(natsConnection *connection, Missing missing, std::chrono::milliseconds patience = kUsualPatience);
 
-    // Register, also in the roster. Returns who has the key already; none: it is registered. A process of this host
-    // that has ended has nothing any more.
+    // Register, also in the roster. Returns who has the key already; none: it is registered. A process of this
+    // machine that has ended has nothing any more.
     std::optional<Registration> claim(Registration &registration);
     // Who has registered for the opcode with the SAP.
     std::optional<Registration> find(const Place &place, uint32_t opcode, uint32_t sap);
@@ -88,7 +94,8 @@ class Registry {
     kvStore *roster();
     std::vector<Registration> list_keys(const std::string &keys);
 
-    Missing missing_;
+    const Missing missing_;
+    const std::chrono::milliseconds patience_;
     JetStream jetstream_;
     Bucket bucket_, roster_; // null: there is none yet
 };

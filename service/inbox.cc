@@ -15,6 +15,7 @@ namespace {
 
 constexpr Clock::time_point kNow(std::chrono::nanoseconds(1)); // long ago
 constexpr std::chrono::hours kLongest(24);                     // which fits into any time_t
+constexpr std::size_t kMostMessages = 1000;                    // that wait
 
 // The clock of the timer is that of Clock. A time of 0 would disarm it.
 void set_timer(int timer, Clock::time_point due) {
@@ -48,13 +49,24 @@ void Inbox::arm(Clock::time_point due) {
 
 void Inbox::add(nats::Message message) {
     const std::lock_guard lock(mutex_);
-    contents_.messages.push_back({std::move(message), Clock::now()});
+    if (contents_.messages.size() < kMostMessages) {
+        contents_.messages.push_back({std::move(message), Clock::now()});
+    } else if (!std::exchange(contents_.has_dropped, true)) {
+        contents_.events.push_back(std::to_string(kMostMessages) +
+                                   " requests wait to be answered; further ones are dropped");
+    }
     arm(kNow);
 }
 
 void Inbox::add_event(std::string text) {
     const std::lock_guard lock(mutex_);
     contents_.events.push_back(std::move(text));
+    arm(kNow);
+}
+
+void Inbox::wake() {
+    const std::lock_guard lock(mutex_);
+    contents_.is_woken = true;
     arm(kNow);
 }
 
@@ -76,7 +88,7 @@ bool Inbox::take_stop() {
 
 void Inbox::wake_at(Clock::time_point due) {
     const std::lock_guard lock(mutex_);
-    arm(contents_.messages.empty() && contents_.events.empty() ? due : kNow);
+    arm(contents_.messages.empty() && contents_.events.empty() && !contents_.is_woken ? due : kNow);
 }
 
 void Inbox::wake_before(Clock::time_point due) {

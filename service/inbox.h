@@ -29,13 +29,15 @@ class Inbox {
 
     int descriptor() const { return timer_; }
 
-    void add(nats::Message message);
+    void add(nats::Message message); // which is dropped if too many wait
     void add_event(std::string text);
+    void wake(); // something else is to be looked at
     void stop(); // also by a signal handler
 
     struct Contents {
         std::deque<Arrived> messages;
         std::vector<std::string> events;
+        bool is_woken = false, has_dropped = false;
     };
     Contents take();
     bool take_stop();

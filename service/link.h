@@ -14,7 +14,7 @@
 
 namespace service {
 
-// The news of a connection, which reach the inbox of every service.
+// The news of a connection. One of its services reports them, and all look what has changed.
 class News : public nats::Observer {
   public:
     explicit News(std::string url) : url_(std::move(url)) {}
@@ -55,13 +55,20 @@ class Link {
     std::shared_ptr<nats::Registry> registry();
     void forget_registry(); // after an error
 
+    // After a wait in vain no service waits for the registry, until this moment; none: they may ask it.
+    std::optional<Clock::time_point> registry_pause();
+    void pause_registry();
+
   private:
+    void open_registry();
+
     const std::string url_;
     std::shared_ptr<News> news_;
     nats::Connection connection_;
     std::mutex mutex_; // of what follows
     std::shared_ptr<nats::Registry> registry_;
     uint64_t registry_of_ = 0; // times_restored() when it was made
+    Clock::time_point pause_end_ = {};
 };
 
 } // namespace service

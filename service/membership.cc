@@ -27,7 +27,7 @@ std::optional<nats::Registration> claim(nats::Registry &registry, nats::Registra
     if (auto owner = registry.claim(registration)) return owner;
     const uint32_t other = registration.opcode == nats::kNoOpcode ? uint32_t{QARN_OPC_REQUEST} : nats::kNoOpcode;
     auto owner = registry.find(registration.place, other, registration.sap);
-    if (!owner || nats::has_ended_here(*owner, registration.host)) return {};
+    if (!owner || nats::has_ended_here(*owner)) return {};
     registry.remove(registration);
     return owner;
 }
@@ -51,8 +51,11 @@ Membership::Membership(nats::Registration registration, std::shared_ptr<Link> li
 
 Membership::~Membership() {
     try {
-        if (is_registered_ && link_->news().is_up()) link_->registry()->remove(registration_);
-    } catch (const nats::Error &) { // its time will be over
+        if (is_registered_ && link_->news().is_up() && !link_->registry_pause())
+            link_->registry()->remove(registration_);
+    } catch (const nats::NoAnswer &) { // its time will be over
+        link_->pause_registry();
+    } catch (const nats::Error &) {
     }
 }
 
@@ -107,9 +110,17 @@ Clock::time_point Membership::next_due() const {
 
 void Membership::try_to_renew() {
     next_renewal_ = Clock::time_point::max();
-    if (!link_->news().is_up()) return; // its return is an event
+    if (!link_->news().is_up()) return; // it wakes the services when it is back
+    if (const auto end = link_->registry_pause()) {
+        next_renewal_ = *end;
+        return;
+    }
     try {
         renew();
+    } catch (const nats::NoAnswer &error) {
+        link_->forget_registry();
+        link_->pause_registry();
+        postpone(error.what(), kRetryPause);
     } catch (const nats::Error &error) {
         link_->forget_registry();
         postpone(error.what(), kRetryPause);

@@ -1,6 +1,7 @@
 // The registration of a service, from its claim to its end.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -15,7 +16,7 @@
 
 namespace service {
 
-// One thread at a time may call the functions, but note_answer any thread.
+// One thread at a time may call the functions, but is_registered and note_answer any thread.
 class Membership {
   public:
     using Report = std::function<void(const std::string &text)>;
@@ -31,7 +32,7 @@ class Membership {
 
     // Only a service that is registered answers, because another one may have got its SAP while the connection was
     // broken.
-    bool is_registered() const { return is_registered_; }
+    bool is_registered() const { return is_registered_ && times_restored_ == link_->news().times_restored(); }
 
     void register_after_loss(); // if the connection was broken
     void renew_if_due();
@@ -54,8 +55,9 @@ class Membership {
     const std::shared_ptr<Inbox> inbox_;
     const Report report_;
 
-    bool is_registered_ = false, is_in_trouble_ = false;
-    uint64_t times_restored_; // of the connection, as far as the service knows
+    std::atomic<bool> is_registered_ = false;
+    std::atomic<uint64_t> times_restored_; // of the connection, as far as the service knows
+    bool is_in_trouble_ = false;
     Clock::time_point next_renewal_;
     std::mutex mutex_; // of what follows
     std::optional<nats::LastAnswer> unwritten_answer_;
