@@ -8,6 +8,7 @@ namespace serve {
 namespace {
 
 constexpr uint32_t kLongestPause = 3600000; // milliseconds
+constexpr uint16_t kHighestVdc = 65535;
 
 // The parser takes whatever follows an option as its argument.
 std::string text_given(const std::string &text) {
@@ -25,7 +26,7 @@ void declare_options_of_switch(CLI::App &app, Options &options) {
         ->check(text_given);
     app.add_option("--vdc", options.vdc, "register for this virtual device context (default: from FILE)")
         ->type_name("ID")
-        ->check(text_given);
+        ->check(CLI::Range(uint16_t{1}, kHighestVdc).description(""));
     app.add_option("SERVICE", options.services, "names of the services that this process is (default: all of FILE)")
         ->type_name("");
     app.add_flag("--mask", options.mask, "hide the secrets that the description marks");
@@ -58,7 +59,7 @@ void declare_options_of_faults(CLI::App &app, Options &options) {
         ->check(pause);
     app.add_option("--die-after", options.die_after, "end abruptly after so many fragments of an answer with more")
         ->type_name("N")
-        ->check(CLI::PositiveNumber.description(""));
+        ->check(CLI::Range(1u, UINT32_MAX).description(""));
     app.add_flag("--twice", options.twice, "send each answer two times");
     app.add_option("--wrong-sap", options.wrong_sap, "send fragments with this SAP instead of its own")
         ->type_name("SAP");

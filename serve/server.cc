@@ -22,7 +22,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr int kMostEvents = 64; // that are handled before a moment of sending is looked for
+constexpr int kMostEvents = 64;            // that are handled before a moment of sending is looked for
+constexpr std::size_t kMostWaiting = 1000; // messages, before a further request is dropped
 
 int checked(int descriptor, const char *what) {
     if (descriptor < 0) throw std::system_error(errno, std::generic_category(), what);
@@ -67,10 +68,13 @@ const qarn_cfg_req_msg &message_of(const qarn_service_request *request) {
 Server::Server(sim::Switch &sw, const Options &options)
     : switch_(sw), options_(options), loop_(checked(epoll_create1(EPOLL_CLOEXEC), "epoll")), signals_(open_signals()) {
     watch(signals_, nullptr);
+    const std::string name = options.switch_name.value_or(sw.name);
+    if (sim::printable(name) != name)
+        throw std::runtime_error("the name of the switch has a control character: \"" + sim::printable(name) +
+                                 "\"; choose another one with --switch-name");
     for (sim::Service &service : sw.services) {
         const bool is_named = std::ranges::find(options.services, service.name) != options.services.end();
-        if (options.services.empty() || is_named)
-            open(service, options.switch_name.value_or(sw.name), options.vdc.value_or(std::to_string(sw.vdc)));
+        if (options.services.empty() || is_named) open(service, name, options.vdc.value_or(std::to_string(sw.vdc)));
     }
 }
 
@@ -82,7 +86,8 @@ Server::~Server() {
 void Server::open(sim::Service &service, const std::string &switch_name, const std::string &vdc) {
     add_faults(service, switch_, options_);
     const uint32_t die_after = std::exchange(service.faults.die_after, 0); // its process dies, and not its answer only
-    auto served = std::make_unique<Served>(Served{this, &service, die_after, {nullptr, qarn_service_close}});
+    auto served = std::make_unique<Served>(
+        Served{this, &service, die_after, service.fragment_size, {nullptr, qarn_service_close}});
     qarn_service_options options = {};
     options.size = sizeof options;
     options.url = options_.url.c_str();
@@ -98,8 +103,6 @@ void Server::open(sim::Service &service, const std::string &switch_name, const s
     qarn_service_error error;
     throw_if(qarn_service_open(&options, on_request, served.get(), &opened, &error), error);
     served->connected.reset(opened);
-    const std::size_t max_data = qarn_service_max_data(opened);
-    service.fragment_size = service.fragment_size != 0 ? std::min(service.fragment_size, max_data) : max_data;
     watch(qarn_service_descriptor(opened), served.get());
     served_.push_back(std::move(served));
 }
@@ -129,22 +132,48 @@ int Server::milliseconds_to_next() const {
     return static_cast<int>(std::clamp<int64_t>(left, 0, INT_MAX));
 }
 
-// The request is kept until the last message has gone.
-int Server::on_request(void *served, const qarn_service_request *request, qarn_service_reply *) {
-    const Request kept(request,
-                       [](const auto *freed) { qarn_service_request_free(const_cast<qarn_service_request *>(freed)); });
+// No exception may pass through the library. The request belongs to this program once it is in a Request.
+int Server::on_request(void *served, const qarn_service_request *request, qarn_service_reply *) try {
     Served &asked = *static_cast<Served *>(served);
-    if (!asked.service->is_silent) asked.server->answer(asked, kept);
+    Server &server = *asked.server;
+    std::deque<sim::Message> messages;
+    if (server.has_room() && !asked.service->is_silent) messages = server.messages_for(asked, request);
+    try {
+        const auto free = [](const auto *freed) {
+            qarn_service_request_free(const_cast<qarn_service_request *>(freed));
+        };
+        server.keep(asked, Request(request, free), std::move(messages));
+    } catch (const std::exception &failure) {
+        print(nullptr, ("an answer was not sent: " + std::string(failure.what())).c_str());
+    }
     return QARN_SERVICE_LATER;
+} catch (const std::exception &failure) {
+    print(nullptr, ("a request could not be answered: " + std::string(failure.what())).c_str());
+    return QARN_SERVICE_INVALID; // the library answers with a failure
 }
 
-// A store is what the request names, whether the description has one or not.
-void Server::answer(Served &served, const Request &request) {
-    const qarn_cfg_req_msg &message = message_of(request.get());
+bool Server::has_room() {
+    const bool was_full = std::exchange(is_full_, sendings_.size() >= kMostWaiting);
+    if (is_full_ && !was_full)
+        print(nullptr,
+              (std::to_string(kMostWaiting) + " messages wait to be sent; further requests are dropped").c_str());
+    return !is_full_;
+}
+
+// A store is what the request names, whether the description has one or not. The server's limit may be another one
+// after a reconnection.
+std::deque<sim::Message> Server::messages_for(Served &served, const qarn_service_request *request) {
+    const qarn_cfg_req_msg &message = message_of(request);
+    const std::size_t max_data = qarn_service_max_data(served.connected.get());
+    served.service->fragment_size = served.fragment_size != 0 ? std::min(served.fragment_size, max_data) : max_data;
     switch_.store = sim::requested_folder(message);
+    return sim::answer(*served.service, message);
+}
+
+// The request is kept until the last message has gone.
+void Server::keep(Served &served, const Request &request, std::deque<sim::Message> messages) {
     const auto start = Clock::now() + milliseconds(options_.delay);
     uint32_t number = 0;
-    std::deque<sim::Message> messages = sim::answer(*served.service, message);
     for (sim::Message &one : messages) {
         const auto due = start + milliseconds(options_.timeout_unit) * one.due + milliseconds(options_.drip) * number;
         const bool is_the_last = ++number == served.die_after && number < messages.size();

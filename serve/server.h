@@ -5,6 +5,9 @@
 #include <qarnservice/qarnservice.h>
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -33,8 +36,9 @@ class Server {
 
     struct Served {
         Server *server;
-        const sim::Service *service;
-        uint32_t die_after; // 0: never
+        sim::Service *service;
+        uint32_t die_after;        // 0: never
+        std::size_t fragment_size; // of the description; 0: none
         Connected connected;
     };
     struct Sending {
@@ -48,8 +52,10 @@ class Server {
     void watch(int descriptor, Served *served) const;
     int milliseconds_to_next() const;
 
-    void answer(Served &served, const Request &request);
     static int on_request(void *served, const qarn_service_request *request, qarn_service_reply *reply);
+    bool has_room();
+    std::deque<sim::Message> messages_for(Served &served, const qarn_service_request *request);
+    void keep(Served &served, const Request &request, std::deque<sim::Message> messages);
     void send_due();
     static void send(const Sending &sending);
 
@@ -58,6 +64,7 @@ class Server {
     int loop_, signals_;
     std::vector<std::unique_ptr<Served>> served_;
     std::multimap<Clock::time_point, Sending> sendings_;
+    bool is_full_ = false; // and that was reported
 };
 
 } // namespace serve

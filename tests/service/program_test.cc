@@ -53,6 +53,22 @@ TEST_F(Program, ServesTheDescriptionUntilItIsEnded) {
     EXPECT_EQ(requester_.registered(), std::vector<std::string>{});
 }
 
+// The server is stopped: it keeps the connection, and does not answer.
+TEST_F(Program, EndsSoonWhileTheRegistryDoesNotAnswer) {
+    const auto program = start();
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (requester_.registered().size() < 2 && std::chrono::steady_clock::now() < limit) {
+    }
+    server_.signal(SIGSTOP);
+    EXPECT_NE(program->wait_for("; trying again\n").find("the registry of services cannot be reached (Timeout)"),
+              std::string::npos);
+    program->signal(SIGTERM);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(program->wait(), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2)); // nobody waits for it again
+    server_.signal(SIGCONT);
+}
+
 TEST_F(Program, HasFaults) {
     const auto ask = [this](const std::vector<std::string> &faults) {
         const auto program = serve(faults);
@@ -81,6 +97,12 @@ TEST_F(Program, ExplainsWhatIsWrong) {
     };
     EXPECT_EQ(explanation({"osqf"}), "qarn-service: unknown service \"osqf\"; the nearest of " + file_ + ": ospf\n");
     EXPECT_EQ(explanation({"--delay", "x"}).find("qarn-service: "), 0u);
+    EXPECT_EQ(explanation({"--switch-name", "a\nb"}),
+              "qarn-service: the name of the switch has a control character: \"a?b\"; choose another one with "
+              "--switch-name\n");
+    EXPECT_EQ(explanation({"--switch-name", std::string(67, '.')}).find("qarn-service: the name of the switch \"..."),
+              0u);
+    EXPECT_EQ(explanation({"--vdc", "65536"}).find("qarn-service: --vdc: "), 0u);
     EXPECT_NE(explanation({"-s"}).find("qarn-service: --help describes the options\n"), std::string::npos);
     const auto first = serve();
     EXPECT_NE(explanation({"ospf"}).find("qarn-service: SAP 20 of switch \"spine\", VDC 1 belongs to \"ospf\""),

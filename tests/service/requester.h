@@ -41,6 +41,7 @@ class Server {
         url = "nats://127.0.0.1:" + port_;
     }
     void end() { process_.reset(); }
+    void signal(int number) const { ::kill(process_->pid(), number); }
 
     std::string path(const std::string &name) const { return folder_ + '/' + name; }
     std::string url;
@@ -76,15 +77,20 @@ class Requester {
         const std::string reply = nats::new_reply_subject(place_, "test");
         const auto answers = nats::made<nats::Subscription>("answers", natsConnection_SubscribeSync, connection_.get(),
                                                             nats::answer_subject(reply, sap).c_str());
+        send(subject, reply);
+        Answer answer;
+        while (add_next(answer, answers.get(), patience)) {
+        }
+        return answer;
+    }
+
+    // A request whose answer goes to the reply subject.
+    void send(const std::string &subject, const std::string &reply) {
         std::string request(sizeof(qarn_cfg_req_msg), '\0');
         const uint32_t source = QARN_SOURCE_RUNNING;
         std::memcpy(request.data() + offsetof(qarn_cfg_req_msg, cfg_source), &source, sizeof source);
         natsConnection_PublishRequest(connection_.get(), subject.c_str(), reply.c_str(), request.data(),
                                       static_cast<int>(request.size()));
-        Answer answer;
-        while (add_next(answer, answers.get(), patience)) {
-        }
-        return answer;
     }
 
     std::vector<std::string> registered() {

@@ -33,7 +33,7 @@ std::string reply_of(std::size_t size) {
 // What differs from test to test.
 struct Settings {
     const char *name = "ospf", *credentials = nullptr;
-    uint32_t by_sap_only = 0, max_data = 0;
+    uint32_t by_sap_only = 0, max_data = 0, sap = kSap;
 };
 
 // A service with a thread that runs it.
@@ -50,7 +50,7 @@ class Running {
         options.name = settings.name;
         options.by_sap_only = settings.by_sap_only;
         options.max_data = settings.max_data;
-        options.sap = kSap;
+        options.sap = settings.sap;
         options.uuid = kUuid;
         options.event = [](void *self, const char *text) { static_cast<Running *>(self)->note(text); };
         code = qarn_service_open(&options, call, this, &service, &error);
@@ -175,6 +175,42 @@ TEST(Service, RegistersAgainWithAServerThatStartedAgain) {
     test::Requester requester(server.url, kPlace);
     EXPECT_EQ(requester.registered(), std::vector<std::string>{"ospf"});
     EXPECT_EQ(requester.ask(kSap).data, reply_of(100));
+}
+
+TEST(Service, AnswersUnderAReplySubjectOfItsPlaceOnly) {
+    const test::Server server;
+    Running running(server.url, answer_shortly);
+    running.start();
+    test::Requester requester(server.url, kPlace);
+    const std::string own_key = "$KV.qarn-services." + nats::key(kPlace, QARN_OPC_REQUEST, kSap),
+                      good = nats::new_reply_subject(kPlace, "a b");
+    for (const std::string &reply :
+         {own_key.substr(0, own_key.rfind('.')), nats::new_reply_subject({"leaf 1.2", "2"}, "a"), good + ".x",
+          good.substr(0, good.rfind('.'))}) {
+        requester.send(nats::sap_subject(kPlace, kSap), reply);
+        running.wait_for("service \"ospf\": a request was dropped: \"" + reply +
+                         "\" is no reply subject of this switch and VDC\n");
+    }
+    EXPECT_EQ(requester.registered(), std::vector<std::string>{"ospf"});
+    EXPECT_EQ(requester.ask(kSap).data, reply_of(100));
+}
+
+TEST(Service, KeepsALimitedNumberOfRequests) {
+    const test::Server server;
+    int answered = 0;
+    Running running(server.url, [&](const qarn_service_request *, qarn_service_reply *) {
+        ++answered;
+        return QARN_SERVICE_OK;
+    });
+    test::Requester requester(server.url, kPlace);
+    for (int i = 0; i < 1100; ++i)
+        requester.send(nats::sap_subject(kPlace, kSap), nats::new_reply_subject(kPlace, "test"));
+    Running other(server.url, answer_shortly, {.name = "other", .sap = 30}); // its requests come over the same thread
+    other.start();
+    EXPECT_EQ(requester.ask(30).data, reply_of(100));
+    EXPECT_EQ(qarn_service_process(running.service, nullptr), QARN_SERVICE_OK);
+    EXPECT_EQ(answered, 1000);
+    running.wait_for("service \"ospf\": 1000 requests wait to be answered; further ones are dropped\n");
 }
 
 TEST(Service, CutsAnAnswerToThePayloadOfTheServer) {
