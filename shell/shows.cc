@@ -45,6 +45,8 @@ Title title_of(const sim::Manifest &manifest) {
                 json_text(manifest.switch_name) + ", \"vdc\": " + vdc + ", \"bytes\": " + size + "}"};
 }
 
+constexpr char kNothingSavedHere[] = // with --connect, where nothing can be saved
+    "nothing was shown: there is no list of what was saved; name the folder of a saved configuration with --store";
 constexpr char kNothingSaved[] =
     "nothing was shown: there is no list of what was saved; save a configuration with \"copy "
     "running-config startup-config\"";
@@ -89,7 +91,7 @@ int show_vdcs(Session &session, const Line &line) {
 
 int show_saved_services(Session &session, const Line &line) {
     const std::optional<sim::SavedServices> saved = sim::list_saved_services(session.current());
-    if (!saved) throw std::runtime_error(kNothingSaved);
+    if (!saved) throw std::runtime_error(session.remote() != nullptr ? kNothingSavedHere : kNothingSaved);
     bool is_whole = sim::saved_config_problems().empty();
     Table table({{"Service"}, {"SAP", true}, {"Elements", true}, {"Bytes", true}, {"File"}});
     for (std::size_t i = 0; i < saved->faults.size(); ++i) {

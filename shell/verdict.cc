@@ -1,6 +1,9 @@
 // What the outcome of a command means: what is missing, and the exit code.
 #include "shell/verdict.h"
 
+#include <qarncli/element.h>
+#include <qarncli/element_store.h>
+#include <qarncli/globals.h>
 #include <qarncli/outcome.h>
 
 #include <unistd.h>
@@ -129,6 +132,20 @@ constexpr Reason kReasons[] = {
     {QARN_OUTCOME_NO_MEMBERS, "the port-channel manager failed", true},
 };
 
+// Where nothing can be saved. None for another refusal.
+const char *advice_for_other_processes(uint32_t refusal) {
+    switch (refusal) {
+        case QARN_OUTCOME_NO_STARTUP:
+            return "there is no startup configuration in the store of this shell; name the folder of a saved one with "
+                   "--store";
+        case QARN_OUTCOME_NO_BINARY_STARTUP:
+            return "the store has only a text, in which nothing can be selected; name the folder of a whole store with "
+                   "--store, or show all of the text";
+        default:
+            return nullptr;
+    }
+}
+
 // The store itself reports why it cannot be locked, and each shell what its VDC lacks.
 bool is_reported_elsewhere(const sim::Switch &sw, const qarn_outcome &outcome) {
     if (outcome.refusal == QARN_OUTCOME_STORE_REFUSED) return outcome.verdict == QARN_OUTCOME_NOTHING;
@@ -141,6 +158,10 @@ std::string reason(const sim::Switch &sw, const qarn_outcome &outcome) {
     if (outcome.refusal == QARN_OUTCOME_NO_STARTUP && is_unreadable) return "the startup configuration cannot be read";
     if (outcome.refusal == QARN_OUTCOME_NO_MEMBERS && outcome.status == 0)
         return "a port channel has more than 36 members";
+    const auto &carrier = sw.transport.carrier;
+    if (outcome.refusal == QARN_OUTCOME_TRANSPORT && carrier && !carrier->why_not_sent().empty())
+        return carrier->why_not_sent();
+    if (const char *const advice = carrier ? advice_for_other_processes(outcome.refusal) : nullptr) return advice;
     const auto *row = std::ranges::find(kReasons, outcome.refusal, &Reason::refusal);
     if (row == std::end(kReasons) || is_reported_elsewhere(sw, outcome)) return "";
     return row->has_status ? with_status(sw, row->text, outcome.status) : row->text;
@@ -170,9 +191,18 @@ void add_services(const sim::Switch &sw, const qarn_outcome &outcome, Verdict &v
     }
 }
 
-} // namespace
+// Whether a service has configured interfaces.
+bool has_interface_elements() {
+    const auto is_one = [](void *, void *value, void *) -> gboolean {
+        const qarn_elem &element = *static_cast<qarn_merge_val *>(value)->elem;
+        const bool is_of_interfaces =
+            (element.uuid & 0xffff) == QARN_UUID_INTERFACE || (element.property & QARN_PROP_INTF) != 0;
+        return is_of_interfaces && (element.property & QARN_PROP_DUMMY) == 0;
+    };
+    return merge_elem_table_p != nullptr && g_hash_table_find(merge_elem_table_p, is_one, nullptr) != nullptr;
+}
 
-Verdict verdict_on(const sim::Switch &sw) {
+Verdict verdict_on_services(const sim::Switch &sw) {
     const qarn_outcome &outcome = *qarn_outcome_last();
     Verdict verdict;
     if (sw.has_refused_a_text) {
@@ -201,6 +231,18 @@ Verdict verdict_on(const sim::Switch &sw) {
         verdict.refusal = why;
         verdict.code = outcome.loop_pass != 0 ? kExitLoop : kExitFailure;
     }
+    return verdict;
+}
+
+} // namespace
+
+Verdict verdict_on(const sim::Switch &sw) {
+    Verdict verdict = verdict_on_services(sw);
+    const bool has_text = verdict.code == kExitComplete || verdict.code == kExitIncomplete;
+    if (!sw.has_unknown_interfaces || !has_text || !has_interface_elements()) return verdict;
+    verdict.missing.push_back(
+        {.reason = "the interfaces of " + sim::quoted(sw.name) + " are not known; name its description with -s"});
+    verdict.code = kExitIncomplete;
     return verdict;
 }
 

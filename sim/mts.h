@@ -118,6 +118,8 @@ class Carrier {
     // The next message of a service. The time-out is in the transport's unit; 0 never ends.
     virtual Arrival receive(Transport::Endpoint &endpoint, uint32_t opcode, uint32_t timeout) = 0;
 
+    // Why the request of the command was not sent; empty: it was, or the errno says it.
+    virtual std::string why_not_sent() const { return ""; }
     // Why this service has sent no complete reply, such as "is not registered"; empty: it had time to.
     virtual std::string why_silent(uint32_t) const { return ""; }
 };

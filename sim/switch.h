@@ -83,6 +83,7 @@ struct Switch : Script {
     // Whether loading a description fills in the elements of the service; without it, of every service.
     std::function<bool(const std::string &service)> wants_elements;
     std::vector<Interface> interfaces;                // in display order; blocks in the order of their first interface
+    bool has_unknown_interfaces = false;              // which the list lacks, although services may configure them
     std::map<std::string, std::string> port_profiles; // name -> lines for an interface that inherits it
     std::map<std::string, Feature> features;
     std::vector<Name> names; // of a description, in the order of reading

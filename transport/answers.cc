@@ -21,11 +21,11 @@ int64_t milliseconds_to(Clock::time_point end) {
 
 } // namespace
 
-Answers::Answers(natsConnection *connection, const std::string &reply_subject, int most_waiting)
+Answers::Answers(natsConnection *connection, const std::string &reply_subject, const Bounds &bounds)
     : connection_(connection),
       subscription_(nats::made<nats::Subscription>("subscription", natsConnection_SubscribeSync, connection,
                                                    nats::all_answers(reply_subject).c_str())) {
-    nats::check(natsSubscription_SetPendingLimits(subscription_.get(), most_waiting, -1), "subscription");
+    nats::check(natsSubscription_SetPendingLimits(subscription_.get(), bounds.messages, bounds.bytes), "subscription");
     nats::check(natsConnection_FlushTimeout(connection, kPatience),
                 "subscription"); // the server has it before it is used
     check_permissions();

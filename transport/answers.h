@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -12,9 +13,12 @@ namespace transport {
 
 class Answers {
   public:
-    // With more than `most_waiting` messages that have come but were not received, messages are lost. The connection
-    // must live longer. Throws nats::Error.
-    Answers(natsConnection *connection, const std::string &reply_subject, int most_waiting);
+    // With more than `bounds` that has come but was not received, messages are lost. The connection must live longer.
+    // Throws nats::Error.
+    struct Bounds {
+        int messages = 1 << 20, bytes = 1 << 30;
+    };
+    Answers(natsConnection *connection, const std::string &reply_subject, const Bounds &bounds);
 
     // The next message, or null at `end`. Throws nats::Error if messages were lost or none can come.
     nats::Message next(std::chrono::steady_clock::time_point end) const;
@@ -32,8 +36,8 @@ std::string_view payload_of(const nats::Message &answer);
 
 // What an answer that has this SAP in its subject is besides a fragment of that service.
 struct Fault {
-    std::string text;   // such as "is too short for a fragment"; empty: it is one
-    uint32_t named = 0; // the other SAP that it names; 0: none
+    std::string text = {};              // such as "is too short for a fragment"; empty: it is one
+    std::optional<uint32_t> named = {}; // the other SAP that it names
 };
 Fault fault_of(std::string_view payload, uint32_t sap);
 

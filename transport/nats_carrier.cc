@@ -54,9 +54,10 @@ class NatsCarrier : public sim::Carrier {
         presence_.reset();
         connection_ = nats::connect(settings_.access, nats::Reconnects::kNo);
         reply_subject_ = nats::new_reply_subject(settings_.place, nats::user_of(settings_.access));
-        answers_.emplace(connection_.get(), reply_subject_, settings_.most_waiting);
+        answers_.emplace(connection_.get(), reply_subject_, settings_.bounds);
         presence_.emplace(connection_.get(), settings_.place, settings_.registered.get());
         is_lost_ = false;
+        why_not_sent_.clear();
         reported_.clear();
         add_services(sim::current(), presence_->listed());
     }
@@ -70,12 +71,8 @@ class NatsCarrier : public sim::Carrier {
     }
 
     int send(uint32_t sap, uint32_t opcode, const sim::Bytes &payload) override {
-        if (sap != 0 && !presence_->has(sap)) return EPIPE;
-        if (static_cast<int64_t>(payload.size()) > natsConnection_GetMaxPayload(connection_.get())) {
-            report("the request has " + std::to_string(payload.size()) +
-                   " bytes, which is more than the max_payload of the NATS server; raise it in its configuration");
-            return EMSGSIZE;
-        }
+        if (sap != 0 && !is_there(sap)) return EPIPE;
+        if (is_too_large(payload.size())) return EMSGSIZE;
         const std::string subject =
             sap != 0 ? nats::sap_subject(settings_.place, sap) : nats::opcode_subject(settings_.place, opcode);
         const natsStatus status =
@@ -102,6 +99,8 @@ class NatsCarrier : public sim::Carrier {
         return {ETIME, {}};
     }
 
+    std::string why_not_sent() const override { return why_not_sent_; }
+
     std::string why_silent(uint32_t sap) const override {
         if (!presence_ || !presence_->had(sap)) return "is not registered";
         if (!presence_->has(sap)) return "ended before it had sent its reply";
@@ -109,6 +108,21 @@ class NatsCarrier : public sim::Carrier {
     }
 
   private:
+    bool is_there(uint32_t sap) {
+        if (presence_->has(sap)) return true;
+        why_not_sent_ = name_of(sap) + ' ' + why_silent(sap);
+        return false;
+    }
+
+    bool is_too_large(std::size_t size) {
+        const int64_t most = natsConnection_GetMaxPayload(connection_.get());
+        if (static_cast<int64_t>(size) <= most) return false;
+        why_not_sent_ = "the request has " + std::to_string(size) +
+                        " bytes, and the max_payload of the NATS server is " + std::to_string(most) +
+                        "; raise that in its configuration";
+        return true;
+    }
+
     // None when the limit is over, everybody who is awaited has gone, or messages were lost before.
     std::optional<sim::Message> next_before(const Moment &limit, sim::WatchedWait &wait) {
         while (!is_lost_) {
@@ -138,7 +152,7 @@ class NatsCarrier : public sim::Carrier {
         if (fault.text.empty()) return sim::Message{QARN_OPC_REPLY, sim::Bytes(payload)};
         if (!reported_.insert(sap).second) return {};
         std::string line = "an answer of " + name_of(sap) + " was dropped, because it " + fault.text;
-        if (fault.named != 0) line.append(" ").append(name_of(fault.named));
+        if (fault.named) line.append(" ").append(name_of(*fault.named));
         report(line);
         return {};
     }
@@ -160,6 +174,7 @@ class NatsCarrier : public sim::Carrier {
     std::optional<Answers> answers_;
     std::optional<Presence> presence_;
     bool is_lost_ = false;
+    std::string why_not_sent_;
     std::set<uint32_t> reported_; // SAPs of which an answer was dropped
 };
 

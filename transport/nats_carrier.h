@@ -9,6 +9,7 @@
 #include "nats/connection.h"
 #include "nats/names.h"
 #include "sim/switch.h"
+#include "transport/answers.h"
 #include "transport/presence.h"
 
 namespace transport {
@@ -16,7 +17,7 @@ namespace transport {
 struct Settings {
     nats::Access access = {};
     nats::Place place = {};
-    int most_waiting = 1 << 20; // messages that have come but were not received; with one more, messages are lost
+    Answers::Bounds bounds = {};
     // Who is registered in this place, as was read shortly before; null: every command reads that itself.
     std::shared_ptr<const Registrations> registered = nullptr;
     // What the user has to know. By default a line on standard error.

@@ -18,7 +18,7 @@ bool is_removal(const nats::Message &message) {
 std::map<uint32_t, nats::Registration> by_sap(const Registrations &registrations) {
     std::map<uint32_t, nats::Registration> processes;
     for (const nats::Registration &registration : registrations)
-        processes.emplace(registration.sap, registration);
+        if (registration.is_registered) processes.emplace(registration.sap, registration);
     return processes;
 }
 
@@ -34,7 +34,7 @@ Presence::Presence(natsConnection *connection, nats::Place place, const Registra
         all_ = *listed;
     } else {
         registry_.emplace(connection_, nats::Registry::Missing::kIsEmpty);
-        all_ = registry_->list_registered(place_);
+        all_ = registry_->list(place_);
     }
     listed_ = present_ = by_sap(all_);
     seen_ = Clock::now();

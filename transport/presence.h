@@ -16,13 +16,13 @@ using Registrations = std::vector<nats::Registration>;
 // A service whose process has ended has left, even if another process has taken its place: that one has not been asked.
 class Presence {
   public:
-    // `listed` are the registrations when the command begins; none: they are read from the registry. The connection
-    // must live longer. Throws nats::Error.
+    // `listed` are the registrations when the command begins, and who is missing; null: they are read from the
+    // registry. The connection must live longer. Throws nats::Error.
     Presence(natsConnection *connection, nats::Place place, const Registrations *listed);
 
     bool has(uint32_t sap) const { return present_.contains(sap); }
     bool had(uint32_t sap) const { return listed_.contains(sap); }
-    // The registrations at the beginning.
+    // Who was registered at the beginning, or should have been.
     const Registrations &listed() const { return all_; }
 
     // Look whether somebody has left, if that may be: once a second, because the server does not report registrations

@@ -88,8 +88,9 @@ class NatsCarrier : public test::Story {
         ASSERT_EQ(services_->wait_for("ready"), "ready");
     }
 
-    void run_through_server() {
-        sw.transport.carrier = transport::make_nats_carrier({.access = {.url = server_.url}, .place = kPlace});
+    void run_through_server(transport::Answers::Bounds bounds = {}) {
+        sw.transport.carrier =
+            transport::make_nats_carrier({.access = {.url = server_.url}, .place = kPlace, .bounds = bounds});
         watch([&] {
             sw.transport.carrier->begin();
             status = qarn_cli_run_cfg_gen(&req);
@@ -177,6 +178,14 @@ TEST_F(NatsCarrier, NeverReceivesTheAnswerToAnEarlierCommand) {
     compare();
     EXPECT_EQ(text, expected_);
     EXPECT_EQ(qarn_outcome_last()->verdict, QARN_OUTCOME_COMPLETE);
+}
+
+TEST_F(NatsCarrier, ReportsThatAnswersCameFasterThanTheyWereRead) {
+    start(answer_all);
+    run_through_server({.bytes = 16}); // a fragment has more
+    EXPECT_EQ(qarn_outcome_last()->verdict, QARN_OUTCOME_INCOMPLETE);
+    EXPECT_NE(errors.find("transport: answers were lost: they came faster than they were read\n"), std::string::npos)
+        << errors;
 }
 
 TEST_F(NatsCarrier, EndsAtOnceWhenTheServerEnds) {
