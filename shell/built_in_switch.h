@@ -2,4 +2,4 @@
 // switches/leaf.yaml.
 #pragma once
 
-extern const char kBuiltInSwitch[];
+extern const char kBuiltInSwitch[], kNameOfBuiltInSwitch[];

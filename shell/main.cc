@@ -105,8 +105,10 @@ int parse_and_run(int argc, char **argv) {
     shell::declare_options(app, options);
     try {
         app.parse(argc, argv);
+        shell::take_variables(options);
     } catch (const CLI::ParseError &error) {
         if (shell::asks_for_candidates(app)) return shell::print_candidates(options);
+        shell::name_variables(app);
         std::ostringstream help;
         if (app.exit(error, help, help) != 0) {
             shell::print_message("%s", shell::explain(error, app).c_str());

@@ -3,6 +3,10 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -22,10 +26,32 @@ std::string number_given(const std::string &text) {
     return text.empty() ? "needs a number" : "";
 }
 
+// What is wrong with the port of an address, if it has one.
+std::string wrong_port_in(const std::string &url) {
+    const std::size_t host = url.find("://") == std::string::npos ? 0 : url.find("://") + 3;
+    const std::size_t bracket = url.find(']', host),
+                      colon = url.find(':', bracket == std::string::npos ? host : bracket);
+    if (colon == std::string::npos) return "";
+    const std::string port = url.substr(colon + 1, url.find('/', colon) - colon - 1);
+    uint16_t number = 0;
+    const auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), number);
+    const bool is_port = error == std::errc() && end == port.data() + port.size() && number != 0;
+    return is_port ? "" : "the port in " + sim::printable(url) + " is no number from 1 to 65535";
+}
+
 // The parser takes whatever follows an option as its argument.
 std::string description_given(const std::string &path) {
     if (path.starts_with('-')) return "needs a path, not the option " + sim::printable(path);
     return path.empty() ? "needs a path" : "";
+}
+
+std::string address_given(const std::string &urls) {
+    if (urls.empty()) return "needs an address, such as nats://127.0.0.1:4222";
+    if (urls.starts_with('-')) return "needs an address, not the option " + sim::printable(urls);
+    std::string wrong;
+    for (const std::string &url : CLI::detail::split(urls, ','))
+        if (wrong.empty() && url.find('@') == std::string::npos) wrong = wrong_port_in(url);
+    return wrong;
 }
 
 std::string path_given(const std::string &path) {
@@ -49,22 +75,29 @@ void declare_options_of_transport(CLI::App &app, Options &options) {
     app.add_option("--connect", options.connect,
                    "show the switch whose services answer through the NATS server at this address")
         ->type_name("URL")
-        ->check(description_given)
+        ->check(address_given)
         ->envname("VSH_CONNECT");
     app.add_option("--switch-name", options.switch_name, "name of the switch there (default: from the description)")
         ->type_name("NAME")
-        ->envname("VSH_SWITCH_NAME")
         ->needs("--connect");
     app.add_option("--credentials", options.credentials, "file with the user and the certificates for --connect")
         ->type_name("FILE")
         ->check(description_given)
-        ->envname("VSH_CREDENTIALS")
         ->needs("--connect");
 }
+
+// The variables of options that need --connect. They have no effect without it, where the option would be an error.
+struct Variable {
+    const char *option, *name;
+    std::optional<std::string> Options::*value;
+};
+constexpr Variable kVariablesOfTransport[] = {{"--switch-name", "VSH_SWITCH_NAME", &Options::switch_name},
+                                              {"--credentials", "VSH_CREDENTIALS", &Options::credentials}};
 
 void declare_options_of_fleets(CLI::App &app, Options &options) {
     app.add_flag("--list-switches", options.list_switches, "list the switches that are registered there, and exit")
         ->needs("--connect")
+        ->excludes("--switch-name")
         ->excludes("-c")
         ->excludes("-f");
     app.add_option("--each-switch", options.each_switch,
@@ -107,7 +140,8 @@ void declare_session_options(CLI::App &app, Options &options) {
     app.add_flag("--stop-on-error", options.stop_on_error,
                  "end a script, or several commands, after the first one whose status is not 0");
     app.add_option("-s,--switch", options.switch_file,
-                   "simulate the switch that this file describes instead of the built-in one")
+                   "simulate the switch that this file describes instead of the built-in one; with --connect also a "
+                   "folder of files NAME.yaml")
         ->type_name("FILE")
         ->check(path_given)
         ->envname("VSH_SWITCH");
@@ -139,7 +173,8 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
     app.add_option("--output", options.output, "write the configuration to this file instead, and only a complete one")
         ->type_name("FILE")
         ->check(path_given)
-        ->needs("-c");
+        ->needs("-c")
+        ->excludes("--each-switch");
     app.add_flag("--plain", options.plain,
                  "without the header lines that change from one display to the next: command, time, when it was saved")
         ->envname("VSH_PLAIN");
@@ -245,6 +280,21 @@ void declare_options(CLI::App &app, Options &options) {
     declare_help(app);
 }
 
+void name_variables(CLI::App &app) {
+    for (const Variable &variable : kVariablesOfTransport)
+        app.get_option(variable.option)->envname(variable.name);
+}
+
+// What concerns all switches ignores the name of one.
+void take_variables(Options &options) {
+    if (!options.connect) return;
+    for (const Variable &variable : kVariablesOfTransport) {
+        const char *const text = std::getenv(variable.name);
+        if (!(options.*variable.value) && text != nullptr && *text != '\0') options.*variable.value = text;
+    }
+    if (options.list_switches || options.each_switch) options.switch_name.reset();
+}
+
 bool asks_for_candidates(const CLI::App &app) {
     return app.get_option(kComplete)->count() > 0;
 }
@@ -253,6 +303,7 @@ std::vector<OptionUsage> usages_of_options() {
     CLI::App app;
     Options options;
     declare_options(app, options);
+    name_variables(app);
     std::vector<OptionUsage> usages;
     for (CLI::Option *option : app.get_options([](const CLI::Option *one) { return !one->get_group().empty(); }))
         usages.push_back(usage_of(*option));

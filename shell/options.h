@@ -15,6 +15,11 @@ struct Options;
 // Declare the options so that a parse of the command line sets them.
 void declare_options(CLI::App &app, Options &options);
 
+// After the parse: set from the environment what only some options permit.
+void take_variables(Options &options);
+// After the parse: let the help name these variables.
+void name_variables(CLI::App &app);
+
 // Whether the command line, which may be wrong, has --complete. Then nothing but candidates may be printed.
 bool asks_for_candidates(const CLI::App &app);
 

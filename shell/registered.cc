@@ -21,10 +21,14 @@ namespace {
 using transport::Registrations;
 using Clock = std::chrono::steady_clock;
 
+constexpr char kExpectedOnly = '!'; // before the key of one that is not registered
+
 std::string written(const Registrations &registrations) {
     std::string text;
-    for (const nats::Registration &one : registrations)
-        if (one.is_registered) text += nats::key(one.place, one.opcode, one.sap) + '\n' + nats::value_of(one) + '\n';
+    for (const nats::Registration &one : registrations) {
+        if (!one.is_registered) text += kExpectedOnly;
+        text += nats::key(one.place, one.opcode, one.sap) + '\n' + nats::value_of(one) + '\n';
+    }
     return text;
 }
 
@@ -37,9 +41,13 @@ std::string_view take(std::string_view &text, std::string_view end) {
 Registrations read_back(std::string_view text) {
     Registrations registrations;
     while (!text.empty()) {
-        auto key = nats::key_in(take(text, "\n"));
+        std::string_view line = take(text, "\n");
+        const bool is_registered = !line.starts_with(kExpectedOnly);
+        if (!is_registered) line.remove_prefix(1);
+        auto key = nats::key_in(line);
         const std::string_view value = take(text, "\n\n");
         if (key) registrations.push_back(nats::registration_in(std::move(*key), value));
+        if (key) registrations.back().is_registered = is_registered;
     }
     return registrations;
 }

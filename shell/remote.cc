@@ -3,15 +3,18 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <set>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
+#include "shell/built_in_switch.h"
 #include "shell/command_error.h"
 #include "shell/message.h"
 #include "shell/registered.h"
 #include "shell/session.h"
+#include "shell/switch_file.h"
 #include "shell/values.h"
 #include "sim/cfglib.h"
 #include "sim/notation.h"
@@ -39,19 +42,12 @@ std::vector<std::string> names_of_switches(const Registrations &registrations) {
 std::string list_of(const std::vector<std::string> &names) {
     std::string list;
     for (std::size_t i = 0; i < std::min(names.size(), kMostNames); ++i)
-        list += (i == 0 ? "" : ", ") + sim::quoted(names[i]);
+        list += (i == 0 ? "" : ", ") + names[i];
     return names.size() > kMostNames ? list + " and " + std::to_string(names.size() - kMostNames) + " more" : list;
 }
 
-// VDCs are registered by their numbers.
 std::vector<sim::Vdc> vdcs_of(const Registrations &registrations, const std::string &switch_name) {
-    std::set<uint16_t> ids;
-    for (const nats::Registration &one : registrations) {
-        const std::string &text = one.place.vdc;
-        uint16_t id = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
-        if (error == std::errc() && end == text.data() + text.size()) ids.insert(id);
-    }
+    const std::set<uint16_t> ids = vdcs_in(registrations);
     std::vector<sim::Vdc> vdcs;
     vdcs.reserve(ids.size());
     for (const uint16_t id : ids)
@@ -59,11 +55,44 @@ std::vector<sim::Vdc> vdcs_of(const Registrations &registrations, const std::str
     return vdcs;
 }
 
+std::string quoted_list_of(std::vector<std::string> names) {
+    for (std::string &name : names)
+        name = sim::quoted(name);
+    return list_of(names);
+}
+
+// Those that have half of the name in common with it.
+std::vector<std::string> similar_to(const std::string &name, std::vector<std::string> names) {
+    const std::string half = name.substr(0, (name.size() + 1) / 2);
+    std::erase_if(names, [&](const std::string &one) { return !begins_with(one, half); });
+    return nearest_to(name, std::move(names));
+}
+
+std::string names_of_services(const Registrations &registrations) {
+    std::vector<std::string> names;
+    for (const nats::Registration &one : registrations) {
+        std::string name = sim::printable(one.name) + " (SAP " + std::to_string(one.sap) + ")";
+        if (names.empty() || names.back() != name) names.push_back(std::move(name));
+    }
+    return list_of(names);
+}
+
 nats::Place place_of(const sim::Switch &sw, const std::string &name) {
     return {.switch_name = name, .vdc = std::to_string(sw.vdc)};
 }
 
 } // namespace
+
+std::set<uint16_t> vdcs_in(const Registrations &registrations) {
+    std::set<uint16_t> ids;
+    for (const nats::Registration &one : registrations) {
+        const std::string &text = one.place.vdc;
+        uint16_t id = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
+        if (error == std::errc() && end == text.data() + text.size()) ids.insert(id);
+    }
+    return ids;
+}
 
 nats::Access access_of(const Options &options) {
     return {.url = *options.connect, .credentials = options.credentials, .client_name = "vsh"};
@@ -77,17 +106,45 @@ std::chrono::nanoseconds Remote::patience() const {
     return options_.completed ? std::chrono::nanoseconds(kPatienceForNames) : std::chrono::nanoseconds(kPatience);
 }
 
-std::string Remote::name_of_only_switch() const {
-    const std::vector<std::string> names = names_of_switches(registered_at(access(), {}, patience()));
+void Remote::take(KnownSwitch known) {
+    name_ = std::move(known.name);
+    all_ = std::move(known.registered);
+    read_at_ = known.read_at;
+    is_read_once_ = true;
+}
+
+Remote::Remote(const Options &options, std::optional<KnownSwitch> known)
+    : options_(options), is_described_(options.switch_file.has_value()), name_(options.switch_name) {
+    if (known) take(std::move(*known));
+}
+
+// Whoever is asked for the only switch has the registrations of all.
+void Remote::choose_only_switch() {
+    all_ = registered_at(access(), {}, patience());
+    const std::vector<std::string> names = names_of_switches(all_);
     if (names.empty()) throw std::runtime_error("no switch is registered at " + options_.connect.value());
     if (names.size() > 1)
         throw CommandError("several switches are registered at " + options_.connect.value() +
-                           "; choose one with --switch-name: " + list_of(names));
-    return names[0];
+                           "; choose one with --switch-name: " + quoted_list_of(names));
+    name_ = names[0];
+    read_at_ = Clock::now();
 }
 
-void Remote::read(const std::string &name) {
-    all_ = registered_at(access(), name, patience());
+const std::string &Remote::name() {
+    if (!name_) choose_only_switch();
+    return *name_;
+}
+
+// Where the switch has nobody, the others come from the same list: it may have been registered in between.
+void Remote::read() {
+    all_ = registered_at(access(), name_, patience());
+    if (all_.empty() && !options_.completed) {
+        const Registrations everybody = registered_at(access(), {}, patience());
+        others_ = names_of_switches(everybody);
+        std::erase(others_, *name_);
+        std::ranges::copy_if(everybody, std::back_inserter(all_),
+                             [&](const auto &one) { return one.place.switch_name == *name_; });
+    }
     read_at_ = Clock::now();
 }
 
@@ -95,25 +152,33 @@ bool Remote::is_younger_than(std::chrono::nanoseconds age) const {
     return read_at_ && Clock::now() - *read_at_ < age;
 }
 
+Remote::Description Remote::description() {
+    std::error_code error;
+    const std::optional<std::string> &given = options_.switch_file;
+    is_described_ = given.has_value();
+    if (given && !std::filesystem::is_directory(*given, error)) return {.file = given};
+    const std::string file = given ? file_of_switch(*given, name(), ".yaml") : "";
+    is_described_ = given && std::filesystem::exists(file, error);
+    if (is_described_) return {.file = file};
+    return {.is_missing = name() != kNameOfBuiltInSwitch};
+}
+
 void Remote::adopt(sim::Switch &sw) {
-    if (!name_) name_ = options_.switch_name;
-    if (!name_) name_ = options_.switch_file ? sw.name : name_of_only_switch();
-    if (!options_.switch_file && !is_younger_than(kFreshness)) read(*name_);
-    name(sw, *name_);
+    if (!name_) name_ = sw.name;
+    if (!is_described_ && !is_read_once_ && !is_younger_than(kFreshness)) read();
+    give_name_to(sw);
 }
 
-void Remote::adopt(sim::Switch &sw, const std::string &name_of_switch, Registrations registered, Time read_at) {
-    all_ = std::move(registered);
-    read_at_ = read_at;
-    is_read_once_ = true;
-    name(sw, name_of_switch);
+void Remote::adopt(sim::Switch &sw, KnownSwitch known) {
+    take(std::move(known));
+    give_name_to(sw);
 }
 
-void Remote::name(sim::Switch &sw, const std::string &name) {
-    name_ = sw.name = name;
-    setenv("VSH_SWITCH_NAME", name.c_str(), 1); // of the shells that the display of all VDCs starts
-    if (options_.switch_file) return;
-    sw.vdcs = vdcs_of(all_, name);
+void Remote::give_name_to(sim::Switch &sw) {
+    sw.name = *name_;
+    setenv("VSH_SWITCH_NAME", sw.name.c_str(), 1); // of the shells that the display of all VDCs starts
+    if (is_described_) return;
+    sw.vdcs = vdcs_of(all_, sw.name);
     if (sw.vdcs.empty()) refuse(sw);
 }
 
@@ -122,7 +187,7 @@ void Remote::name(sim::Switch &sw, const std::string &name) {
 void Remote::attach(sim::Switch &sw) {
     sw.in_process.clear();
     sim::clear_callback_table();
-    if (!options_.switch_file) sw.services.clear();
+    if (!is_described_) sw.services.clear();
     num_described_ = sw.services.size();
     select(sw);
     transport::add_services(sw, *registered_);
@@ -135,12 +200,18 @@ void Remote::select(const sim::Switch &sw) {
     registered_ = std::move(here);
 }
 
-void Remote::find_services(sim::Switch &sw) {
-    if (!is_read_once_ && !is_younger_than(kFreshness)) read(*name_);
+void Remote::list_services(sim::Switch &sw) {
+    if (!is_read_once_ && !is_younger_than(kFreshness)) read();
     select(sw);
     if (registered_->empty()) refuse(sw);
     sw.services.resize(num_described_);
     transport::add_services(sw, *registered_);
+}
+
+void Remote::find_services(sim::Switch &sw) {
+    list_services(sw);
+    if (std::ranges::none_of(*registered_, &nats::Registration::is_registered))
+        throw std::runtime_error(nobody_of(sw) + "; expected: " + names_of_services(*registered_));
     const bool is_known = is_younger_than(kAgeForCommands);
     if (!is_read_once_) read_at_.reset(); // of use for one command only
     const auto report = [](const std::string &text) { print_message("%s", text.c_str()); };
@@ -150,16 +221,21 @@ void Remote::find_services(sim::Switch &sw) {
                                                          .report = report});
 }
 
-// Nobody is registered in the VDC of this switch.
+std::string Remote::nobody_of(const sim::Switch &sw) const {
+    const nats::Place place = place_of(sw, *name_);
+    const bool has_others = std::ranges::any_of(all_, [&](const auto &one) { return one.place != place; });
+    const std::string vdc = has_others ? "VDC " + place.vdc + " of " : "";
+    return "no service of " + vdc + "switch " + sim::quoted(*name_) + " is registered at " + options_.connect.value();
+}
+
+// Nobody is registered in the VDC of this switch, and nobody should be.
 void Remote::refuse(const sim::Switch &sw) const {
-    const std::string at = " is registered at " + options_.connect.value();
-    if (!all_.empty())
-        throw std::runtime_error("no service of VDC " + std::to_string(sw.vdc) + " of switch " + sim::quoted(*name_) +
-                                 at);
-    const std::vector<std::string> names = names_of_switches(registered_at(access(), {}, patience()));
-    const std::string none = "no service of switch " + sim::quoted(*name_) + at;
-    if (names.empty()) throw std::runtime_error(none + ", nor of any other switch");
-    throw std::runtime_error(none + "; similar names there: " + list_of(nearest_to(*name_, names)));
+    const std::string nobody = nobody_of(sw);
+    if (!all_.empty()) throw std::runtime_error(nobody);
+    if (others_.empty()) throw std::runtime_error(nobody + ", nor of any other switch");
+    const std::vector<std::string> similar = similar_to(*name_, others_);
+    throw std::runtime_error(nobody + (similar.empty() ? "; there are " + quoted_list_of(others_)
+                                                       : "; similar names there: " + quoted_list_of(similar)));
 }
 
 } // namespace shell

@@ -25,7 +25,11 @@ Registered by_sap(const transport::Registrations &registrations) {
     return registered;
 }
 
+// One that is not registered keeps the host where it was last.
 std::vector<std::string> row_of(const nats::Registration &one) {
+    if (!one.is_registered)
+        return {one.name, std::to_string(one.sap), std::to_string(one.uuid), one.host, "", "", "",
+                "",       "not registered"};
     const auto &answer = one.answer;
     return {one.name,
             std::to_string(one.sap),
@@ -46,7 +50,7 @@ std::vector<std::string> row_of(const sim::Service &service) {
 } // namespace
 
 int show_registered_services(Session &session, const Line &line) {
-    session.find_services();
+    session.remote()->list_services(session.current());
     const Registered registered = by_sap(session.remote()->registered());
     Table table({{"Service"},
                  {"SAP", true},

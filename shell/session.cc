@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <new>
+#include <utility>
 
 #include "shell/built_in_switch.h"
 #include "shell/document.h"
@@ -93,18 +94,26 @@ void Session::report_no_secrets(const sim::Switch &sw, const std::optional<std::
     print_message("%s marks no element as secret; --mask hides nothing of it", sim::printable(*file).c_str());
 }
 
-Session::Session(const Options &options) : options_(options) {
+Session::Session(const Options &options, std::optional<KnownSwitch> known) : options_(options) {
     if (options_.connect && options_.mask)
         throw CommandError("--mask cannot be used with --connect: a request does not ask to hide secrets");
-    if (options_.connect) remote_.emplace(options_);
+    if (options_.connect) remote_.emplace(options_, std::move(known));
     enter(options_.vdc);
 }
 
-void Session::enter(std::optional<uint16_t> id) {
-    std::unique_ptr<sim::Switch> sw = load(options_.switch_file);
+std::unique_ptr<sim::Switch> Session::load_whole(std::optional<std::string> &file) {
+    const auto description = remote_ ? remote_->description() : Remote::Description{.file = options_.switch_file};
+    file = description.file;
+    auto sw = description.is_missing ? std::make_unique<sim::Switch>() : load(file);
+    sw->has_unknown_interfaces = description.is_missing;
     if (remote_) remote_->adopt(*sw);
+    return sw;
+}
+
+void Session::enter(std::optional<uint16_t> id) {
+    std::optional<std::string> file;
+    std::unique_ptr<sim::Switch> sw = load_whole(file);
     std::string name = sw->name;
-    std::optional<std::string> file = options_.switch_file;
     if (id) {
         const sim::Vdc vdc = active_vdc(*sw, &sim::Vdc::id, *id, std::to_string(*id));
         const std::vector<sim::Vdc> map = sw->vdcs;
@@ -135,11 +144,10 @@ void Session::find_services() {
     if (remote_) remote_->find_services(*switch_);
 }
 
-void Session::show_other_switch(const std::string &name, const transport::Registrations &registered,
-                                std::chrono::steady_clock::time_point read_at) {
-    remote_->adopt(*switch_, name, registered, read_at);
+void Session::show_other_switch(const KnownSwitch &known) {
+    remote_->adopt(*switch_, known);
     remote_->attach(*switch_);
-    prompt_ = name;
+    prompt_ = known.name;
 }
 
 void Session::switch_to(const std::string &name) {

@@ -50,7 +50,8 @@ inline constexpr char kNoOutput[] = "--output needs a command that shows somethi
 class Session {
   public:
     // Throws sim::DescriptionError, sim::StoreError or CommandError.
-    explicit Session(const Options &options);
+    // With `known`, it is that switch of the server.
+    explicit Session(const Options &options, std::optional<KnownSwitch> known = {});
 
     // Run one line and return the command's exit code.
     int execute(const std::string &line);
@@ -64,9 +65,8 @@ class Session {
     Remote *remote() { return remote_ ? &*remote_ : nullptr; }
     // To be called before a command that asks services: finds those that are registered. Throws std::runtime_error.
     void find_services();
-    // From now on the commands are those of another switch at the server, whose registrations were read at that time.
-    void show_other_switch(const std::string &name, const transport::Registrations &registered,
-                           std::chrono::steady_clock::time_point read_at);
+    // From now on the commands are those of another switch at the server, which has the same description.
+    void show_other_switch(const KnownSwitch &known);
     void switch_to(const std::string &name);
     void switch_back();
     void end() { is_over_ = true; }
@@ -74,6 +74,8 @@ class Session {
   private:
     // Load a description, by default the built-in one. A session reports its warnings once.
     std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file);
+    // Load the description of the switch, and set its file. What the server alone knows is empty otherwise.
+    std::unique_ptr<sim::Switch> load_whole(std::optional<std::string> &file);
     // Report once that --mask has no effect on the switch in this file.
     void report_no_secrets(const sim::Switch &sw, const std::optional<std::string> &file);
     int run(const std::string &line);

@@ -36,8 +36,9 @@ std::string name_of_member(const std::string &head) {
     return name;
 }
 
-std::string json_value(const std::string &cell, bool is_number) {
-    if (!is_number) return json_text(cell);
+std::string json_value(const std::string &cell, const Table::Column &column) {
+    if (column.is_list) return "[" + cell + "]";
+    if (!column.is_number) return json_text(cell);
     return cell.empty() ? "null" : cell;
 }
 
@@ -56,8 +57,8 @@ std::string line_of(const Row &row, const std::vector<std::size_t> &widths) {
 std::string time_text(std::time_t at) {
     std::tm local = {};
     char text[32];
-    std::strftime(text, sizeof text, "%F %T", localtime_r(&at, &local));
-    return text;
+    if (localtime_r(&at, &local) == nullptr) return "";
+    return std::strftime(text, sizeof text, "%F %T", &local) != 0 ? text : "";
 }
 
 std::string Table::json() const {
@@ -66,7 +67,7 @@ std::string Table::json() const {
         std::string members;
         for (std::size_t i = 0; i < row.size(); ++i) {
             members += (i == 0 ? "" : ", ") + json_text(name_of_member(columns_[i].head)) + ": ";
-            members += json_value(row[i], columns_[i].is_number);
+            members += json_value(row[i], columns_[i]);
         }
         rows.push_back("{" + members + "}");
     }

@@ -12,6 +12,7 @@ class Table {
     struct Column {
         std::string head;
         bool is_number = false;
+        bool is_list = false; // of numbers with commas, an array in JSON
     };
     explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
 

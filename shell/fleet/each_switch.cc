@@ -1,15 +1,18 @@
-// The shell sets itself up once, and one process per switch goes on from there: it changes the name of the switch and
-// its services, connects, and runs the command. So a switch costs a connection and a display, but no start of a shell.
+// One process per switch goes on from where the shell is: it connects and runs the command. So a switch costs a
+// connection and a display, but no start of a shell. A description of all switches is loaded once, before.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <list>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -25,6 +28,7 @@
 #include "shell/message.h"
 #include "shell/registered.h"
 #include "shell/run.h"
+#include "shell/switch_file.h"
 #include "shell/table.h"
 #include "sim/notation.h"
 
@@ -34,6 +38,8 @@ namespace {
 using State = Collected::State;
 
 constexpr std::size_t kMostRemarks = 8; // in a line of the table
+constexpr std::chrono::milliseconds kPatience(250);
+constexpr std::size_t kMostRunning = 64;
 
 // Some wait for their services while others work.
 std::size_t usual_jobs() {
@@ -51,8 +57,10 @@ const char *name_of(State state) {
     }
 }
 
+// The folder is made if its parent is there.
 void check_folder(const std::string &folder) {
     struct stat status = {};
+    mkdir(folder.c_str(), S_IRWXU);
     const bool is_there = stat(folder.c_str(), &status) == 0;
     if (is_there && !S_ISDIR(status.st_mode)) errno = ENOTDIR;
     if (!is_there || !S_ISDIR(status.st_mode) || access(folder.c_str(), W_OK | X_OK) != 0)
@@ -61,6 +69,9 @@ void check_folder(const std::string &folder) {
 
 void check_command(const Options &options) {
     if (options.commands.size() != 1) throw CommandError("--each-switch needs exactly one command");
+    const std::size_t begin = options.commands[0].find_first_not_of(" \t");
+    if (begin == std::string::npos || options.commands[0][begin] == '!')
+        throw CommandError("--each-switch needs a command, and -c has none");
     const Line line = match(options.commands[0]);
     if (!line.has_text) throw CommandError("--each-switch needs a command that shows something");
     if (line.is_saved()) throw CommandError("--each-switch and \"save\" both name a file");
@@ -79,8 +90,8 @@ bool is_usable(const Options &options) {
 
 class Fleet {
   public:
-    // The session's options are `options`, whose output file this changes before each process begins.
-    Fleet(Options &options, Session &session, const std::vector<FleetSwitch> &members)
+    // `options`, which a session has too, get the output file of each process before it begins.
+    Fleet(Options &options, Session *session, const std::vector<KnownSwitch> &members)
         : options_(options),
           session_(session),
           members_(members),
@@ -95,7 +106,9 @@ class Fleet {
             while (running_.size() < jobs_ && next_ < members_.size())
                 start(signals);
             if (take_ended()) continue;
-            const int signal = signals.wait({});
+            const int signal = signals.wait(may_begin_more() ? std::optional(kPatience) : std::nullopt);
+            for (std::size_t more = 0; signal <= 0 && more < jobs_ && may_begin_more(); ++more)
+                start(signals);
             if (signal <= 0 || signal == SIGCHLD) continue;
             end_all();
             if (signal == SIGINT) return false;
@@ -110,19 +123,24 @@ class Fleet {
 
   private:
     struct Running {
-        Running(std::size_t position, Session &session, const FleetSwitch &member, const std::string &command,
+        Running(std::size_t position, const Options &options, Session *session, const KnownSwitch &member,
                 const SignalsDuringChild &signals)
-            : at(position), collection(session, member, command, signals) {}
+            : at(position), collection(options, session, member, signals) {}
 
         std::size_t at;
         Collection collection;
     };
 
-    std::string path_of(std::size_t at) const { return file_of(*options_.each_switch, members_[at].name); }
+    std::string path_of(std::size_t at) const {
+        return file_of_switch(*options_.each_switch, members_[at].name, ".cfg");
+    }
+
+    // While nobody ends, those that run wait for their services and must not hold up the rest.
+    bool may_begin_more() const { return !options_.jobs && next_ < members_.size() && running_.size() < kMostRunning; }
 
     void start(const SignalsDuringChild &signals) {
         options_.output = path_of(next_);
-        running_.emplace_back(next_, session_, members_[next_], options_.commands[0], signals);
+        running_.emplace_back(next_, options_, session_, members_[next_], signals);
         ++next_;
     }
 
@@ -164,8 +182,8 @@ class Fleet {
     }
 
     Options &options_;
-    Session &session_;
-    const std::vector<FleetSwitch> &members_;
+    Session *session_;
+    const std::vector<KnownSwitch> &members_;
     std::size_t jobs_, next_ = 0, done_ = 0, incomplete_ = 0;
     std::list<Running> running_;
     std::vector<Collected> results_;
@@ -179,7 +197,7 @@ std::string joined(const std::vector<std::string> &remarks, std::size_t most) {
     return remarks.size() > most ? text + " and " + std::to_string(remarks.size() - most) + " more" : text;
 }
 
-Table table_of(const std::vector<FleetSwitch> &members, const std::vector<Collected> &results, std::size_t most) {
+Table table_of(const std::vector<KnownSwitch> &members, const std::vector<Collected> &results, std::size_t most) {
     Table table({{"Switch"}, {"Result"}, {"Bytes", true}, {"Milliseconds", true}, {"Missing or reason"}});
     for (std::size_t at = 0; at < members.size(); ++at) {
         const Collected &result = results[at];
@@ -218,13 +236,15 @@ void print(const Options &options, const Table &table, const std::vector<Collect
 int show_each_switch(Options options) {
     const auto begin = std::chrono::steady_clock::now();
     if (!is_usable(options)) return kExitUsage;
-    check_folder(*options.each_switch);
-    const std::vector<FleetSwitch> members = members_of(registered_at(access_of(options), {}, kPatienceForLists));
+    const std::vector<KnownSwitch> members = members_of(registered_at(access_of(options), {}, kPatienceForLists));
     if (members.empty()) throw std::runtime_error("no switch is registered at " + *options.connect);
+    check_folder(*options.each_switch);
     options.output.emplace();
-    options.switch_name = members[0].name;
-    Session session(options);
-    Fleet fleet(options, session, members);
+    std::optional<Session> session; // with the description of all
+    if (options.switch_file && !std::filesystem::is_directory(*options.switch_file)) {
+        session.emplace(options, members[0]);
+    }
+    Fleet fleet(options, session ? &*session : nullptr, members);
     if (!fleet.collect()) {
         print_message("session interrupted");
         return kExitInterrupted;

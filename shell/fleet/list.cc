@@ -8,6 +8,7 @@
 #include "shell/fleet/member.h"
 #include "shell/message.h"
 #include "shell/registered.h"
+#include "shell/remote.h"
 #include "shell/run.h"
 #include "shell/table.h"
 
@@ -16,30 +17,37 @@ namespace {
 
 struct Counts {
     std::string vdcs;
-    std::size_t services = 0;
+    std::size_t expected = 0, registered = 0; // services
 };
 
+std::string list_of_vdcs(const KnownSwitch &member) {
+    std::string list;
+    for (const uint16_t vdc : vdcs_in(member.registered))
+        list += (list.empty() ? "" : ",") + std::to_string(vdc);
+    return list;
+}
+
 // A service of two VDCs counts twice.
-Counts counts_of(const FleetSwitch &member) {
-    Counts counts;
-    std::set<std::string> vdcs;
-    std::set<std::pair<std::string, uint32_t>> services;
+Counts counts_of(const KnownSwitch &member) {
+    Counts counts = {.vdcs = list_of_vdcs(member)};
+    std::set<std::pair<std::string, uint32_t>> expected, registered;
     for (const nats::Registration &one : member.registered) {
-        if (vdcs.insert(one.place.vdc).second) counts.vdcs += (counts.vdcs.empty() ? "" : ",") + one.place.vdc;
-        services.emplace(one.place.vdc, one.sap);
+        expected.emplace(one.place.vdc, one.sap);
+        if (one.is_registered) registered.emplace(one.place.vdc, one.sap);
     }
-    counts.services = services.size();
+    counts.expected = expected.size();
+    counts.registered = registered.size();
     return counts;
 }
 
 } // namespace
 
 int list_switches(const Options &options) {
-    const std::vector<FleetSwitch> members = members_of(registered_at(access_of(options), {}, kPatienceForLists));
-    Table table({{"Switch"}, {"VDCs"}, {"Services", true}});
-    for (const FleetSwitch &member : members) {
+    const std::vector<KnownSwitch> members = members_of(registered_at(access_of(options), {}, kPatienceForLists));
+    Table table({{"Switch"}, {"VDCs", false, true}, {"Expected", true}, {"Registered", true}});
+    for (const KnownSwitch &member : members) {
         const Counts counts = counts_of(member);
-        table.add({member.name, counts.vdcs, std::to_string(counts.services)});
+        table.add({member.name, counts.vdcs, std::to_string(counts.expected), std::to_string(counts.registered)});
     }
     if (options.json) {
         std::printf("{\"version\": 1, \"rows\": %s}\n", table.json().c_str());

@@ -9,9 +9,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <utility>
 
-#include "nats/names.h"
 #include "shell/exit_code.h"
 #include "shell/message.h"
 #include "shell/report.h"
@@ -20,8 +20,6 @@ namespace shell {
 namespace {
 
 using std::chrono::milliseconds;
-
-constexpr char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_";
 
 void hold_signals() {
     sigset_t held;
@@ -42,16 +40,22 @@ std::vector<std::string> lines_of(const std::string &text) {
 }
 
 // The process of one switch.
-int collect(Session &session, const FleetSwitch &member, const std::string &command, const HeldOutput &record,
+int collect(const Options &options, Session *session, const KnownSwitch &member, const HeldOutput &record,
             const HeldOutput &errors) {
     hold_signals();
+    umask(S_IRWXG | S_IRWXO); // a new text is its owner's only
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
         dup2(errors.descriptor(), stream);
     const MessageLog log;
     std::string text;
     try {
-        session.show_other_switch(member.name, member.registered, member.read_at);
-        text = std::to_string(session.execute(command));
+        std::optional<Session> own;
+        if (session != nullptr) {
+            session->show_other_switch(member);
+        } else {
+            session = &own.emplace(options, member);
+        }
+        text = std::to_string(session->execute(options.commands[0]));
     } catch (const std::exception &error) {
         print_message("%s", error.what());
         text = std::to_string(kExitFailure);
@@ -69,8 +73,8 @@ std::string way_of_ending(int wait_status) {
 
 } // namespace
 
-std::vector<FleetSwitch> members_of(const transport::Registrations &registrations) {
-    std::vector<FleetSwitch> members;
+std::vector<KnownSwitch> members_of(const transport::Registrations &registrations) {
+    std::vector<KnownSwitch> members;
     const auto now = std::chrono::steady_clock::now();
     for (const nats::Registration &one : registrations) {
         if (members.empty() || members.back().name != one.place.switch_name)
@@ -80,15 +84,9 @@ std::vector<FleetSwitch> members_of(const transport::Registrations &registration
     return members;
 }
 
-std::string file_of(const std::string &folder, const std::string &switch_name) {
-    const bool is_plain =
-        !switch_name.empty() && switch_name[0] != '.' && switch_name.find_first_not_of(kPlain) == std::string::npos;
-    return folder + '/' + (is_plain ? switch_name : nats::escaped(switch_name)) + ".cfg";
-}
-
-Collection::Collection(Session &session, const FleetSwitch &member, const std::string &command,
+Collection::Collection(const Options &options, Session *session, const KnownSwitch &member,
                        const SignalsDuringChild &signals) {
-    process_.start(signals, [&] { _exit(collect(session, member, command, record_, errors_)); });
+    process_.start(signals, [&] { _exit(collect(options, session, member, record_, errors_)); });
 }
 
 bool Collection::has_ended() {

@@ -1,4 +1,4 @@
-// One switch of a fleet: its registrations, and the process that shows it.
+// One switch of a fleet, and the process that shows it.
 #pragma once
 
 #include <chrono>
@@ -14,13 +14,8 @@
 
 namespace shell {
 
-struct FleetSwitch {
-    std::string name;
-    transport::Registrations registered;
-    std::chrono::steady_clock::time_point read_at; // when they were read
-};
 // Ordered by name.
-std::vector<FleetSwitch> members_of(const transport::Registrations &registrations);
+std::vector<KnownSwitch> members_of(const transport::Registrations &registrations);
 
 // What became of a switch.
 struct Collected {
@@ -32,14 +27,11 @@ struct Collected {
     std::string messages = {}; // lines, for standard error
 };
 
-// The path of the text of a switch. A name with other characters than letters, digits, '.', '-' and '_' is escaped.
-std::string file_of(const std::string &folder, const std::string &switch_name);
-
 // Shows one switch in a process of its own.
 class Collection {
   public:
-    Collection(Session &session, const FleetSwitch &member, const std::string &command,
-               const SignalsDuringChild &signals);
+    // Runs the command of the options. A session of the parent has the description of all switches.
+    Collection(const Options &options, Session *session, const KnownSwitch &member, const SignalsDuringChild &signals);
 
     // Whether the process has ended.
     bool has_ended();

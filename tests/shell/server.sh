@@ -1,5 +1,5 @@
 # For cases with a NATS server: it and the services end with the case.
-#   start_server                     on a free port, the second time on the same; sets VSH_CONNECT
+#   start_server [OPTION...]         on a free port, the second time on the same; sets VSH_CONNECT
 #   start_services YAML SWITCH...    see tests/transport/services_program.cc; returns when they are registered
 #   wait_for FILE TEXT               until the file has the text
 # shellcheck shell=sh
@@ -19,7 +19,8 @@ wait_for() {
 }
 
 start_server() {
-    setpriv --pdeathsig KILL nats-server -a 127.0.0.1 -p "$port" -js -sd "$PWD/jetstream" >server.log 2>&1 &
+    rm -f server.log
+    setpriv --pdeathsig KILL nats-server -a 127.0.0.1 -p "$port" -js -sd "$PWD/jetstream" "$@" >server.log 2>&1 &
     server=$!
     started="$started $server"
     wait_for server.log 'Server is ready'

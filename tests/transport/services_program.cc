@@ -1,8 +1,9 @@
 // One process that is all services of one description, for several switches at once:
 //   test_services URL DESCRIPTION SWITCH...
 // It prints "ready" once they are registered. Its services answer at once and never renew what the server has lost. A
-// switch named "partial..." lacks the answer of the first service, and one named "gone..." ends in the middle of its
-// first answer.
+// switch named "partial..." lacks the answer of the first service. One named "gone..." ends in the middle of the last
+// answer of several, and stays in the roster, as a process that dies does. One named "strange..." registers under a
+// name with control characters.
 #include <signal.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -53,6 +54,7 @@ class Program {
             one.host = "host";
             one.pid = 4711;
             one.since = 1772366400;
+            if (name.starts_with("strange")) one.name = "\x1b[2J\n";
             one.answer = {100, 5};
             registry_.claim(one);
         }
@@ -82,13 +84,14 @@ class Program {
         for (const sim::Message &fragment : sim::answer(service, *config_request)) {
             natsConnection_Publish(connection_.get(), nats::answer_subject(reply, service.sap).c_str(),
                                    fragment.payload.data(), static_cast<int>(fragment.payload.size()));
-            if (subject.starts_with("qarn.gone")) end();
+            if (subject.starts_with("qarn.gone") && !is_first && &service == &sw_.services.back()) end();
         }
     }
 
     [[noreturn]] void end() {
+        natsConnection_Flush(connection_.get());
         for (const nats::Registration &registration : registrations_)
-            registry_.remove(registration);
+            registry_.expire(registration);
         _exit(1);
     }
 
