@@ -132,8 +132,7 @@ void declare_session_options(CLI::App &app, Options &options) {
         ->type_name("COMMAND")
         ->allow_extra_args(false);
     app.add_option("-f,--script", options.script,
-                   "run the commands of this file, one per line, and exit; - is standard "
-                   "input")
+                   "run the commands of this file, one per line, and exit; - is standard input")
         ->type_name("FILE")
         ->check(path_given)
         ->excludes("-c");
