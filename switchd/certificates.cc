@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "nats/objects.h"
+#include "switchd/signals.h"
 
 namespace switchd {
 namespace {
@@ -58,6 +59,12 @@ class Maker {
   private:
     std::string certificate_of(const std::string &name) const { return folder_.path_of(name + ".pem"); }
     std::string key_of(const std::string &name) const { return folder_.path_of(name + ".key"); }
+
+    // A signal ends it between two runs, so that no file is left half written.
+    static bool run(const std::vector<std::string> &words, std::string &output) {
+        throw_if_ended();
+        return switchd::run(words, output);
+    }
 
     // Empty: nothing is wrong.
     std::string fault_of(const std::string &name) const {

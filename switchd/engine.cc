@@ -78,10 +78,19 @@ void Engine::wait_until_ready() {
 bool Engine::read_log() {
     char part[4096];
     const ssize_t size = read(log_.get(), part, sizeof part);
-    if (size <= 0) return false;
+    if (size <= 0) {
+        log_.close();
+        return false;
+    }
     rest_.append(part, static_cast<std::size_t>(size));
     take_lines();
     return true;
+}
+
+void Engine::has_ended() {
+    pid_ = -1;
+    while (read_log()) {
+    }
 }
 
 void Engine::take_lines() {

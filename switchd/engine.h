@@ -24,7 +24,7 @@ class Engine {
     int log() const { return log_.get(); }
     // Read what is there of the log, and report errors in it. Returns false at its end.
     bool read_log();
-    void has_ended() { pid_ = -1; } // somebody else waited for it
+    void has_ended(); // somebody else waited for it
 
   private:
     void stop();

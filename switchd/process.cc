@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
@@ -49,9 +50,14 @@ std::vector<char *> arguments_of(const std::vector<std::string> &words) {
     _exit(127);
 }
 
+[[noreturn]] void refuse_descriptor() {
+    throw nats::Error(std::string("no descriptor: ") + std::strerror(errno) +
+                      "; allow more open files (ulimit -n, LimitNOFILE in a unit of systemd)");
+}
+
 Descriptor moved_up(int number) {
     const int copy = fcntl(number, F_DUPFD_CLOEXEC, kFirstFree);
-    if (copy < 0) throw nats::Error(std::string("no descriptor: ") + std::strerror(errno));
+    if (copy < 0) refuse_descriptor();
     close(number);
     return Descriptor(copy);
 }
@@ -82,8 +88,15 @@ void signal_all(const std::vector<pid_t> &children, int number) {
 
 Pipe new_pipe() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) throw nats::Error(std::string("no pipe: ") + std::strerror(errno));
+    if (pipe2(ends, O_CLOEXEC) != 0) refuse_descriptor();
     return {moved_up(ends[0]), moved_up(ends[1])};
+}
+
+uint64_t raise_limit_of_files() {
+    struct rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;
+    const rlim_t before = std::exchange(limit.rlim_cur, limit.rlim_max);
+    return setrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_max : before;
 }
 
 std::optional<std::string> find_program(const std::string &name) {
@@ -104,7 +117,9 @@ pid_t start(const std::vector<std::string> &words, const std::vector<Handed> &ha
     all.insert(all.end(), handed.begin(), handed.end());
     Pipe failure = new_pipe();
     const pid_t parent = getpid(), child = fork();
-    if (child < 0) throw nats::Error(std::string("no process: ") + std::strerror(errno));
+    if (child < 0)
+        throw nats::Error(std::string("no process: ") + std::strerror(errno) +
+                          "; allow more processes (ulimit -u, TasksMax in a unit of systemd)");
     if (child == 0) become(arguments.data(), all, parent, failure.write.get());
     failure.write.close();
     int error = 0;

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -40,6 +41,10 @@ Pipe new_pipe();
 struct Handed {
     int from, to;
 };
+
+// Permit this process, and the children that it starts from now on, as many open files as the system allows. Returns
+// their number.
+uint64_t raise_limit_of_files();
 
 // Where PATH, or /usr/sbin, has the program.
 std::optional<std::string> find_program(const std::string &name);

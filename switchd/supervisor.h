@@ -21,12 +21,13 @@ class Cleaner {
   public:
     // Throws nats::Error if the server cannot be reached or has no registry.
     explicit Cleaner(const nats::Access &access);
-    // Of the child, if it was the owner. A failure is reported: the registration then ends after its lifetime.
+    // That of the child, if it was the owner. A failure is reported: the registration then ends after its lifetime.
     void remove(const Service &service, pid_t child);
 
   private:
     nats::Connection connection_;
     nats::Registry registry_;
+    std::chrono::steady_clock::time_point next_try_ = {}; // later than now if the server did not answer
 };
 
 class Supervisor {
@@ -55,19 +56,26 @@ class Supervisor {
         Descriptor ready = Descriptor();                      // has a byte when the service is registered
         Clock::time_point start = {};                         // of the process; if it does not run, when it will
         std::chrono::seconds pause = std::chrono::seconds(0); // before the last start
-        bool was_ready = false;
-        int failures = 0; // before it was ready for the first time
+        bool was_started = false, was_ready = false;          // at any time
+        bool is_registered = false;                           // since its last start
+        int failures = 0;                                     // before it was ready for the first time
+
+        bool is_starting(Clock::time_point now) const;
     };
 
     void start(Child &child) const;
-    void start_due();
-    void wait();
+    void start_or_retry(Child &child);
+    void start_due(Clock::time_point now);
+    void wait(Clock::time_point now);
     void take_signals();
     void reap();
+    void server_has_died(int wait_status);
     void has_died(Child &child, int wait_status);
-    void take_ready(Child &child);
+    void start_later(Child &child, const std::string &reason);
+    void give_up(const Child &child, const std::string &reason);
+    static void take_ready(Child &child);
     void report_who_is_awaited();
-    int milliseconds_to_next() const;
+    int milliseconds_to_next(Clock::time_point now) const;
 
     Settings settings_;
     std::vector<Child> children_;
