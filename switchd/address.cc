@@ -1,28 +1,44 @@
 #include "switchd/address.h"
 
+#include <arpa/inet.h>
 #include <unistd.h>
 
 #include <charconv>
 #include <climits>
-
-#include "nats/objects.h"
-#include "sim/notation.h"
+#include <system_error>
 
 namespace switchd {
+namespace {
 
-Address address_in(const std::string &text) {
-    const std::size_t colon = text.rfind(':');
-    std::string host = text.substr(0, colon);
-    if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+bool is_name_or_number(const std::string &text) {
+    constexpr char kBytes[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-";
+    return !text.empty() && !text.starts_with('-') && text.find_first_not_of(kBytes) == std::string::npos;
+}
+
+std::optional<std::string> host_in(const std::string &text) {
+    if (is_name_or_number(text)) return text;
+    if (!text.starts_with('[') || !text.ends_with(']')) return {};
+    const std::string address = text.substr(1, text.size() - 2);
+    struct in6_addr bytes;
+    return inet_pton(AF_INET6, address.c_str(), &bytes) == 1 ? std::optional(address) : std::nullopt;
+}
+
+std::optional<uint16_t> port_in(const std::string &text) {
     uint16_t port = 0;
-    const char *end = text.data() + text.size();
-    const bool has_port = colon != std::string::npos && std::from_chars(text.data() + colon + 1, end, port).ptr == end;
-    const bool is_host = host.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-:") ==
-                         std::string::npos;
-    if (!has_port || colon + 1 == text.size() || host.empty() || !is_host)
-        throw nats::Error("cannot listen on " + sim::quoted(text) +
-                          "; --listen needs HOST:PORT, such as 10.0.0.5:4222");
-    return {host, port};
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), port);
+    const bool is_whole = !text.empty() && read.ec == std::errc() && read.ptr == text.data() + text.size();
+    return is_whole ? std::optional(port) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<Address> address_in(const std::string &text) {
+    const std::size_t colon = text.rfind(':');
+    if (colon == std::string::npos) return {};
+    const auto host = host_in(text.substr(0, colon));
+    const auto port = port_in(text.substr(colon + 1));
+    if (!host || !port) return {};
+    return Address{*host, *port};
 }
 
 bool is_every_address(const std::string &host) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace switchd {
@@ -11,8 +12,8 @@ struct Address {
     uint16_t port = 0; // 0: a free one
 };
 
-// Throws nats::Error.
-Address address_in(const std::string &text);
+// None if it is not HOST:PORT, with brackets around an IPv6 address.
+std::optional<Address> address_in(const std::string &text);
 bool is_every_address(const std::string &host); // of this machine
 std::string text_of(const Address &address);    // an IPv6 address in brackets
 std::string name_of_host();                     // of this machine

@@ -1,6 +1,7 @@
 // The kernel frees the lock when switchd ends in whatever way. A temporary folder whose switchd was killed is removed
-// by the next one: its lock file exists, but is free. A lock file gets its name only when it is locked, so that a
-// folder that is being made is never taken for such a one.
+// by the next one: its lock file exists, but is free. A lock file gets its name only when it is locked, and is removed
+// last, so that a folder that is being made or removed is never taken for such a one. A folder without a lock file,
+// whose switchd was killed at the beginning or the end, is removed when it is older than a minute.
 #include "switchd/folder.h"
 
 #include <fcntl.h>
@@ -8,12 +9,14 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <system_error>
 
 #include "nats/objects.h"
+#include "switchd/usage.h"
 
 namespace switchd {
 namespace {
@@ -37,16 +40,31 @@ bool is_private(const fs::path &path) {
            (status.st_mode & 077) == 0;
 }
 
-bool is_left(const fs::path &path) {
-    if (!path.filename().string().starts_with(kPrefix) || !is_private(path)) return false;
+// The caller holds the lock.
+void remove_folder(const fs::path &path) {
+    std::error_code error;
+    for (const fs::directory_entry &entry : fs::directory_iterator(path, error))
+        if (entry.path().filename() != kLock) fs::remove_all(entry.path(), error);
+    fs::remove_all(path, error);
+}
+
+bool is_old(const fs::path &path) {
+    std::error_code error;
+    const auto changed = fs::last_write_time(path, error);
+    return !error && fs::file_time_type::clock::now() - changed > std::chrono::minutes(1);
+}
+
+void remove_if_left(const fs::path &path) {
+    if (!path.filename().string().starts_with(kPrefix) || !is_private(path)) return;
     const Descriptor file(open((path / kLock).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
-    return file.get() >= 0 && flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+    const bool has_no_lock = file.get() < 0 && errno == ENOENT && is_old(path);
+    if (has_no_lock || (file.get() >= 0 && flock(file.get(), LOCK_EX | LOCK_NB) == 0)) remove_folder(path);
 }
 
 void remove_what_is_left(const fs::path &base) {
     std::error_code error;
     for (const fs::directory_entry &entry : fs::directory_iterator(base, error))
-        if (is_left(entry.path())) fs::remove_all(entry.path(), error);
+        remove_if_left(entry.path());
 }
 
 fs::path new_folder() {
@@ -61,7 +79,7 @@ fs::path own_folder(const std::string &given) {
     if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) fail("cannot make the folder " + given);
     struct stat status;
     if (lstat(path.c_str(), &status) != 0) fail("cannot use the folder " + given);
-    if (!S_ISDIR(status.st_mode)) throw nats::Error(given + " is no folder");
+    if (!S_ISDIR(status.st_mode)) throw UsageError(given + " is no folder");
     if (status.st_uid != geteuid()) throw nats::Error("the folder " + given + " belongs to another user");
     if ((status.st_mode & 077) != 0)
         throw nats::Error("others have access to the folder " + given + "; change that with chmod 700");
@@ -83,8 +101,7 @@ Folder::Folder(const std::optional<std::string> &given)
 }
 
 Folder::~Folder() {
-    std::error_code error;
-    if (is_temporary_) fs::remove_all(path_, error);
+    if (is_temporary_) remove_folder(path_);
 }
 
 void Folder::lock() {

@@ -12,7 +12,7 @@ namespace switchd {
 class Folder {
   public:
     // A given folder is made if it does not exist, and stays. Without one, a new folder is made, and removed in the
-    // end. Throws nats::Error if others have access, or if another switchd uses it.
+    // end. Throws nats::Error if others have access, or if another switchd uses it, and UsageError if it is no folder.
     explicit Folder(const std::optional<std::string> &given);
     ~Folder();
     Folder(const Folder &) = delete;

@@ -5,12 +5,16 @@
 #include <cstdio>
 #include <exception>
 #include <sstream>
+#include <string>
 
 #include "nats/objects.h"
 #include "sim/description.h"
 #include "switchd/options.h"
+#include "switchd/process.h"
 #include "switchd/report.h"
 #include "switchd/run.h"
+#include "switchd/signals.h"
+#include "switchd/usage.h"
 
 namespace {
 
@@ -26,8 +30,7 @@ int parse_and_run(int argc, char **argv) {
     } catch (const CLI::ParseError &error) {
         std::ostringstream help;
         if (app.exit(error, help, help) != 0) {
-            switchd::report(error.what());
-            switchd::report("--help describes the options");
+            switchd::report(std::string(error.what()) + "; --help describes the options");
             return kUsage;
         }
         std::fputs(help.str().c_str(), stdout);
@@ -40,7 +43,11 @@ int parse_and_run(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     try {
+        switchd::block_signals();
         return parse_and_run(argc, argv);
+    } catch (const switchd::UsageError &error) {
+        switchd::report(error.what());
+        return kUsage;
     } catch (const sim::DescriptionError &error) {
         switchd::report(error.what());
         return kUsage;

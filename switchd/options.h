@@ -24,6 +24,9 @@ struct Options {
     std::vector<std::string> services = {}; // names of those that are started; empty: all
 };
 
+// What is wrong with the name of a switch; empty: nothing.
+std::string fault_of_name(const std::string &name);
+
 // Declare the options so that a parse of the command line sets them.
 void declare_options(CLI::App &app, Options &options);
 

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <optional>
 
 #include "switchd/access.h"
@@ -13,6 +14,7 @@
 #include "switchd/configuration.h"
 #include "switchd/engine.h"
 #include "switchd/folder.h"
+#include "switchd/report.h"
 #include "switchd/services.h"
 #include "switchd/signals.h"
 #include "switchd/supervisor.h"
@@ -22,6 +24,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr char kNextLine[] = "connect"; // file in the folder
+
+std::string absolute(const std::string &given) {
+    const fs::path path = fs::absolute(given).lexically_normal();
+    return path.has_filename() ? path : path.parent_path();
+}
+
 std::string program_of_services(const Options &options) {
     if (!options.service_program.empty()) return fs::absolute(options.service_program);
     return fs::read_symlink("/proc/self/exe").parent_path() / "qarn-service";
@@ -30,6 +39,16 @@ std::string program_of_services(const Options &options) {
 void check_program(const std::string &program) {
     if (access(program.c_str(), X_OK) != 0)
         throw nats::Error("cannot start " + program + ", the program of services; name it with --service-program");
+}
+
+// Each service is a connection of the server; the rest is for the server, shells and what starts at the same time.
+void check_limit_of_files(std::size_t services) {
+    constexpr uint64_t kOthers = 200;
+    const uint64_t permitted = raise_limit_of_files(), needed = services + kOthers;
+    if (permitted < needed)
+        throw nats::Error(std::to_string(services) + " services need " + std::to_string(needed) +
+                          " open files, and the limit is " + std::to_string(permitted) +
+                          ": raise it (ulimit -Hn, LimitNOFILE in a unit of systemd), or start fewer services");
 }
 
 // A word as the user's shell takes it.
@@ -74,15 +93,20 @@ std::vector<std::string> command_of(const Options &options, const Way &way, cons
     return words;
 }
 
-void print_next_line(const Options &options, const Way &way) {
-    std::string line = "vsh -s " + word(options.switch_file) + " --connect " + word(way.url_for_others);
+std::string next_line(const Options &options, const std::string &switch_file, const Way &way) {
+    std::string line = "vsh -s " + word(switch_file) + " --connect " + word(way.url_for_others);
     if (options.switch_name) line += " --switch-name " + word(*options.switch_name);
     if (const auto file = way.credentials_for(kShellUser)) line += " --credentials " + word(*file);
-    std::puts(line.c_str());
+    return line + '\n';
+}
+
+void print(const std::string &line) {
+    std::fputs(line.c_str(), stdout);
     std::fflush(stdout);
 }
 
-int supervise(const Options &options, const Way &way, const std::vector<Service> &services, Engine *engine) {
+int supervise(const Options &options, const Way &way, const std::vector<Service> &services, Engine *engine,
+              const std::function<void()> &ready) {
     const std::string program = program_of_services(options);
     const auto own = way.credentials_for(kOwnUser);
     std::optional<Cleaner> cleaner;
@@ -93,15 +117,22 @@ int supervise(const Options &options, const Way &way, const std::vector<Service>
          .command = [&](const Service &service) { return command_of(options, way, program, service); },
          .engine = engine,
          .cleaner = cleaner ? &*cleaner : nullptr,
-         .ready = [&] { print_next_line(options, way); }});
+         .ready = ready});
     return supervisor.run();
 }
 
 int join(const Options &options, const std::vector<Service> &services) {
     Way way{.url = *options.join, .url_for_others = *options.join};
     const bool is_folder = options.credentials && fs::is_directory(*options.credentials);
-    (is_folder ? way.folder : way.credentials) = options.credentials;
-    return supervise(options, way, services, nullptr);
+    if (options.credentials) (is_folder ? way.folder : way.credentials) = absolute(*options.credentials);
+    return supervise(options, way, services, nullptr, [&] {
+        print(next_line(options, options.switch_file, way));
+        const auto shell = way.credentials_for(kShellUser);
+        if (shell && access(shell->c_str(), F_OK) != 0)
+            report(*shell +
+                   " does not exist: before that line can be used, copy ca.pem and shell.* there from the "
+                   "folder of the switchd that made them");
+    });
 }
 
 struct Hosts {
@@ -142,8 +173,9 @@ std::vector<User> users_for(const std::vector<Service> &services, Proof proof) {
 }
 
 int host(const Options &options, const std::vector<Service> &all, const std::vector<Service> &started) {
-    const Address listen = address_in(options.listen);
+    const Address listen = address_in(options.listen).value(); // the command line has been checked
     const Folder folder(options.folder);
+    folder.remove(kNextLine);
     fill(folder, listen, users_for(all, proof_on(listen.host)));
     Engine engine(folder);
     const Hosts hosts = hosts_of(listen.host);
@@ -151,16 +183,22 @@ int host(const Options &options, const std::vector<Service> &all, const std::vec
     const Way way{.url = scheme + text_of({hosts.own, engine.port()}),
                   .url_for_others = scheme + text_of({hosts.for_others, engine.port()}),
                   .folder = folder.path()};
-    return supervise(options, way, started, &engine);
+    const int status = supervise(options, way, started, &engine, [&] {
+        folder.write(kNextLine, next_line(options, absolute(options.switch_file), way));
+        print(next_line(options, options.switch_file, way));
+    });
+    folder.remove(kNextLine);
+    return status;
 }
 
 } // namespace
 
 int run(const Options &options) try {
-    block_signals();
     umask(077);
     const std::vector<Service> all = services_of(options), started = chosen(all, options.services);
     check_program(program_of_services(options));
+    check_limit_of_files(started.size());
+    throw_if_ended();
     return options.join ? join(options, started) : host(options, all, started);
 } catch (const Ended &) {
     return 0;

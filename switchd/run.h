@@ -5,7 +5,7 @@
 
 namespace switchd {
 
-// Returns the exit status. Throws nats::Error and sim::DescriptionError.
+// Returns the exit status. Throws nats::Error, UsageError and sim::DescriptionError.
 int run(const Options &options);
 
 } // namespace switchd

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "nats/objects.h"
 #include "sim/description.h"
 #include "sim/notation.h"
+#include "switchd/usage.h"
 
 namespace switchd {
 namespace {
@@ -26,10 +26,12 @@ void add_services(std::vector<Service> &services, const sim::Switch &sw, const s
 std::vector<Service> services_of(const Options &options) {
     sim::Switch sw;
     load(sw, options.switch_file);
+    const std::string name = options.switch_name.value_or(sw.name), fault = fault_of_name(name);
+    if (!fault.empty()) throw UsageError(options.switch_file + ": " + fault);
     std::vector<Service> services;
     for (const sim::Vdc &vdc : sw.vdcs) {
         if (!vdc.active) continue;
-        const nats::Place place{options.switch_name.value_or(sw.name), std::to_string(vdc.id)};
+        const nats::Place place{name, std::to_string(vdc.id)};
         if (vdc.switch_file.empty()) {
             add_services(services, sw, options.switch_file, place);
             continue;
@@ -46,7 +48,7 @@ std::vector<Service> chosen(const std::vector<Service> &services, const std::vec
     std::vector<Service> some;
     for (const std::string &name : names)
         if (std::ranges::find(services, name, &Service::name) == services.end())
-            throw nats::Error("the switch has no service " + sim::quoted(name));
+            throw UsageError("the switch has no service " + sim::quoted(name));
     for (const Service &service : services)
         if (std::ranges::find(names, service.name) != names.end()) some.push_back(service);
     return some;

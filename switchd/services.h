@@ -18,10 +18,10 @@ struct Service {
     bool consumer = true;
 };
 
-// Throws sim::DescriptionError.
+// Throws sim::DescriptionError and UsageError.
 std::vector<Service> services_of(const Options &options);
 
-// Those that the options name. Throws nats::Error if one of the names is of no service.
+// Those that the options name. Throws UsageError if one of the names is of no service.
 std::vector<Service> chosen(const std::vector<Service> &services, const std::vector<std::string> &names);
 
 std::string describe(const Service &service); // for messages

@@ -18,11 +18,11 @@ namespace fs = std::filesystem;
 
 class Running {
   public:
-    explicit Running(const std::string &arguments)
+    explicit Running(const std::string &arguments, const std::string &program = SWITCHD)
         : process_([&](int output) {
               dup2(output, STDOUT_FILENO);
               dup2(output, STDERR_FILENO);
-              execl("/bin/sh", "sh", "-c", ("exec " SWITCHD " " + arguments).c_str(), nullptr);
+              execl("/bin/sh", "sh", "-c", ("exec " + program + " " + arguments).c_str(), nullptr);
           }) {}
 
     std::string wait_for(const std::string &text) const { return process_.wait_for(text); }
@@ -53,10 +53,15 @@ bool is_running(pid_t pid) {
 }
 
 // All that it writes, and its status.
-std::string refused(const std::string &arguments) {
-    Running switchd(arguments);
-    const std::string text = switchd.wait_for(std::string(1, '\0'));
-    return text + "status " + std::to_string(switchd.status());
+std::string result_of(const std::string &arguments, const std::string &program = SWITCHD) {
+    Running process(arguments, program);
+    const std::string text = process.wait_for(std::string(1, '\0'));
+    return text + "status " + std::to_string(process.status());
+}
+
+std::string contents_of(const std::string &file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 class Switchd : public testing::Test {
@@ -65,6 +70,8 @@ class Switchd : public testing::Test {
         setenv("XDG_RUNTIME_DIR", here_.c_str(), 1);
         std::ofstream(file_) << "name: empty\nservices: []\n";
         std::ofstream(one_) << "name: one\nservices:\n  - {name: ospf, sap: 20, uuid: 30}\n";
+        std::ofstream(program_) << "#!/bin/sh\nexec " QARN_SERVICE " \"$@\"\n";
+        chmod(program_.c_str(), 0700);
     }
     ~Switchd() override { fs::remove_all(here_); }
 
@@ -79,34 +86,41 @@ class Switchd : public testing::Test {
         std::string path = fs::temp_directory_path() / "switchd-test.XXXXXX";
         return std::string(mkdtemp(path.data()));
     }();
-    const std::string file_ = here_ + "/empty.yaml", one_ = here_ + "/one.yaml", start_ = "-s " + file_;
+    const std::string file_ = here_ + "/empty.yaml", one_ = here_ + "/one.yaml", start_ = "-s " + file_,
+                      program_ = here_ + "/program", start_one_ = "-s " + one_ + " --service-program " + program_;
 };
 
 TEST_F(Switchd, PrintsTheNextLineAndLeavesNothing) {
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-        Running switchd(start_ + " --switch-name \"it's\" --service-program /bin/true");
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) {
+        Running switchd(start_one_ + " --switch-name \"it's\"");
         const std::string line = switchd.wait_for("\n");
         ASSERT_EQ(folders().size(), 1u);
-        EXPECT_EQ(line.substr(0, line.find("nats://")), "vsh -s " + file_ + " --connect ");
+        EXPECT_EQ(line.substr(0, line.find("nats://")), "vsh -s " + one_ + " --connect ");
+        EXPECT_EQ(contents_of(folders()[0] + "/connect"), line);
         EXPECT_EQ(line.substr(line.find(" --switch-name")),
                   " --switch-name 'it'\\''s' --credentials " + folders()[0] + "/shell.credentials\n");
         const std::vector<pid_t> children = switchd.children();
-        EXPECT_EQ(children.size(), 1u);
+        EXPECT_EQ(children.size(), 2u); // the server and the service
         EXPECT_EQ(switchd.end(signal), 0);
-        EXPECT_FALSE(is_running(children.at(0)));
+        for (const pid_t child : children)
+            EXPECT_FALSE(is_running(child));
         EXPECT_EQ(folders(), std::vector<std::string>());
     }
 }
 
 TEST_F(Switchd, LeavesNoProcessWhenItIsKilled) {
-    Running killed(start_ + " --service-program /bin/true");
+    Running killed(start_one_);
     killed.wait_for("\n");
     const std::vector<pid_t> children = killed.children();
     EXPECT_EQ(killed.end(SIGKILL), -SIGKILL);
-    ASSERT_EQ(children.size(), 1u);
-    while (is_running(children[0])) // until the kernel has killed it
-        sched_yield();
+    ASSERT_EQ(children.size(), 2u);
+    for (const pid_t child : children)
+        while (is_running(child)) // until the kernel has killed it
+            sched_yield();
 
+    fs::create_directory(here_ + "/switchd.noLock"); // as if it was killed before it made its lock
+    chmod((here_ + "/switchd.noLock").c_str(), 0700);
+    fs::last_write_time(here_ + "/switchd.noLock", fs::file_time_type::clock::now() - std::chrono::seconds(61));
     const std::vector<std::string> left = folders();
     Running next(start_ + " --service-program /bin/true");
     next.wait_for("\n");
@@ -120,11 +134,12 @@ TEST_F(Switchd, RefusesAFolderThatAnotherOneUses) {
                       arguments = start_ + " --service-program /bin/true --folder " + folder;
     Running first(arguments);
     const std::string line = first.wait_for("\n");
-    EXPECT_EQ(refused(arguments), "switchd: the folder " + folder + " is in use by another switchd, pid " +
-                                      std::to_string(first.pid()) + "; end that one, or name another folder\nstatus 1");
+    EXPECT_EQ(result_of(arguments), "switchd: the folder " + folder + " is in use by another switchd, pid " +
+                                        std::to_string(first.pid()) +
+                                        "; end that one, or name another folder\nstatus 1");
     const std::size_t begin = line.find("127.0.0.1"), end = line.find(' ', begin);
     const std::string busy =
-        refused(start_ + " --service-program /bin/true --listen " + line.substr(begin, end - begin));
+        result_of(start_ + " --service-program /bin/true --listen " + line.substr(begin, end - begin));
     EXPECT_NE(busy.find("another program uses the port: end it, or name another port with --listen\nstatus 1"),
               std::string::npos)
         << busy;
@@ -143,23 +158,30 @@ TEST_F(Switchd, RefusesWhatItCannotStart) {
     } cases[] = {
         {start_ + program + " --folder " + open,
          "switchd: others have access to the folder " + open + "; change that with chmod 700\nstatus 1"},
-        {start_ + program + " --listen here",
-         "switchd: cannot listen on \"here\"; --listen needs HOST:PORT, such as 10.0.0.5:4222\nstatus 1"},
+        {start_ + program + " --folder " + file_, "switchd: " + file_ + " is no folder\nstatus 2"},
+        {start_ + program + " --listen 127.0.0.1:65536",
+         "switchd: --listen: needs HOST:PORT with a port from 0 to 65535, such as 10.0.0.5:4222 or [fd00::5]:4222, not "
+         "\"127.0.0.1:65536\"; --help describes the options\nstatus 2"},
+        {start_ + program + " --switch-name \"$(printf 'a\\tb')\"",
+         "switchd: --switch-name: the name of a switch has no control characters; --help describes the options\n"
+         "status 2"},
+        {start_ + program + " --timeout-unit 0",
+         "switchd: --timeout-unit: Value 0 not in range 1 to 60000; --help describes the options\nstatus 2"},
         {start_ + " --service-program /no/such",
          "switchd: cannot start /no/such, the program of services; name it with --service-program\nstatus 1"},
-        {start_ + program + " ospf", "switchd: the switch has no service \"ospf\"\nstatus 1"},
+        {start_ + program + " ospf", "switchd: the switch has no service \"ospf\"\nstatus 2"},
         {"-s " + here_ + "/none" + program, "switchd: " + here_ + "/none: No such file or directory\nstatus 2"},
         {start_ + program + " --join nats://127.0.0.1:1",
          "switchd: cannot connect to nats://127.0.0.1:1: No server available for connection; check the address, and "
          "that nats-server runs there\nstatus 1"},
-        {"-s " + one_ + program,
-         "switchd: service \"ospf\" (SAP 20) ended with status 1; it starts again in 1 s\n"
-         "switchd: service \"ospf\" (SAP 20) ended with status 1; it starts again in 2 s\n"
-         "switchd: service \"ospf\" (SAP 20) ended with status 1 3 times before it was registered; all services "
-         "end\nstatus 1"},
+        {"-s " + one_ + " --service-program /bin/true",
+         "switchd: service \"ospf\" (SAP 20) ended with status 0; it starts again in 1 s\n"
+         "switchd: service \"ospf\" (SAP 20) ended with status 0; it starts again in 2 s\n"
+         "switchd: service \"ospf\" (SAP 20) ended with status 0 3 times before it was registered; all services "
+         "end; is /bin/true a qarn-service?\nstatus 1"},
     };
     for (const auto &[arguments, result] : cases)
-        EXPECT_EQ(refused(arguments), result);
+        EXPECT_EQ(result_of(arguments), result);
     EXPECT_EQ(folders(), std::vector<std::string>{open});
 }
 
@@ -176,42 +198,69 @@ TEST_F(Switchd, UsesAnotherAddressWithTlsOnly) {
     EXPECT_EQ(second.wait_for("\n"),
               "vsh -s " + file_ + " --connect " + url + " --credentials " + copy + "/shell.credentials\n");
     EXPECT_EQ(second.end(SIGTERM), 0);
+
+    fs::remove(copy + "/shell.credentials");
+    Running third(program + " --join " + url + " --credentials " + copy);
+    EXPECT_NE(third.wait_for("shell.credentials does not exist").find("does not exist"), std::string::npos);
+    const std::string bare = copy + "/bare.credentials";
+    std::ofstream(bare) << "ca ca.pem\n";
+    chmod(bare.c_str(), 0600);
+    const std::string refused = result_of("--connect " + url + " --credentials " + bare + " -c 'show services'", VSH);
+    EXPECT_EQ(refused.find("vsh: cannot connect to " + url), 0u) << refused;
+    EXPECT_NE(first.wait_for("provide a certificate").find("client didn't provide a certificate"), std::string::npos);
     EXPECT_EQ(first.end(SIGTERM), 0);
 
     fs::remove(folder + "/ca.key");
     fs::remove(folder + "/shell.key");
-    EXPECT_EQ(refused(arguments), "switchd: TLS is not complete: " + folder +
-                                      "/shell.pem: its key cannot be read; put shell.pem and shell.key there, or "
-                                      "ca.key, with which they are made\nstatus 1");
+    EXPECT_EQ(result_of(arguments), "switchd: TLS is not complete: " + folder +
+                                        "/shell.pem: its key cannot be read; put shell.pem and shell.key there, or "
+                                        "ca.key, with which they are made\nstatus 1");
     const std::string path = getenv("PATH");
     setenv("PATH", here_.c_str(), 1);
-    EXPECT_EQ(refused(arguments),
+    EXPECT_EQ(result_of(arguments),
               "switchd: another address than the loopback needs TLS, and the program openssl is missing: install the "
               "package openssl, or listen on 127.0.0.1\nstatus 1");
     setenv("PATH", path.c_str(), 1);
 }
 
-#ifdef QARN_SERVICE
+// What vsh says of the switch, by the line that switchd prints.
+std::string shown(const std::string &line) {
+    return result_of(line.substr(line.find(' '), line.find('\n') - line.find(' ')) + " -c 'show running-config'", VSH);
+}
+
 TEST_F(Switchd, StartsADeadServiceAgain) {
-    Running switchd("-s " + one_ + " --service-program " QARN_SERVICE);
-    const std::string line = switchd.wait_for("\n"), url = line.substr(line.find("nats://"));
-    const nats::Connection shell = nats::connect({.url = url.substr(0, url.find(' ')),
-                                                  .credentials = folders().at(0) + "/shell.credentials",
-                                                  .client_name = "shell"},
-                                                 nats::Reconnects::kNo);
-    nats::Registry registry(shell.get(), nats::Registry::Missing::kIsEmpty);
-    const auto is_registered = [&registry] { return registry.list_all().at(0).is_registered; };
-    EXPECT_TRUE(is_registered());
-    const std::vector<pid_t> children = switchd.children(); // the server and the service
-    ASSERT_EQ(children.size(), 2u);
+    std::ofstream(one_, std::ios::app) << "  - {name: vlan, sap: 21, uuid: 31}\n";
+    Running switchd(start_one_);
+    const std::string line = switchd.wait_for("\n");
+    EXPECT_TRUE(shown(line).ends_with("status 0")) << shown(line);
+    const std::vector<pid_t> children = switchd.children(); // the server and the services
+    ASSERT_EQ(children.size(), 3u);
+    chmod(program_.c_str(), 0); // it cannot start
     kill(children[1], SIGKILL);
     EXPECT_EQ(switchd.wait_for("\n"),
               "switchd: service \"ospf\" (SAP 20) ended with signal 9; it starts again in 1 s\n");
-    EXPECT_FALSE(is_registered()); // at once
-    while (!is_registered())       // until it is there again
+    const std::string incomplete = shown(line); // at once
+    EXPECT_NE(incomplete.find("incomplete: ospf (SAP 20)"), std::string::npos) << incomplete;
+    EXPECT_TRUE(incomplete.ends_with("status 3")) << incomplete;
+    EXPECT_EQ(switchd.wait_for("\n"), "switchd: service \"ospf\" (SAP 20): cannot start " + program_ +
+                                          ": Permission denied; it starts again in 2 s\n");
+    chmod(program_.c_str(), 0700);
+    while (!shown(line).ends_with("status 0")) // until it is there again
         sched_yield();
-    EXPECT_EQ(switchd.end(SIGTERM), 0);
+    kill(children[0], SIGKILL);
+    EXPECT_NE(switchd.wait_for("all services end").find("nats-server ended with signal 9; all services end"),
+              std::string::npos);
+    EXPECT_EQ(switchd.status(), 1);
 }
-#endif
+
+TEST_F(Switchd, RefusesAnotherMachineWithoutTls) {
+    const std::string url = "nats://192.0.2.1:4222",
+                      reason = ": " + url +
+                               " is another machine, which needs TLS: use tls://, and credentials with the lines ca, "
+                               "certificate and key\nstatus ";
+    EXPECT_EQ(result_of(start_one_ + " --join " + url), "switchd" + reason + "1");
+    EXPECT_EQ(result_of("-s " + one_ + " --connect " + url, QARN_SERVICE), "qarn-service" + reason + "1");
+    EXPECT_EQ(result_of("--connect " + url + " -c 'show services'", VSH), "vsh" + reason + "1");
+}
 
 } // namespace
