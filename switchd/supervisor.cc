@@ -24,6 +24,7 @@ using std::chrono::seconds;
 constexpr seconds kLongestPause(60), kLongLife(60); // after a long life the pauses begin again
 constexpr seconds kUsualStart(10);                  // of all services
 constexpr std::ptrdiff_t kMostStarting = 50;        // at the same time, unless they take longer than usual
+constexpr std::size_t kMostNames = 10;              // in one message
 constexpr int kMostFailures = 3;                    // of a service that was never ready
 constexpr int kReadyDescriptor = 3;                 // in a service
 
@@ -198,8 +199,14 @@ void Supervisor::give_up(const Child &child, const std::string &reason) {
 void Supervisor::report_who_is_awaited() {
     if (is_ready_ || is_awaited_reported_ || Clock::now() < begin_ + kUsualStart) return;
     is_awaited_reported_ = true;
-    for (const Child &child : children_)
-        if (!child.was_ready) report(describe(child.service) + " is not registered yet");
+    std::string names;
+    std::size_t count = 0;
+    for (const Child &child : children_) {
+        if (child.was_ready) continue;
+        if (++count <= kMostNames) names += (count == 1 ? "" : ", ") + describe(child.service);
+    }
+    const std::string others = count > kMostNames ? " and " + std::to_string(count - kMostNames) + " more" : "";
+    report("not registered yet: " + names + others);
 }
 
 } // namespace switchd
