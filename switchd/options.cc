@@ -11,8 +11,7 @@
 namespace switchd {
 namespace {
 
-constexpr uint32_t kLongestUnit = 60000;  // milliseconds
-constexpr std::size_t kLongestName = 200; // escaped, as a word of a subject
+constexpr uint32_t kLongestUnit = 60000; // milliseconds
 
 // The parser takes whatever follows an option as its argument.
 std::string text_given(const std::string &text) {
@@ -55,8 +54,7 @@ void declare_options_of_engine(CLI::App &app, Options &options) {
 std::string fault_of_name(const std::string &name) {
     const auto is_control = [](unsigned char byte) { return byte < ' ' || byte == 0x7f; };
     if (std::ranges::any_of(name, is_control)) return "the name of a switch has no control characters";
-    if (nats::escaped(name).size() > kLongestName) return "the name of the switch is too long: " + sim::quoted(name);
-    return text_given(name);
+    return nats::why_too_long("switch", name).value_or(text_given(name));
 }
 
 void declare_options(CLI::App &app, Options &options) {

@@ -8,8 +8,6 @@
 #include <iterator>
 #include <vector>
 
-#include "nats/connection.h"
-#include "nats/registry.h"
 #include "transport/nats_server.h"
 
 namespace {
