@@ -26,7 +26,7 @@ inline constexpr char kRoster[] = "qarn-roster";   // who should be, with the sa
 // Whose messages and registrations.
 struct Place {
     std::string switch_name = {}, vdc = {};
-    auto operator<=>(const Place &) const = default;
+    auto operator<=>(const Place &) const = default; // NOLINT(modernize-use-nullptr): a fault of the check
 };
 
 // One word of a subject or a key: every byte except letters, digits, '-' and '_' becomes '=' and two hexadecimal

@@ -144,11 +144,12 @@ void sort(std::vector<Registration> &registrations) {
 
 // Add those for whose SAP nobody is registered.
 void add_missing(std::vector<Registration> &registered, std::vector<Registration> expected) {
-    std::set<std::pair<Place, uint32_t>> present;
+    const auto owner = [](const Registration &one) { return key(one.place, kNoOpcode, one.sap); };
+    std::set<std::string> present;
     for (const Registration &one : registered)
-        present.emplace(one.place, one.sap);
+        present.insert(owner(one));
     for (Registration &one : expected) {
-        if (present.contains({one.place, one.sap})) continue;
+        if (present.contains(owner(one))) continue;
         one.is_registered = false;
         one.revision = 0;
         registered.push_back(std::move(one));
