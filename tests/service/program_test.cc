@@ -53,6 +53,12 @@ TEST_F(Program, ServesTheDescriptionUntilItIsEnded) {
     EXPECT_EQ(requester_.registered(), std::vector<std::string>{});
 }
 
+TEST_F(Program, TakesTheSapOfAProcessThatDied) {
+    serve({"ospf"})->signal(SIGKILL);
+    const auto second = serve({"ospf"});
+    EXPECT_EQ(requester_.registered(), std::vector<std::string>{"ospf"});
+}
+
 // The server is stopped: it keeps the connection, and does not answer.
 TEST_F(Program, EndsSoonWhileTheRegistryDoesNotAnswer) {
     const auto program = start();
