@@ -23,7 +23,7 @@ struct Counts {
 std::string list_of_vdcs(const KnownSwitch &member) {
     std::string list;
     for (const uint16_t vdc : vdcs_in(member.registered))
-        list += (list.empty() ? "" : ",") + std::to_string(vdc);
+        list.append(list.empty() ? "" : ",").append(std::to_string(vdc));
     return list;
 }
 
