@@ -190,7 +190,7 @@ TEST_F(Switchd, UsesAnotherAddressWithTlsOnly) {
     const std::string line = first.wait_for("\n");
     const std::size_t port = line.find(':', line.find("--connect tls://") + 16);
     ASSERT_NE(port, std::string::npos) << line;
-    const std::string url = "tls://localhost" + line.substr(port, line.find(' ', port) - port), copy = here_ + "/copy";
+    const std::string url = "tls://127.0.0.1" + line.substr(port, line.find(' ', port) - port), copy = here_ + "/copy";
     fs::copy(folder, copy, fs::copy_options::recursive);
     Running second(program + " --join " + url + " --credentials " + copy);
     EXPECT_EQ(second.wait_for("\n"),
