@@ -82,7 +82,12 @@ int show_as_json(Session &session, const Line &line, EntryPoint entry, Request &
     Document document(line.text, session.current());
     const int result = run_command(session.current(), entry, request, output, text.descriptor(), deadline);
     document.add(outcome.contents());
-    if (has_text(result)) document.add_blocks(filtered(line, text.contents(), 0));
+    const std::string shown = has_text(result) ? filtered(line, text.contents(), 0) : "";
+    if (line.is_explained) {
+        document.add("\"lines\": " + json_array(lines_of(shown)));
+    } else if (has_text(result)) {
+        document.add_blocks(shown);
+    }
     return target.take(document.finish(result), result, deadline);
 }
 

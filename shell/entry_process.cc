@@ -8,6 +8,7 @@
 #include <exception>
 #include <new>
 
+#include "shell/explanation.h"
 #include "shell/message.h"
 #include "shell/report.h"
 #include "shell/run.h"
@@ -41,8 +42,9 @@ int judge(const sim::Switch &sw, int outcome) {
 
 // What was printed goes out before what is said of it. Where another process passes it on, the shell writes the
 // messages when that process has ended.
-int run_and_report(const sim::Switch &sw, EntryPoint entry, qarn_req &req, const Descriptors &to) {
-    const uint32_t status = entry(&req);
+int run_and_report(sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to) {
+    const uint32_t status =
+        request.explanation == Explanation::kNone ? entry(&request.req) : run_explained(sw, entry, request);
     std::fflush(stdout);
     if (to.messages >= 0) dup2(to.messages, STDERR_FILENO);
     if (leaves_outcome(entry)) return judge(sw, to.outcome);
@@ -54,7 +56,7 @@ int run_entry(sim::Switch &sw, EntryPoint entry, Request &request, const Descrip
     try {
         if (sw.transport.carrier) sw.transport.carrier->begin();
         request.req.mts_handle = sw.transport.open(unused_sap(sw));
-        return run_and_report(sw, entry, request.req, to);
+        return run_and_report(sw, entry, request, to);
     } catch (const std::bad_alloc &) {
         print_message("not enough memory for the command");
     } catch (const std::exception &error) {

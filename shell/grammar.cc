@@ -183,6 +183,21 @@ constexpr Node kShow[] = {
      .next = kForms},
 };
 
+constexpr Node kExplained[] = {
+    {.word = "running-config",
+     .help = "of the running configuration",
+     .action = show_configuration,
+     .display = &kRunning,
+     .form = &kWhole,
+     .next = kForms},
+    {.word = "startup-config",
+     .help = "of the startup configuration",
+     .action = show_configuration,
+     .display = &kStartup,
+     .form = &kWhole,
+     .next = kForms},
+};
+
 constexpr Node kCopyTarget[] = {
     {.word = "startup-config", .help = "save it as the startup configuration", .action = save_configuration},
     {.word = "FILE", .help = "write it to a file, if it is complete", .slot = Slot::kFile, .action = copy_to_file}};
@@ -199,6 +214,10 @@ constexpr Node kCommands[] = {
      .display = &kCheckpoint,
      .form = &kWhole,
      .next = kForms},
+    {.word = "explain",
+     .help = "show where each line of a configuration comes from",
+     .next = kExplained,
+     .is_explanation = true},
     {.word = "copy", .help = "save a configuration", .next = kCopySource},
     {.word = "switchto", .help = "enter a VDC", .next = kVdc},
     {.word = "switchback", .help = "return to the initial VDC", .action = leave_vdc},

@@ -61,6 +61,7 @@ struct Node {
     bool has_defaults = false;  // "all"
     bool is_of_store = false;   // exists only in the startup configuration
     bool is_of_running = false; // exists only in the running configuration
+    bool is_explanation = false; // what follows is shown with the origin of each line
     OwnText own_text = OwnText::kNone;
 };
 

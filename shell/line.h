@@ -28,6 +28,7 @@ struct Line {
     std::vector<Narrowed> narrowings; // of the form
     std::vector<Filter> filters;      // what follows the bars
     bool has_text = false;            // that filters can have
+    bool is_explained = false;        // each line is shown with its origin
 
     OwnText own_text = OwnText::kNone; // this text, if it is no configuration
 

@@ -14,6 +14,13 @@
 
 namespace shell {
 
+// What is shown of a display besides its text.
+enum class Explanation : uint8_t {
+    kNone,
+    kColumns, // the origin of each line, before it
+    kJson     // the same, a JSON object for each line
+};
+
 class Request {
   public:
     explicit Request(std::string_view line);
@@ -25,6 +32,7 @@ class Request {
     sim::ShellOptions options; // in effect while the command runs
     // What of the display is its text.
     bool has_header = true;
+    Explanation explanation = Explanation::kNone;
     bool has_messages = true; // those before the header; otherwise they go to standard error
 
     void add_token(uint32_t id);

@@ -148,6 +148,7 @@ uint32_t cmd_show_run_opt_cr(void *buffer, uint32_t option) {
         return static_cast<uint32_t>(outcome->result);
     if (rendered_text == nullptr) rendered_text = g_string_new("");
     g_string_assign(rendered_text, render(buffer).c_str());
+    if (Observer *observer = current().observer) observer->rendered(rendered_text->str);
     rendered = {rendered_text->str, static_cast<int32_t>(rendered_text->len)};
     g_clistr = &rendered;
     return 0;

@@ -4,7 +4,6 @@
 
 #include <cstdarg>
 #include <cstdlib>
-#include <cstring>
 
 #include "sim/switch.h"
 
@@ -15,14 +14,13 @@ bool is_plain_text(const char *format) {
     return format[0] == '%' && format[1] == 's' && format[2] == '\0';
 }
 
-int32_t write_text(Switch &sw, const char *text) {
-    const std::size_t length = std::strlen(text);
+int32_t write_text(Switch &sw, std::string_view text) {
     if (sw.output != nullptr) {
-        std::fwrite(text, 1, length, sw.output);
+        std::fwrite(text.data(), 1, text.size(), sw.output);
     } else {
-        sw.printed.append(text, length);
+        sw.printed.append(text);
     }
-    return static_cast<int32_t>(length);
+    return static_cast<int32_t>(text.size());
 }
 
 int32_t append_formatted(std::string &printed, const char *format, va_list args) {
@@ -35,6 +33,23 @@ int32_t append_formatted(std::string &printed, const char *format, va_list args)
     printed.resize(begin + static_cast<std::size_t>(length));
     std::vsnprintf(printed.data() + begin, static_cast<std::size_t>(length) + 1, format, args);
     return length;
+}
+
+int32_t write_formatted(Switch &sw, const char *format, va_list args) {
+    if (sw.output != nullptr && sw.observer == nullptr) return std::vfprintf(sw.output, format, args);
+    if (sw.output == nullptr && sw.observer == nullptr) return append_formatted(sw.printed, format, args);
+    std::string text;
+    const int32_t length = append_formatted(text, format, args);
+    if (length < 0) return length;
+    sw.observer->printed(format, nullptr, text);
+    return write_text(sw, text);
+}
+
+int32_t write(Switch &sw, const char *format, va_list args) {
+    if (!is_plain_text(format)) return write_formatted(sw, format, args);
+    const char *text = va_arg(args, const char *);
+    if (sw.observer != nullptr) sw.observer->printed(format, text, text);
+    return write_text(sw, text);
 }
 
 GString *new_string(const std::optional<std::string> &text) {
@@ -53,9 +68,7 @@ int32_t csm_qarn_sp_print(const char *format, ...) {
     if (target == OutputView::Target::kAfterHeader && format[0] == '\n') ++format;
     const int32_t length = target == OutputView::Target::kNowhere         ? 0
                            : target == OutputView::Target::kStandardError ? std::vfprintf(stderr, format, args)
-                           : is_plain_text(format)                        ? write_text(sw, va_arg(args, const char *))
-                           : sw.output != nullptr                         ? std::vfprintf(sw.output, format, args)
-                                                                          : append_formatted(sw.printed, format, args);
+                                                                          : write(sw, format, args);
     va_end(args);
     return length;
 }

@@ -185,6 +185,10 @@ Carrier &carrier() {
     return chosen ? *chosen : in_process;
 }
 
+void report_to(Observer &observer, const Carrier::Arrival &arrival) {
+    arrival.error == 0 ? observer.received(arrival.message) : observer.received_nothing(arrival.error);
+}
+
 int32_t fail(int error) {
     errno = error;
     return -1;
@@ -283,6 +287,7 @@ int32_t mts_send(uint32_t handle, uint32_t address, uint32_t sap, uint32_t opcod
         endpoint->queue.push_back({opcode, std::move(bytes)});
         return 0;
     }
+    if (sw.observer != nullptr) sw.observer->sent(sap, opcode, bytes);
     const int error = carrier().send(sap, opcode, bytes);
     return error == 0 ? 0 : fail(error);
 }
@@ -296,8 +301,10 @@ int32_t mts_recv(uint32_t handle, struct mts_msg *msg, const struct qarn_recv_op
     auto *endpoint = endpoint_of_handle(handle);
     if (endpoint == nullptr) return fail(EBADF);
 
-    if (const auto queued = next_queued(*endpoint, opcode)) return hand_over(*queued, msg) ? 0 : fail(ENOMEM);
-    const Carrier::Arrival arrival = carrier().receive(*endpoint, opcode, timeout);
+    auto queued = next_queued(*endpoint, opcode);
+    const Carrier::Arrival arrival =
+        queued ? Carrier::Arrival{0, std::move(*queued)} : carrier().receive(*endpoint, opcode, timeout);
+    if (sw.observer != nullptr) report_to(*sw.observer, arrival);
     if (arrival.error != 0) return fail(arrival.error);
     return hand_over(arrival.message, msg) ? 0 : fail(ENOMEM);
 }

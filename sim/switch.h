@@ -19,6 +19,7 @@
 
 #include "platform/vdc.h"
 #include "sim/mts.h"
+#include "sim/observer.h"
 #include "sim/output_view.h"
 #include "sim/script.h"
 #include "sim/service.h"
@@ -115,6 +116,7 @@ struct Switch : Script {
     std::string conversion_library; // is opened where the platform's own is not installed; empty: none
 
     OutputView view;
+    Observer *observer = nullptr;                    // of the command that runs; null: nobody
     bool hides_secrets = false;                      // of secret elements (secret.h)
     bool has_refused_a_text = false;                 // the saved one, in which no element can be found
     std::map<std::string, uint32_t> secret_profiles; // port profiles of secret elements: words of each line that stay
