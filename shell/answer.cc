@@ -10,6 +10,7 @@
 #include "shell/entry_process.h"
 #include "shell/exit_code.h"
 #include "shell/held_output.h"
+#include "shell/json.h"
 #include "shell/message.h"
 #include "shell/output.h"
 #include "shell/run.h"
@@ -70,6 +71,14 @@ std::string filtered(const Line &line, std::string text, std::size_t marks) {
     before.write(text);
     pass_on(before.descriptor(), output, after.descriptor());
     return after.contents();
+}
+
+std::vector<std::string> lines_of(std::string_view text) {
+    std::vector<std::string> lines;
+    for (std::size_t newline = 0; (newline = text.find('\n')) != std::string_view::npos;
+         text.remove_prefix(newline + 1))
+        lines.emplace_back(text.substr(0, newline));
+    return lines;
 }
 
 int show_as_json(Session &session, const Line &line, EntryPoint entry, Request &request, const Deadline &deadline) {

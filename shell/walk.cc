@@ -80,6 +80,7 @@ void Walk::add_narrowings(Nodes &nodes) const {
 }
 
 void Walk::take(std::string_view word) {
+    if (node_->is_explanation) line.is_explained = true;
     if (node_->display != nullptr) display_ = node_->display;
     if (node_->form != nullptr) line.form = node_->form;
     const bool is_argument = node_->slot != Slot::kNone;
