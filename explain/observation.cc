@@ -34,6 +34,11 @@ bool is_collecting() {
     return g_intf_config_str != nullptr;
 }
 
+std::size_t collected_in(std::string_view body) {
+    const std::string_view collected(g_intf_config_str->str, g_intf_config_str->len);
+    return body.starts_with(collected) ? collected.size() : 0;
+}
+
 // The first VLAN of the group that is being printed.
 int32_t first_vlan() {
     for (std::size_t i = 0; i < std::size(vlan_all_bitset.bits); ++i)
@@ -45,7 +50,7 @@ int32_t first_vlan() {
 } // namespace
 
 Form Observation::form_of_text(const char *argument) {
-    if (is_collecting()) return argument == g_intf_config_str->str ? Form::kBody : Form::kMergedBody;
+    if (is_collecting()) return Form::kBody;
     if (keylist == nullptr) next_slot_ = 0;
     if (next_slot_ < totalkeys && keylist[next_slot_] == argument) {
         ++next_slot_;
@@ -70,6 +75,7 @@ void Observation::printed(const char *format, const char *argument, std::string_
                       .printing = key_of(g_intf_uuid, g_intf_elem),
                       .vlan = is_of_vlans ? first_vlan() : -1,
                       .size = text.size(),
+                      .collected = form == Form::kBody ? collected_in(text) : 0,
                       .argument = argument});
     text_.append(text);
 }

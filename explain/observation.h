@@ -25,19 +25,19 @@ struct Printed {
         kInterfaceLine, // before an interface's block
         kVlanLine,      // before a group of VLANs
         kKeyHeader,     // before the key strings that are filed under it
-        kBody,          // "%s", the text collected for an interface
-        kMergedBody,    // "%s", what the platform made of the text collected for an interface
+        kBody,          // "%s", the text collected for an interface, or what the platform made of it
         kCommand,       // a rendered command message
         kNewline,
         kSwitchProfile,
         kOther
     };
     Form form;
-    bool was_converting;  // the display conversion was open
-    Key printing;         // the element that the library prints, or printed last
-    int32_t vlan;         // of a VLAN line or text: the first of the group
-    std::size_t size;     // of the text, in bytes
-    const char *argument; // of "%s"; to be compared, not to be read
+    bool was_converting;   // the display conversion was open
+    Key printing;          // the element that the library prints, or printed last
+    int32_t vlan;          // of a VLAN line or text: the first of the group
+    std::size_t size;      // of the text, in bytes
+    std::size_t collected; // of a body: its first bytes that are the whole text collected for the interface
+    const char *argument;  // of "%s"; to be compared, not to be read
 };
 
 // What came from one service.

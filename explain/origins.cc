@@ -76,8 +76,6 @@ class Attribution {
                 return add_of(Rule::kKeyHeader, call_->printing);
             case Form::kBody:
                 return add_body();
-            case Form::kMergedBody:
-                return add(Rule::kMerge);
             case Form::kCommand:
                 return add_command();
             case Form::kNewline:
@@ -148,8 +146,17 @@ class Attribution {
         add_of(Rule::kVlanLine, call_->printing);
     }
 
-    // The collected text is what the elements have for the interface, one after the other.
+    // The collected text is what the elements have for the interface, one after the other. The platform may have put
+    // more after it, or something else in its place.
     void add_body() {
+        const std::string_view body = text_;
+        text_ = body.substr(0, call_->collected);
+        add_collected();
+        text_ = body.substr(call_->collected);
+        add(Rule::kMerge);
+    }
+
+    void add_collected() {
         std::size_t sum = 0;
         if (values_ != nullptr)
             for (const InterfaceValue &value : *values_)
@@ -209,9 +216,7 @@ class Attribution {
         }
     }
 
-    bool is_of_switch_profile() const {
-        return switch_.switch_profile && switch_.switch_profile->head_text == text_;
-    }
+    bool is_of_switch_profile() const { return switch_.switch_profile && switch_.switch_profile->head_text == text_; }
 
     const Observation &observation_;
     const sim::Switch &switch_;

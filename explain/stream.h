@@ -24,16 +24,16 @@ std::string text_of(Key key); // "(21,4)"
 // One TLV with its follow-ups. Texts and messages lie in the reply that was read.
 struct Item {
     enum class Kind : uint8_t {
-        kAfter,       // uuid, id: printed after that one
-        kOnlyIf,      // uuid, id: only if that one has text
-        kOtherDependency, // uuid, id, and its kind in `index`
-        kText,        // text
+        kAfter,            // uuid, id: printed after that one
+        kOnlyIf,           // uuid, id: only if that one has text
+        kOtherDependency,  // uuid, id, and its kind in `index`
+        kText,             // text
         kInterfaceText,    // index, text
         kInterfaceCommand, // index, text: a command message
-        kCommand,     // text: a command message for the debug display
-        kKeyString,   // name, text
-        kKey,         // index, map in text, name
-        kUnknown      // tag in `index`, value in `text`
+        kCommand,          // text: a command message for the debug display
+        kKeyString,        // name, text
+        kKey,              // index, map in text, name
+        kUnknown           // tag in `index`, value in `text`
     };
     Kind kind;
     std::size_t at; // of the TLV in the reply

@@ -105,9 +105,9 @@ void write_json(const explain::Observation &observation, const explain::Origins 
     explain::for_each_line(observation, origins, [&](std::string_view line, const explain::Piece &piece) {
         std::string row = "{\"text\": " + json_text(line) + ", \"rule\": " + json_text(explain::name_of(piece.rule));
         if (piece.has_element)
-            row += ", \"services\": " + json_array(words.names_of(piece)) + ", \"uuid\": " +
-                   std::to_string(piece.element.uuid) + ", \"element\": " + std::to_string(piece.element.id) +
-                   ", \"level\": " + std::to_string(piece.level);
+            row += ", \"services\": " + json_array(words.names_of(piece)) +
+                   ", \"uuid\": " + std::to_string(piece.element.uuid) +
+                   ", \"element\": " + std::to_string(piece.element.id) + ", \"level\": " + std::to_string(piece.level);
         if (piece.context != 0) row += ", \"under\": " + json_text(words.context_of(piece));
         row += "}\n";
         std::fwrite(row.data(), 1, row.size(), stdout);

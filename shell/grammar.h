@@ -57,10 +57,10 @@ struct Node {
     std::span<const Node> next = {};
     // The narrowings that may follow. The library shows interfaces and port profiles only together with the service
     // that has the blocks of the interfaces; and it takes the first token of all VLANs for a range, whatever it says.
-    bool has_services = false;  // "service" and "feature"
-    bool has_defaults = false;  // "all"
-    bool is_of_store = false;   // exists only in the startup configuration
-    bool is_of_running = false; // exists only in the running configuration
+    bool has_services = false;   // "service" and "feature"
+    bool has_defaults = false;   // "all"
+    bool is_of_store = false;    // exists only in the startup configuration
+    bool is_of_running = false;  // exists only in the running configuration
     bool is_explanation = false; // what follows is shown with the origin of each line
     OwnText own_text = OwnText::kNone;
 };
