@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "explain/contributions.h"
-#include "explain/senders.h"
 
 namespace explain {
 namespace {
@@ -44,9 +43,9 @@ std::string_view without_newlines(std::string_view text) {
 
 class Attribution {
   public:
-    Attribution(const Observation &observation, const sim::Switch &sw)
-        : observation_(observation), switch_(sw), senders_of_(observation) {
-        for (const sim::Interface &interface : sw.interfaces)
+    explicit Attribution(const Subject &subject)
+        : observation_(subject.observation), switch_(subject.sw), senders_of_(subject.senders) {
+        for (const sim::Interface &interface : subject.sw.interfaces)
             interfaces_.emplace(interface.name, interface.index);
     }
 
@@ -222,7 +221,7 @@ class Attribution {
     const sim::Switch &switch_;
     std::unordered_map<std::string_view, uint32_t> interfaces_; // index by name
     const Contributions contributions_;
-    const Senders senders_of_;
+    const Senders &senders_of_;
     std::vector<Piece> pieces_;
     Interned<std::vector<uint32_t>> senders_;
     Interned<std::string> contexts_;
@@ -271,8 +270,8 @@ const char *name_of(Rule rule) {
     return "";
 }
 
-Origins find_origins(const Observation &observation, const sim::Switch &sw) {
-    return Attribution(observation, sw).run();
+Origins find_origins(const Subject &subject) {
+    return Attribution(subject).run();
 }
 
 } // namespace explain

@@ -5,9 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "explain/observation.h"
 #include "explain/stream.h"
-#include "sim/switch.h"
+#include "explain/subject.h"
 
 namespace explain {
 
@@ -49,6 +48,6 @@ struct Origins {
 
 // To be called after the command, in its process: reads the library's tables and queues, which the next command makes
 // anew.
-Origins find_origins(const Observation &observation, const sim::Switch &sw);
+Origins find_origins(const Subject &subject);
 
 } // namespace explain

@@ -76,6 +76,9 @@ void Senders::note(Shared &shared, uint32_t sap, const Item &item) {
         case Item::Kind::kKeyString:
             shared.by_name[item.name] = sap;
             return;
+        case Item::Kind::kAfter:
+        case Item::Kind::kOnlyIf:
+            return shared.dependencies.push_back({key_of(item.uuid, item.id), sap});
         default:
             return;
     }
@@ -84,6 +87,14 @@ void Senders::note(Shared &shared, uint32_t sap, const Item &item) {
 const std::vector<uint32_t> &Senders::of(Key element) const {
     const auto found = senders_.find(element);
     return found != senders_.end() ? found->second : kNobody;
+}
+
+std::map<uint32_t, std::size_t> Senders::count_elements() const {
+    std::map<uint32_t, std::size_t> counts;
+    for (const auto &[key, saps] : senders_)
+        for (const uint32_t sap : saps)
+            ++counts[sap];
+    return counts;
 }
 
 // The library completes the text with a newline, which counts to the last part.
@@ -116,6 +127,15 @@ uint32_t Senders::of_key_string(Key element, std::string_view name) const {
     if (shared == shared_.end()) return 0;
     const auto found = shared->second.by_name.find(name);
     return found != shared->second.by_name.end() ? found->second : 0;
+}
+
+std::vector<uint32_t> Senders::of_dependency(Key element, Key on) const {
+    const auto shared = shared_.find(element);
+    if (shared == shared_.end()) return of(element);
+    std::vector<uint32_t> saps;
+    for (const auto &[target, sap] : shared->second.dependencies)
+        if (target == on && std::ranges::find(saps, sap) == saps.end()) saps.push_back(sap);
+    return saps;
 }
 
 } // namespace explain

@@ -11,6 +11,7 @@
 #include "shell/diff.h"
 #include "shell/entry_process.h"
 #include "shell/exit_code.h"
+#include "shell/explain/explanations.h"
 #include "shell/forms.h"
 #include "shell/held_output.h"
 #include "shell/json.h"
@@ -23,15 +24,6 @@
 
 namespace shell {
 namespace {
-
-// Options of the shell that hold for every display.
-void take_options(Request &request, const Options &options) {
-    request.req.dbg_mask = options.debug_mask;
-    request.options.filter_mode = options.filter_mode;
-    request.options.script_mode = options.script_mode;
-    request.has_header = !options.plain;
-    request.has_messages = std::getenv(kVariableOfMessages) == nullptr;
-}
 
 constexpr std::string_view kExplain = "explain";
 
@@ -49,7 +41,7 @@ int show_configuration(Session &session, const Line &line) {
     if (entry != qarn_cli_run_cfg_gen_vdcall) session.find_services(); // the shells of the VDCs find theirs
     Request request(line.is_explained ? "show" + line.text.substr(kExplain.size()) : line.text);
     take_options(request, session.options());
-    if (line.is_explained) request.explanation = line.is_json() ? Explanation::kJson : Explanation::kColumns;
+    if (line.is_explained) request.explanation = line.is_json() ? show_origins_as_json : show_origins;
     request.options.generic_option |= line.display->generic_option;
     if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
     for (const Narrowed &narrowed : line.narrowings)

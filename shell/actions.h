@@ -7,6 +7,13 @@ namespace shell {
 
 int show_configuration(Session &session, const Line &line);
 int save_configuration(Session &session, const Line &line);
+int explain_order(Session &session, const Line &line);
+int explain_loop(Session &session, const Line &line);
+int explain_graph(Session &session, const Line &line);
+int explain_graph_of_level(Session &session, const Line &line);
+int explain_graph_of_service(Session &session, const Line &line);
+int explain_graph_around(Session &session, const Line &line);
+int explain_services(Session &session, const Line &line);
 int show_services(Session &session, const Line &line);
 int show_interfaces(Session &session, const Line &line);
 int show_vdcs(Session &session, const Line &line);

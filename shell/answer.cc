@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -92,7 +93,11 @@ int show_as_json(Session &session, const Line &line, EntryPoint entry, Request &
     const int result = run_command(session.current(), entry, request, output, text.descriptor(), deadline);
     document.add(outcome.contents());
     const std::string shown = has_text(result) ? filtered(line, text.contents(), 0) : "";
-    if (line.is_explained) {
+    if (line.own_text == OwnText::kTable) {
+        document.add(shown);
+    } else if (line.own_text == OwnText::kLines) {
+        document.add_lines(shown);
+    } else if (line.is_explained) {
         document.add("\"lines\": " + json_array(lines_of(shown)));
     } else if (has_text(result)) {
         document.add_blocks(shown);
@@ -116,6 +121,14 @@ Deadline deadline_of(const Session &session) {
 
 bool has_text(int code) {
     return code == kExitComplete || code == kExitIncomplete;
+}
+
+void take_options(Request &request, const Options &options) {
+    request.req.dbg_mask = options.debug_mask;
+    request.options.filter_mode = options.filter_mode;
+    request.options.script_mode = options.script_mode;
+    request.has_header = !options.plain;
+    request.has_messages = std::getenv(kVariableOfMessages) == nullptr;
 }
 
 int show_display(Session &session, const Line &line, EntryPoint entry, Request &request) {

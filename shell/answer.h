@@ -11,6 +11,9 @@
 
 namespace shell {
 
+// Options of the shell that hold for every display.
+void take_options(Request &request, const Options &options);
+
 // Run an entry point and show what it prints. Returns the command's exit code.
 int show_display(Session &session, const Line &line, EntryPoint entry, Request &request);
 

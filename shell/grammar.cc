@@ -183,6 +183,37 @@ constexpr Node kShow[] = {
      .next = kForms},
 };
 
+constexpr Node kOrderedElement[] = {{.word = "ELEMENT",
+                                     .help = "the id of an element, or UUID,ID",
+                                     .slot = Slot::kNumber,
+                                     .action = explain_order,
+                                     .own_text = OwnText::kLines}};
+constexpr Node kOrderedService[] = {
+    {.word = "SERVICE", .help = "a service", .slot = Slot::kService, .next = kOrderedElement}};
+constexpr Node kSteps[] = {{.word = "STEPS",
+                            .help = "so many dependencies away",
+                            .slot = Slot::kNumber,
+                            .action = explain_graph_around,
+                            .own_text = OwnText::kLines}};
+constexpr Node kCenter[] = {
+    {.word = "ELEMENT", .help = "the id of an element, or UUID,ID", .slot = Slot::kNumber, .next = kSteps}};
+constexpr Node kCenterService[] = {{.word = "SERVICE", .help = "a service", .slot = Slot::kService, .next = kCenter}};
+constexpr Node kGraphLevel[] = {{.word = "LEVEL",
+                                 .help = "a number from 0 to 12",
+                                 .slot = Slot::kNumber,
+                                 .action = explain_graph_of_level,
+                                 .own_text = OwnText::kLines}};
+constexpr Node kGraphService[] = {{.word = "NAME",
+                                   .help = "a service",
+                                   .slot = Slot::kService,
+                                   .action = explain_graph_of_service,
+                                   .own_text = OwnText::kLines}};
+constexpr Node kGraphs[] = {
+    {.word = "level", .help = "of one level", .next = kGraphLevel},
+    {.word = "service", .help = "of what one service has sent", .next = kGraphService},
+    {.word = "around", .help = "around one element", .next = kCenterService},
+};
+
 constexpr Node kExplained[] = {
     {.word = "running-config",
      .help = "of the running configuration",
@@ -196,6 +227,20 @@ constexpr Node kExplained[] = {
      .display = &kStartup,
      .form = &kWhole,
      .next = kForms},
+    {.word = "order", .help = "why an element is printed where it is", .next = kOrderedService},
+    {.word = "loop",
+     .help = "the elements that wait for each other",
+     .action = explain_loop,
+     .own_text = OwnText::kLines},
+    {.word = "graph",
+     .help = "the dependencies, as a picture for Graphviz",
+     .action = explain_graph,
+     .next = kGraphs,
+     .own_text = OwnText::kLines},
+    {.word = "services",
+     .help = "what each service has sent, and when",
+     .action = explain_services,
+     .own_text = OwnText::kTable},
 };
 
 constexpr Node kCopyTarget[] = {

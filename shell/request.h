@@ -5,21 +5,19 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "explain/subject.h"
 #include "sim/cmdshell.h"
 
 namespace shell {
 
-// What is shown of a display besides its text.
-enum class Explanation : uint8_t {
-    kNone,
-    kColumns, // the origin of each line, before it
-    kJson     // the same, a JSON object for each line
-};
+// Writes to standard output what is shown in place of the text of a display. Returns an exit code.
+using Explanation = std::function<int(const explain::Subject &)>;
 
 class Request {
   public:
@@ -32,7 +30,7 @@ class Request {
     sim::ShellOptions options; // in effect while the command runs
     // What of the display is its text.
     bool has_header = true;
-    Explanation explanation = Explanation::kNone;
+    Explanation explanation;  // none: the text itself is shown
     bool has_messages = true; // those before the header; otherwise they go to standard error
 
     void add_token(uint32_t id);
