@@ -25,7 +25,8 @@ const char *reason_of(Standing standing) {
         case Standing::kLowerLevel:
             return ": holds in any case, because lower levels are printed first";
         case Standing::kHigherLevel:
-            return ": counts for nothing, because higher levels are printed later";
+            return ": does not count for its own text, because higher levels are printed later; it orders the texts of "
+                   "interfaces and keys only";
         case Standing::kLeftOut:
             return ": counts for nothing, because that one is left out";
         case Standing::kOtherType:
