@@ -51,8 +51,8 @@ int32_t first_vlan() {
 
 Form Observation::form_of_text(const char *argument) {
     if (is_collecting()) return Form::kBody;
-    if (keylist == nullptr) next_slot_ = 0;
-    if (next_slot_ < totalkeys && keylist[next_slot_] == argument) {
+    if (keylist == nullptr || (totalkeys > 0 && keylist[0] == argument)) next_slot_ = 0; // another pass
+    if (keylist != nullptr && next_slot_ < totalkeys && keylist[next_slot_] == argument) {
         ++next_slot_;
         return Form::kKeyHeader;
     }

@@ -2,6 +2,7 @@
 
 #include <qarncli/element_store.h>
 
+#include <charconv>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -141,6 +142,7 @@ class Attribution {
     }
 
     void open_vlans() {
+        single_vlan_.reset();
         context_ = contexts_.position_of(std::string(without_newlines(text_)));
         add_of(Rule::kVlanLine, call_->printing);
     }
@@ -201,9 +203,13 @@ class Attribution {
 
     // The line of a single VLAN, as in a checkpoint, is a text too.
     void add_vlan_text() {
-        const std::string name = (call_->printing.id == kVlanConfiguration ? "vlan configuration " : "vlan ") +
-                                 std::to_string(call_->vlan) + '\n';
-        if (text_ == name) return open_vlans();
+        const std::string before = call_->printing.id == kVlanConfiguration ? "vlan configuration " : "vlan ";
+        if (const auto vlan = vlan_of_line(before)) {
+            open_vlans();
+            single_vlan_ = vlan;
+            return;
+        }
+        const std::string name = before + std::to_string(single_vlan_.value_or(call_->vlan)) + '\n';
         const std::vector<KeyString> texts = contributions_.for_vlan(name);
         std::size_t sum = 0;
         for (const KeyString &one : texts)
@@ -213,6 +219,14 @@ class Attribution {
             const Key key = key_of(*one.element);
             add_part(Rule::kVlanText, one.text->len, key, senders_of_.of_key_string(key, name));
         }
+    }
+
+    std::optional<int32_t> vlan_of_line(std::string_view before) const {
+        if (!text_.starts_with(before)) return {};
+        int32_t vlan = 0;
+        const char *end = text_.data() + text_.size();
+        const auto [after, error] = std::from_chars(text_.data() + before.size(), end, vlan);
+        return error == std::errc() && after + 1 == end && *after == '\n' ? std::optional(vlan) : std::nullopt;
     }
 
     bool is_of_switch_profile() const { return switch_.switch_profile && switch_.switch_profile->head_text == text_; }
@@ -232,6 +246,7 @@ class Attribution {
     const std::vector<InterfaceValue> *values_ = nullptr; // of the interface whose block it is
     uint32_t if_index_ = 0;
     std::size_t next_command_ = 0;
+    std::optional<int32_t> single_vlan_; // whose line was a text
 };
 
 } // namespace

@@ -8,7 +8,9 @@
 #include <numeric>
 #include <random>
 #include <set>
+#include <sstream>
 
+#include "explain/origins.h"
 #include "platform/ifmgr.h"
 #include "sim/cmdshell.h"
 #include "sim/reply.h"
@@ -394,9 +396,30 @@ struct Case : test::Story {
             streams.erase(stream);
         }
         Model model{sw, command};
+        explain::Observation observation;
+        sw.observer = &observation;
         EXPECT_EQ(command.entry(&req), model.run(complete));
         EXPECT_EQ(sw.printed, model.out);
+        if (debug_bits == 0) expect_origins(observation, replies);
     }
+    // All pieces are the text, and each comes from the replies of the services that are said to have sent it.
+    void expect_origins(const explain::Observation &observation, const std::map<Word, Bytes> &replies) const {
+        const explain::Origins origins = explain::find_origins({observation, sw});
+        std::size_t end = 0;
+        for (const explain::Piece &piece : origins.pieces) {
+            std::istringstream part(sw.printed.substr(end, piece.size));
+            end += piece.size;
+            if (std::ranges::find(kTexts, piece.rule) == std::end(kTexts)) continue;
+            const auto &saps = origins.senders[piece.senders];
+            EXPECT_FALSE(saps.empty()) << explain::name_of(piece.rule) << ": " << part.str();
+            const auto has = [&](const string &word) { return replies.at(saps[0]).find(word) != string::npos; };
+            for (string word; saps.size() == 1 && part >> word;)
+                EXPECT_TRUE(has(word)) << word;
+        }
+        EXPECT_EQ(end, sw.printed.size());
+    }
+    static constexpr explain::Rule kTexts[] = {explain::Rule::kOwnText, explain::Rule::kInterfaceText,
+                                               explain::Rule::kKeyString, explain::Rule::kVlanText};
 };
 
 TEST(Model, PrintsWhatTheLibraryPrints) {
