@@ -1,15 +1,16 @@
-// Texts in JSON output.
+// Values in JSON output.
 #pragma once
 
 #include <ctime>
 #include <string>
-#include <string_view>
 #include <vector>
+
+#include "sim/json_text.h"
 
 namespace shell {
 
-// The text in quotes, with escapes. A byte that is not UTF-8 becomes U+FFFD.
-std::string json_text(std::string_view text);
+using sim::json_text;
+
 // The time in UTC, such as "2026-11-22T23:30:02Z", with the quotes.
 std::string json_time(std::time_t at);
 // Values in brackets, each on a line of its own.
