@@ -41,6 +41,7 @@ class Reader {
 
   private:
     void fault(std::size_t at, std::string what) { sink_.fault({at, std::move(what)}); }
+    void stray_fault(std::size_t at, std::string what) { sink_.fault({at, std::move(what), true}); }
 
     // Whether there are TLVs to read.
     bool read_header() {
@@ -63,10 +64,10 @@ class Reader {
 
     void check_count() {
         if (header_.counted != header_.announced && !has_ended_early_)
-            fault(next_, "the array announces " + std::to_string(header_.announced) + " TLVs and has " +
-                             std::to_string(header_.counted));
+            stray_fault(next_, "the array announces " + std::to_string(header_.announced) + " TLVs and has " +
+                                   std::to_string(header_.counted));
         if (header_.counted >= header_.announced && next_ < end_)
-            fault(next_, "TLVs after the " + std::to_string(header_.announced) + " that the array announces");
+            stray_fault(next_, "TLVs after the " + std::to_string(header_.announced) + " that the array announces");
     }
 
     bool pass_over(const Tlv &tlv, std::string what) {
@@ -128,8 +129,9 @@ class Reader {
         return {};
     }
 
-    void add(const Item &item) {
-        if (!val_type_) fault(item.at, "a TLV belongs to no element");
+    void add(Item item) {
+        item.is_stray = !val_type_;
+        if (item.is_stray) stray_fault(item.at, "a TLV belongs to no element");
         sink_.item(item);
     }
 
@@ -160,7 +162,7 @@ class Reader {
     bool open(const Tlv &tlv) {
         val_type_.reset();
         if (!tlv.has_words(5)) {
-            fault(tlv.at, "an element has fewer than five words");
+            stray_fault(tlv.at, "an element has fewer than five words");
             return true;
         }
         val_type_ = tlv.word(4);

@@ -39,6 +39,7 @@ struct Item {
     std::size_t at; // of the TLV in the reply
     uint32_t uuid = 0, id = 0, index = 0;
     std::string_view name = {}, text = {};
+    bool is_stray = false; // of no element: before the first one, or after one that cannot be read
 };
 
 struct StreamElement {
@@ -49,6 +50,7 @@ struct StreamElement {
 struct Fault {
     std::size_t at; // in the reply
     std::string what;
+    bool is_stray = false; // of no element, but of the array as a whole or of a stray item
 };
 
 // Takes what is read, in its order.
@@ -60,9 +62,8 @@ class StreamSink {
     StreamSink &operator=(const StreamSink &) = delete;
 
     virtual void element(const StreamElement &element) = 0;
-    // Of the last element; before the first one, or after one that cannot be read, of none.
-    virtual void item(const Item &) {}
-    virtual void fault(Fault) {} // the last one may be where reading ends
+    virtual void item(const Item &) {} // of the last element, unless it is stray
+    virtual void fault(Fault) {}       // the last one may be where reading ends
 };
 
 struct StreamHeader {

@@ -85,6 +85,16 @@ Encoder &Encoder::lie(uint32_t tag, uint32_t length, std::string_view value) {
     return *this;
 }
 
+Encoder &Encoder::unpadded(uint32_t tag, uint32_t length, std::string_view rest) {
+    begin(tag, length);
+    return bytes(rest);
+}
+
+Encoder &Encoder::bytes(std::string_view bytes) {
+    reply_.append(bytes);
+    return *this;
+}
+
 Encoder &Encoder::announce_count(uint32_t count) {
     announced_count_ = count;
     return *this;

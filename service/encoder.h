@@ -48,6 +48,8 @@ class Encoder {
 
     // Malformed arrays: a TLV whose length is not the value's, and words of the header in place of the true ones.
     Encoder &lie(uint32_t tag, uint32_t length, std::string_view value);
+    Encoder &unpadded(uint32_t tag, uint32_t length, std::string_view rest); // nothing added after the bytes
+    Encoder &bytes(std::string_view bytes);                                  // that are no TLV
     Encoder &announce_count(uint32_t count);
     Encoder &announce_size(uint32_t size);
 
