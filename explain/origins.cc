@@ -135,10 +135,15 @@ class Attribution {
         const std::string_view name = without_newlines(text_).substr(std::string_view("interface ").size());
         context_ = contexts_.position_of(std::string(name));
         const auto found = interfaces_.find(name);
-        values_ = found != interfaces_.end() ? &contributions_.for_interface(found->second) : nullptr;
-        if_index_ = found != interfaces_.end() ? found->second : 0;
-        next_command_ = 0;
+        opened_before_ = if_index_;
+        open(found != interfaces_.end() ? std::optional(found->second) : std::nullopt);
         add_of(Rule::kInterfaceLine, call_->printing);
+    }
+
+    void open(std::optional<uint32_t> if_index) {
+        if_index_ = if_index;
+        values_ = if_index ? &contributions_.for_interface(*if_index) : nullptr;
+        next_command_ = 0;
     }
 
     void open_vlans() {
@@ -157,17 +162,27 @@ class Attribution {
         add(Rule::kMerge);
     }
 
+    // In the display of one service the name of an interface of an earlier walk may stand between the line of the
+    // block and its text.
     void add_collected() {
-        std::size_t sum = 0;
-        if (values_ != nullptr)
-            for (const InterfaceValue &value : *values_)
-                sum += value.text != nullptr ? value.text->len : 0;
-        if (values_ == nullptr || sum != text_.size()) return add(Rule::kInterfaceText);
+        if (!is_collected_text() && opened_before_) open(opened_before_);
+        if (!is_collected_text()) return add(Rule::kInterfaceText);
         for (const InterfaceValue &value : *values_) {
             const Key key = key_of(*value.element);
             if (value.text != nullptr)
-                add_part(Rule::kInterfaceText, value.text->len, key, senders_of_.of_interface(key, if_index_));
+                add_part(Rule::kInterfaceText, value.text->len, key, senders_of_.of_interface(key, *if_index_));
         }
+    }
+
+    bool is_collected_text() const {
+        if (values_ == nullptr) return false;
+        std::string_view rest = text_;
+        for (const InterfaceValue &value : *values_) {
+            if (value.text == nullptr) continue;
+            if (!rest.starts_with(value.text->str)) return false;
+            rest.remove_prefix(value.text->len);
+        }
+        return rest.empty();
     }
 
     // The library prints the commands of an interface in the order of their elements, ahead of the texts.
@@ -176,7 +191,7 @@ class Attribution {
             const InterfaceValue &value = (*values_)[next_command_++];
             if (value.text != nullptr) continue;
             const Key key = key_of(*value.element);
-            return add_of(Rule::kCommand, key, senders_of_.of_interface(key, if_index_));
+            return add_of(Rule::kCommand, key, senders_of_.of_interface(key, *if_index_));
         }
         add(Rule::kCommand);
     }
@@ -244,7 +259,7 @@ class Attribution {
     std::string_view text_;
     uint32_t context_ = 0;
     const std::vector<InterfaceValue> *values_ = nullptr; // of the interface whose block it is
-    uint32_t if_index_ = 0;
+    std::optional<uint32_t> if_index_, opened_before_;    // of `values_`, and of the interface whose line came before
     std::size_t next_command_ = 0;
     std::optional<int32_t> single_vlan_; // whose line was a text
 };
