@@ -26,6 +26,7 @@ constexpr struct {
     {"!Time: %s", Form::kHeader},
     {"!Startup config saved at: %s\n", Form::kHeader},
     {"\nversion %s\n", Form::kHeader},
+    {"version %s\n", Form::kHeader},
     {"\nconfigure sync\n%s%scommit\n", Form::kSwitchProfile},
     {"\n%s", Form::kSwitchProfile},
 };

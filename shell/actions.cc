@@ -27,21 +27,14 @@ namespace {
 
 constexpr std::string_view kExplain = "explain";
 
-void check_explainable(EntryPoint entry) {
-    if (entry == qarn_cli_run_cfg_gen_vdcall)
-        throw CommandError("each VDC is explained by itself: enter it with \"switchto vdc NAME\"");
-    if (entry == qarn_startup_cfg_modlist_get) throw CommandError("the list of modules comes from no service");
-}
-
 } // namespace
 
 int show_configuration(Session &session, const Line &line) {
     const EntryPoint entry = entry_of(*line.form, *line.display);
-    if (line.is_explained) check_explainable(entry);
     if (entry != qarn_cli_run_cfg_gen_vdcall) session.find_services(); // the shells of the VDCs find theirs
     Request request(line.is_explained ? "show" + line.text.substr(kExplain.size()) : line.text);
     take_options(request, session.options());
-    if (line.is_explained) request.explanation = line.is_json() ? show_origins_as_json : show_origins;
+    request.runner = line.is_explained ? with_origins(entry, line.is_json()) : with_demanded_origins();
     request.options.generic_option |= line.display->generic_option;
     if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
     for (const Narrowed &narrowed : line.narrowings)

@@ -92,7 +92,7 @@ int show_as_json(Session &session, const Line &line, EntryPoint entry, Request &
     Document document(line.text, session.current());
     const int result = run_command(session.current(), entry, request, output, text.descriptor(), deadline);
     document.add(outcome.contents());
-    const std::string shown = has_text(result) ? filtered(line, text.contents(), 0) : "";
+    const std::string shown = has_text(result) || line.is_explained ? filtered(line, text.contents(), 0) : "";
     if (line.own_text == OwnText::kTable) {
         document.add(shown);
     } else if (line.own_text == OwnText::kLines) {

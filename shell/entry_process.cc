@@ -8,7 +8,6 @@
 #include <exception>
 #include <new>
 
-#include "shell/explain/explanations.h"
 #include "shell/message.h"
 #include "shell/report.h"
 #include "shell/run.h"
@@ -43,12 +42,11 @@ int judge(const sim::Switch &sw, int outcome) {
 // What was printed goes out before what is said of it. Where another process passes it on, the shell writes the
 // messages when that process has ended.
 int run_and_report(sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to) {
-    int code = kExitComplete; // of the explanation
-    const uint32_t status = request.explanation ? run_explained(sw, entry, request, code) : entry(&request.req);
+    const Ran ran = request.runner ? request.runner(sw, entry, request.req) : Ran{entry(&request.req), kExitComplete};
     std::fflush(stdout);
     if (to.messages >= 0) dup2(to.messages, STDERR_FILENO);
-    if (leaves_outcome(entry)) return worse_of(judge(sw, to.outcome), code);
-    return status == 0 ? kExitComplete : kExitFailure;
+    if (leaves_outcome(entry)) return worse_of(judge(sw, to.outcome), ran.code);
+    return ran.status == 0 ? kExitComplete : kExitFailure;
 }
 
 // An exception must not leave the child's part of the code, or the child would go on as a second shell.

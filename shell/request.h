@@ -11,13 +11,19 @@
 #include <utility>
 #include <vector>
 
-#include "explain/subject.h"
 #include "sim/cmdshell.h"
+#include "sim/switch.h"
 
 namespace shell {
 
-// Writes to standard output what is shown in place of the text of a display. Returns an exit code.
-using Explanation = std::function<int(const explain::Subject &)>;
+using EntryPoint = uint32_t (*)(qarn_req *);
+
+struct Ran {
+    uint32_t status; // of the entry point
+    int code;        // exit code of what was done besides
+};
+// Calls the entry point, and does something with what it prints.
+using Runner = std::function<Ran(sim::Switch &sw, EntryPoint entry, qarn_req &req)>;
 
 class Request {
   public:
@@ -30,8 +36,8 @@ class Request {
     sim::ShellOptions options; // in effect while the command runs
     // What of the display is its text.
     bool has_header = true;
-    Explanation explanation;  // none: the text itself is shown
     bool has_messages = true; // those before the header; otherwise they go to standard error
+    Runner runner;            // none: the entry point prints its text
 
     void add_token(uint32_t id);
     void add_name(const std::string &name);
@@ -48,7 +54,5 @@ class Request {
 
     std::deque<Token> tokens_; // req points to the elements, which a deque never moves
 };
-
-using EntryPoint = uint32_t (*)(qarn_req *);
 
 } // namespace shell

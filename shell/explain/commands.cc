@@ -18,7 +18,7 @@ int explain_running(Session &session, const Line &line, Explanation explanation)
     session.find_services();
     Request request("show running-config");
     take_options(request, session.options());
-    request.explanation = std::move(explanation);
+    request.runner = explained_by(std::move(explanation));
     return show_display(session, line, kWhole.running, request);
 }
 

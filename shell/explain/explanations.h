@@ -1,21 +1,33 @@
 // What the command "explain" shows of a display that has ended, in its process.
 #pragma once
 
-#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
 
 #include "explain/dot.h"
 #include "explain/subject.h"
 #include "shell/request.h"
-#include "sim/switch.h"
 
 namespace shell {
 
-// Run the entry point without showing its text, and show the request's explanation. `code` becomes its exit code.
-uint32_t run_explained(sim::Switch &sw, EntryPoint entry, Request &request, int &code);
+// Writes to standard output what is shown in place of the text of a display. Returns an exit code.
+using Explanation = std::function<int(const explain::Subject &)>;
+
+Runner explained_by(Explanation explanation);
+
+// Shows each line with its origin. The shells that the display of all VDCs starts do so for theirs.
+Runner with_origins(EntryPoint entry, bool as_json);
+// The same if the shell that has started this one demands it; otherwise none.
+Runner with_demanded_origins();
 
 // Each line with its origin.
 int show_origins(const explain::Subject &subject);
 int show_origins_as_json(const explain::Subject &subject); // an object for each line
+
+// A line that stands between the displays of two VDCs.
+std::string row_between_vdcs(std::string_view line);
+std::string row_between_vdcs_as_json(std::string_view line);
 
 // The place of an element among others.
 int show_order(const explain::Subject &subject, explain::Key element);

@@ -75,7 +75,24 @@ void write(const std::string &row) {
     std::fwrite(row.data(), 1, row.size(), stdout);
 }
 
+std::string row_of(std::string_view begin, std::string_view line) {
+    return std::string(begin).append(line.empty() ? "|" : "| ").append(line).append("\n");
+}
+
+constexpr char kVdcLine[] = "VDC line";
+
 } // namespace
+
+std::string row_between_vdcs(std::string_view line) {
+    std::string begin;
+    for (const char *column : {kNobody, kNobody, kNobody, kVdcLine})
+        append_padded(begin, column, 0);
+    return row_of(begin, line);
+}
+
+std::string row_between_vdcs_as_json(std::string_view line) {
+    return "{\"text\": " + json_text(line) + ", \"rule\": " + json_text(kVdcLine) + "}\n";
+}
 
 int show_origins(const explain::Subject &subject) {
     constexpr std::size_t kLevelWidth = 2;
@@ -88,8 +105,7 @@ int show_origins(const explain::Subject &subject) {
         append_padded(row, Words::element_of(piece), widths.element);
         append_padded(row, Words::level_of(piece), kLevelWidth);
         append_padded(row, explain::name_of(piece.rule), widths.rule);
-        row.append(line.empty() ? "|" : "| ").append(line).append("\n");
-        write(row);
+        write(row_of(row, line));
     });
     return kExitComplete;
 }
