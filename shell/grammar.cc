@@ -243,6 +243,29 @@ constexpr Node kExplained[] = {
      .own_text = OwnText::kTable},
 };
 
+constexpr Node kOrdersAfterRules[] = {{.word = "N",
+                                       .help = "a number of orders",
+                                       .slot = Slot::kNumber,
+                                       .action = check_except_orders,
+                                       .own_text = OwnText::kTable}};
+constexpr Node kAfterRules[] = {{.word = "orders", .help = "so many orders of the replies", .next = kOrdersAfterRules}};
+constexpr Node kRules[] = {{.word = "RULE[,RULE...]",
+                            .help = "names of rules",
+                            .slot = Slot::kRules,
+                            .action = check_except,
+                            .next = kAfterRules,
+                            .own_text = OwnText::kTable}};
+constexpr Node kOrders[] = {{.word = "N",
+                             .help = "a number of orders",
+                             .slot = Slot::kNumber,
+                             .action = check_orders,
+                             .own_text = OwnText::kTable}};
+constexpr Node kCheck[] = {
+    {.word = "except", .help = "leave rules out", .next = kRules},
+    {.word = "orders", .help = "try so many orders of the replies (5)", .next = kOrders},
+    {.word = "rules", .help = "list the rules", .action = list_check_rules, .own_text = OwnText::kTable},
+};
+
 constexpr Node kCopyTarget[] = {
     {.word = "startup-config", .help = "save it as the startup configuration", .action = save_configuration},
     {.word = "FILE", .help = "write it to a file, if it is complete", .slot = Slot::kFile, .action = copy_to_file}};
@@ -263,6 +286,11 @@ constexpr Node kCommands[] = {
      .help = "show where each line of a configuration comes from",
      .next = kExplained,
      .is_explanation = true},
+    {.word = "check",
+     .help = "what is wrong with the configuration that the services send",
+     .action = check_services,
+     .next = kCheck,
+     .own_text = OwnText::kTable},
     {.word = "copy", .help = "save a configuration", .next = kCopySource},
     {.word = "switchto", .help = "enter a VDC", .next = kVdc},
     {.word = "switchback", .help = "return to the initial VDC", .action = leave_vdc},

@@ -25,7 +25,8 @@ enum class Slot : uint8_t {
     kVdc,
     kFile,
     kRegex, // the rest of the line, or what is in quotation marks
-    kNumber
+    kNumber,
+    kRules // of the command "check", with commas
 };
 
 // What a filter does with the text of a command.

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <set>
 
+#include "explain/check/joint_rules.h"
+#include "explain/check/stream_rules.h"
 #include "shell/ranges.h"
 #include "shell/words.h"
 
@@ -92,6 +94,15 @@ std::vector<std::string> completed_paths(std::string_view partial) {
     return words;
 }
 
+std::vector<std::string> names_of_rules() {
+    std::vector<std::string> names;
+    for (const auto rules : {explain::joint_rules(), explain::stream_rules()})
+        for (const explain::CheckRule &rule : rules)
+            names.emplace_back(rule.name);
+    std::ranges::sort(names);
+    return names;
+}
+
 } // namespace
 
 const char *name_of(Slot slot) {
@@ -116,6 +127,8 @@ const char *name_of(Slot slot) {
             return "regular expression";
         case Slot::kNumber:
             return "number";
+        case Slot::kRules:
+            return "rule";
         default:
             return "word";
     }
@@ -134,6 +147,8 @@ std::vector<std::string> values_of(Slot slot, const sim::Switch &sw) {
             return keys_of(sw.features);
         case Slot::kVdc:
             return names_of_vdcs(sw);
+        case Slot::kRules:
+            return names_of_rules();
         default:
             return names;
     }

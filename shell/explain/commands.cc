@@ -8,6 +8,7 @@
 #include "shell/command_error.h"
 #include "shell/explain/explanations.h"
 #include "shell/forms.h"
+#include "shell/numbers.h"
 #include "shell/session.h"
 #include "sim/notation.h"
 
@@ -20,12 +21,6 @@ int explain_running(Session &session, const Line &line, Explanation explanation)
     take_options(request, session.options());
     request.runner = explained_by(std::move(explanation));
     return show_display(session, line, kWhole.running, request);
-}
-
-uint32_t number_in(std::string_view argument, std::string_view text, const char *what) {
-    const auto number = sim::is_number(text) ? sim::to_number(text) : std::nullopt;
-    if (!number) throw CommandError(std::string("needs ") + what + ", not " + sim::quoted(argument), argument);
-    return *number;
 }
 
 // "ID", of an element with the UUID of the service, or "UUID,ID".

@@ -6,10 +6,14 @@
 #include <string_view>
 
 #include "explain/dot.h"
+#include "explain/observation.h"
 #include "explain/subject.h"
 #include "shell/request.h"
 
 namespace shell {
+
+// Runs the entry point without showing its text, which the observation has.
+uint32_t run_observed(sim::Switch &sw, EntryPoint entry, qarn_req &req, explain::Observation &observation);
 
 // Writes to standard output what is shown in place of the text of a display. Returns an exit code.
 using Explanation = std::function<int(const explain::Subject &)>;

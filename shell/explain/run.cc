@@ -5,14 +5,19 @@
 
 namespace shell {
 
+uint32_t run_observed(sim::Switch &sw, EntryPoint entry, qarn_req &req, explain::Observation &observation) {
+    std::FILE *const output = std::exchange(sw.output, nullptr);
+    sw.observer = &observation;
+    const uint32_t status = entry(&req);
+    sw.observer = nullptr;
+    sw.output = output;
+    return status;
+}
+
 Runner explained_by(Explanation explanation) {
     return [explanation = std::move(explanation)](sim::Switch &sw, EntryPoint entry, qarn_req &req) {
         explain::Observation observation;
-        std::FILE *const output = std::exchange(sw.output, nullptr); // the text comes with its explanation
-        sw.observer = &observation;
-        const uint32_t status = entry(&req);
-        sw.observer = nullptr;
-        sw.output = output;
+        const uint32_t status = run_observed(sw, entry, req, observation);
         return Ran{status, explanation({observation, sw})};
     };
 }
