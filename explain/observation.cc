@@ -69,6 +69,7 @@ Form Observation::form_of(std::string_view format, const char *argument) {
 }
 
 void Observation::printed(const char *format, const char *argument, std::string_view text) {
+    end_decoding();
     const Form form = form_of(format, argument);
     const bool is_of_vlans = g_intf_uuid == QARN_UUID_VLAN && (form == Form::kVlanLine || form == Form::kText);
     calls_.push_back({.form = form,
@@ -79,6 +80,12 @@ void Observation::printed(const char *format, const char *argument, std::string_
                       .collected = form == Form::kBody ? collected_in(text) : 0,
                       .argument = argument});
     text_.append(text);
+}
+
+// The library decodes a complete reply before it receives or prints anything else.
+void Observation::end_decoding() {
+    if (decoding_ != nullptr) decoding_->decoded = Clock::now();
+    decoding_ = nullptr;
 }
 
 void Observation::rendered(std::string_view) {}
@@ -103,6 +110,7 @@ void Observation::received(const sim::Message &message) {
     replies_.push_back({header.sap, answer.replies.size()});
     answer.replies.push_back(std::move(answer.rest));
     answer.rest.clear();
+    decoding_ = &answer;
 }
 
 } // namespace explain

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,7 +47,8 @@ struct Answer {
     std::vector<std::string> replies; // complete ones, in the order of their last fragments
     std::string rest;                 // of a reply without a last fragment
     std::size_t fragments = 0, bytes = 0;
-    Clock::time_point first, last; // of the fragments
+    Clock::time_point first, last;            // of the fragments
+    std::optional<Clock::time_point> decoded; // the last complete reply
 };
 
 class Observation : public sim::Observer {
@@ -54,6 +56,7 @@ class Observation : public sim::Observer {
     void printed(const char *format, const char *argument, std::string_view text) override;
     void rendered(std::string_view text) override;
     void sent(uint32_t sap, uint32_t opcode, const sim::Bytes &payload) override;
+    void receives() override { end_decoding(); }
     void received(const sim::Message &message) override;
     void received_nothing(int error) override;
 
@@ -69,6 +72,7 @@ class Observation : public sim::Observer {
     Clock::time_point begin() const { return begin_; }
 
   private:
+    void end_decoding();
     Printed::Form form_of(std::string_view format, const char *argument);
     Printed::Form form_of_text(const char *argument);
 
@@ -77,7 +81,8 @@ class Observation : public sim::Observer {
     std::map<uint32_t, Answer> answers_;
     std::vector<Reply> replies_;
     Clock::time_point begin_ = Clock::now();
-    int32_t next_slot_ = 0; // of the library's list of key headers
+    Answer *decoding_ = nullptr; // whose reply the library decodes
+    int32_t next_slot_ = 0;      // of the library's list of key headers
 };
 
 } // namespace explain

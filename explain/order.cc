@@ -26,13 +26,14 @@ class LevelOrder {
     }
     std::optional<std::size_t> held_back_by(std::size_t at) const { return held_back_by_[at]; }
     std::size_t count() const { return count_; }
-    // From 1. An element comes before those of later sweeps, and those of its sweep with greater keys.
-    std::size_t position_of(std::size_t at) const {
-        std::size_t before = 0;
-        for (std::size_t other = 0; other < sweeps_.size(); ++other)
-            if (sweep_of(other) && (sweeps_[other] < sweeps_[at] || (sweeps_[other] == sweeps_[at] && other < at)))
-                ++before;
-        return before + 1;
+    // The elements with a sweep: an element comes before those of later sweeps, and those of its sweep with greater
+    // keys.
+    std::vector<std::size_t> in_order() const {
+        std::vector<std::size_t> ordered;
+        for (std::size_t at = 0; at < sweeps_.size(); ++at)
+            if (sweep_of(at)) ordered.push_back(at);
+        std::ranges::stable_sort(ordered, {}, [this](std::size_t at) { return sweeps_[at]; });
+        return ordered;
     }
 
   private:
@@ -79,25 +80,82 @@ Standing standing_of(const Elements &elements, const Element &element, const Dep
     return elements.all()[*dependency.target].has_text() ? Standing::kMet : Standing::kNotMet;
 }
 
-} // namespace
-
-Place find_place(const Elements &elements, std::size_t at) {
+std::vector<Judged> judged_dependencies(const Elements &elements, std::size_t at) {
+    std::vector<Judged> judged;
     const Element &element = elements.all()[at];
-    const LevelOrder order(elements, element.level());
+    for (const Dependency &dependency : element.dependencies)
+        judged.push_back({at, dependency, standing_of(elements, element, dependency)});
+    return judged;
+}
+
+Place place_of(const Elements &elements, std::size_t at) {
+    const Element &element = elements.all()[at];
     Place place;
     place.is_printed = elements.takes_part(at) && !element.is_placeholder() && element.level() < kPrintLevels;
+    place.waits_for = judged_dependencies(elements, at);
+    return place;
+}
+
+void add_sweep(const LevelOrder &order, std::size_t at, Place &place) {
     place.sweep = order.sweep_of(at);
     place.count = order.count();
-    if (place.sweep) place.position = order.position_of(at);
     place.held_back_by = order.held_back_by(at);
-    for (const Dependency &dependency : element.dependencies)
-        place.waits_for.push_back({at, dependency, standing_of(elements, element, dependency)});
+}
+
+} // namespace
+
+const char *text_of(Standing standing) {
+    switch (standing) {
+        case Standing::kCounts:
+            return "";
+        case Standing::kMet:
+            return "it has text";
+        case Standing::kNotMet:
+            return "it has no text";
+        case Standing::kNobodySent:
+            return "counts for nothing, because no service has sent it";
+        case Standing::kLowerLevel:
+            return "holds in any case, because lower levels are printed first";
+        case Standing::kHigherLevel:
+            return "does not count for its own text, because higher levels are printed later; it orders the texts of "
+                   "interfaces and keys only";
+        case Standing::kLeftOut:
+            return "counts for nothing, because that one is left out";
+        case Standing::kOtherType:
+            return "counts for nothing, because the library does not know this kind of dependency";
+    }
+    return "";
+}
+
+Place find_place(const Elements &elements, std::size_t at) {
+    const LevelOrder order(elements, elements.all()[at].level());
+    Place place = place_of(elements, at);
+    add_sweep(order, at, place);
+    const std::vector<std::size_t> ordered = order.in_order();
+    if (place.sweep) place.position = static_cast<std::size_t>(std::ranges::find(ordered, at) - ordered.begin()) + 1;
     for (std::size_t other = 0; other < elements.all().size(); ++other)
-        for (const Dependency &dependency : elements.all()[other].dependencies)
-            if (dependency.on == element.key)
-                place.awaited_by.push_back(
-                    {other, dependency, standing_of(elements, elements.all()[other], dependency)});
+        for (const Judged &judged : judged_dependencies(elements, other))
+            if (judged.dependency.on == elements.all()[at].key) place.awaited_by.push_back(judged);
     return place;
+}
+
+std::vector<Place> find_places(const Elements &elements) {
+    std::vector<Place> places;
+    places.reserve(elements.all().size());
+    for (std::size_t at = 0; at < elements.all().size(); ++at)
+        places.push_back(place_of(elements, at));
+    for (const Place &place : places)
+        for (const Judged &judged : place.waits_for)
+            if (judged.dependency.target) places[*judged.dependency.target].awaited_by.push_back(judged);
+    for (uint32_t level = 0; level < kPrintLevels; ++level) {
+        const LevelOrder order(elements, level);
+        std::size_t position = 0;
+        for (std::size_t at = 0; at < places.size(); ++at)
+            if (elements.is_in({Pass::Kind::kLevel, level}, at)) add_sweep(order, at, places[at]);
+        for (const std::size_t at : order.in_order())
+            places[at].position = ++position;
+    }
+    return places;
 }
 
 } // namespace explain

@@ -20,6 +20,8 @@ enum class Standing : uint8_t {
     kLeftOut,     // the condition of the other element is not met
     kOtherType    // neither an order nor a condition
 };
+// The reason in words; empty if the dependency counts.
+const char *text_of(Standing standing);
 
 struct Judged {
     std::size_t element; // whose dependency it is
@@ -40,5 +42,7 @@ struct Place {
 };
 
 Place find_place(const Elements &elements, std::size_t at);
+// Those of all elements, in their order. An element of a level that is not printed has no sweep.
+std::vector<Place> find_places(const Elements &elements);
 
 } // namespace explain

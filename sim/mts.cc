@@ -301,6 +301,7 @@ int32_t mts_recv(uint32_t handle, struct mts_msg *msg, const struct qarn_recv_op
     auto *endpoint = endpoint_of_handle(handle);
     if (endpoint == nullptr) return fail(EBADF);
 
+    if (sw.observer != nullptr) sw.observer->receives();
     auto queued = next_queued(*endpoint, opcode);
     const Carrier::Arrival arrival =
         queued ? Carrier::Arrival{0, std::move(*queued)} : carrier().receive(*endpoint, opcode, timeout);

@@ -12,27 +12,9 @@ namespace {
 
 using explain::Standing;
 
-const char *reason_of(Standing standing) {
-    switch (standing) {
-        case Standing::kCounts:
-            return "";
-        case Standing::kMet:
-            return ": it has text";
-        case Standing::kNotMet:
-            return ": it has no text";
-        case Standing::kNobodySent:
-            return ": counts for nothing, because no service has sent it";
-        case Standing::kLowerLevel:
-            return ": holds in any case, because lower levels are printed first";
-        case Standing::kHigherLevel:
-            return ": does not count for its own text, because higher levels are printed later; it orders the texts of "
-                   "interfaces and keys only";
-        case Standing::kLeftOut:
-            return ": counts for nothing, because that one is left out";
-        case Standing::kOtherType:
-            return ": counts for nothing, because the library does not know this kind of dependency";
-    }
-    return "";
+std::string reason_of(Standing standing) {
+    const char *const text = explain::text_of(standing);
+    return *text != '\0' ? std::string(": ") + text : "";
 }
 
 class OrderText {
