@@ -35,6 +35,7 @@ int show_configuration(Session &session, const Line &line) {
     Request request(line.is_explained ? "show" + line.text.substr(kExplain.size()) : line.text);
     take_options(request, session.options());
     request.runner = line.is_explained ? with_origins(entry, line.is_json()) : with_demanded_origins();
+    if (line.is_page()) request.runner = as_page(entry, request.req.cmd_line);
     request.options.generic_option |= line.display->generic_option;
     if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
     for (const Narrowed &narrowed : line.narrowings)

@@ -105,6 +105,19 @@ int show_as_json(Session &session, const Line &line, EntryPoint entry, Request &
     return target.take(document.finish(result), result, deadline);
 }
 
+// The page says itself what is missing, so it replaces the file even if something is, unless --fail-partial forbids it.
+int write_page(Session &session, const Line &line, EntryPoint entry, Request &request, const Deadline &deadline) {
+    HeldOutput page(line.filters.back().file);
+    const int result = run_command(session.current(), entry, request, {}, page.descriptor(), deadline);
+    const bool is_partial = result == kExitIncomplete || result == kExitLoop;
+    if (result == kExitComplete || (is_partial && !session.options().fail_partial)) {
+        page.publish();
+    } else {
+        page.report_withheld();
+    }
+    return result;
+}
+
 // A file is replaced, and an output that must be whole is shown, when the command has ended.
 int show_held(Session &session, EntryPoint entry, Request &request, const Output &output, const Deadline &deadline) {
     Target target(session, output);
@@ -134,6 +147,7 @@ void take_options(Request &request, const Options &options) {
 int show_display(Session &session, const Line &line, EntryPoint entry, Request &request) {
     const Deadline deadline = deadline_of(session);
     if (line.is_json()) return show_as_json(session, line, entry, request, deadline);
+    if (line.is_page()) return write_page(session, line, entry, request, deadline);
     const Output output = output_of(line, session.options());
     if (output.file || session.options().fail_partial) return show_held(session, entry, request, output, deadline);
     return run_command(session.current(), entry, request, output, STDOUT_FILENO, deadline);

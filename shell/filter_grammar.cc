@@ -22,6 +22,10 @@ constexpr Node kFileName[] = {{.word = "FILE",
                                .help = "the file to replace; a name with blanks in quotation marks",
                                .slot = Slot::kFile,
                                .filter = FilterKind::kSave}};
+constexpr Node kPageName[] = {{.word = "FILE",
+                               .help = "the file to replace; a name with blanks in quotation marks",
+                               .slot = Slot::kFile,
+                               .filter = FilterKind::kHtml}};
 
 constexpr Node kFilters[] = {
     {.word = "include", .help = "the lines in which REGEX matches", .next = kIncludeRegex},
@@ -34,6 +38,7 @@ constexpr Node kFilters[] = {
      .help = "a JSON object: complete or not, what is missing, the blocks",
      .filter = FilterKind::kJson,
      .next = kJsonVersion},
+    {.word = "html", .help = "after \"explain\": write a page for a browser to FILE", .next = kPageName},
     {.word = "no-more", .help = "without a pager", .filter = FilterKind::kNoMore},
     {.word = "save", .help = "write to FILE as with --output; the last filter", .next = kFileName},
 };

@@ -30,7 +30,19 @@ enum class Slot : uint8_t {
 };
 
 // What a filter does with the text of a command.
-enum class FilterKind : uint8_t { kNone, kInclude, kExclude, kBegin, kSection, kCount, kHead, kJson, kNoMore, kSave };
+enum class FilterKind : uint8_t {
+    kNone,
+    kInclude,
+    kExclude,
+    kBegin,
+    kSection,
+    kCount,
+    kHead,
+    kJson,
+    kHtml,
+    kNoMore,
+    kSave
+};
 
 // Which configuration a display shows.
 struct Display {

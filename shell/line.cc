@@ -104,9 +104,18 @@ bool concerns_lines(const Filter &filter) {
     return filter.kind != FilterKind::kJson && filter.kind != FilterKind::kNoMore && filter.kind != FilterKind::kSave;
 }
 
+void check_page(std::string_view part, const Line &line) {
+    if (!line.is_explained || line.own_text != OwnText::kNone)
+        throw CommandError("\"html\" needs \"explain running-config\" or \"explain startup-config\"", with_bar(part));
+    if (!line.filters.empty())
+        throw CommandError("\"html\" takes the whole display, so no other filter can come before it", with_bar(part));
+}
+
 // Whether a filter can follow those that the line has.
 void check_order(const Filter &filter, std::string_view part, const Line &line) {
     if (line.is_saved()) throw CommandError("no filter can follow \"save\"", with_bar(part));
+    if (line.is_page()) throw CommandError("no filter can follow \"html\"", with_bar(part));
+    if (filter.kind == FilterKind::kHtml) check_page(part, line);
     if (line.is_json() && (concerns_lines(filter) || filter.kind == FilterKind::kJson))
         throw CommandError("only \"no-more\" and \"save\" can follow \"json\"", with_bar(part));
     if (filter.kind == FilterKind::kJson && line.own_text == OwnText::kTable &&

@@ -34,6 +34,8 @@ struct Line {
 
     // Whether the last filter saves the text.
     bool is_saved() const { return !filters.empty() && filters.back().kind == FilterKind::kSave; }
+    // Whether it is shown as a page.
+    bool is_page() const { return !filters.empty() && filters.back().kind == FilterKind::kHtml; }
     bool is_json() const { return std::ranges::find(filters, FilterKind::kJson, &Filter::kind) != filters.end(); }
 };
 

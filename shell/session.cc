@@ -165,6 +165,7 @@ int Session::run(const std::string &line) {
     const Line matched = match(line);
     if (options_.output && !matched.has_text) throw CommandError(kNoOutput);
     if (options_.output && matched.is_saved()) throw CommandError("--output and \"save\" both name a file");
+    if (options_.output && matched.is_page()) throw CommandError("--output and \"html\" both name a file");
     show_waits(*switch_);
     return matched.action(*this, matched);
 }

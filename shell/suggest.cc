@@ -65,7 +65,7 @@ Suggestions suggest(std::string_view line, const sim::Switch &sw) {
     }
     suggestions.may_end = suggestions.partial.empty() && walk.may_end();
     suggestions.may_be_filtered = suggestions.may_end && (walk.has_text() || walk.filter() != FilterKind::kNone) &&
-                                  walk.filter() != FilterKind::kSave;
+                                  walk.filter() != FilterKind::kSave && walk.filter() != FilterKind::kHtml;
     for (const Node *node : walk.next()) {
         if (node->slot != Slot::kNone) {
             suggest_values(*node, walk.line.arguments, sw, suggestions);

@@ -33,8 +33,11 @@ int show_origins_as_json(const explain::Subject &subject); // an object for each
 std::string row_between_vdcs(std::string_view line);
 std::string row_between_vdcs_as_json(std::string_view line);
 
+// Writes a page that explains the display to standard output. Throws CommandError if it would explain nothing.
+Runner as_page(EntryPoint entry, const std::string &command);
+
 // The place of an element among others.
-int show_order(const explain::Subject &subject, explain::Key element);
+int show_order(const explain::Subject &subject, explain::Key key);
 
 // Elements that wait for each other.
 int show_loops(const explain::Subject &subject);

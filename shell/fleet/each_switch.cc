@@ -75,6 +75,7 @@ void check_command(const Options &options) {
     const Line line = match(options.commands[0]);
     if (!line.has_text) throw CommandError("--each-switch needs a command that shows something");
     if (line.is_saved()) throw CommandError("--each-switch and \"save\" both name a file");
+    if (line.is_page()) throw CommandError("--each-switch and \"html\" both name a file");
 }
 
 // Returns false after a message about the command.
