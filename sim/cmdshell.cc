@@ -99,6 +99,10 @@ void set_sap_row(uint32_t row, const std::vector<uint32_t> &row_saps, uint32_t k
     words[SHOW_SAP_KEY_WORD] = key_word;
 }
 
+uint32_t key_word_of_sap_row(uint32_t row) {
+    return row < SHOW_TABLE_ROWS ? show_sap_table[row][SHOW_SAP_KEY_WORD] : 0;
+}
+
 void set_feature_row(uint32_t row, const std::vector<std::pair<uint32_t, uint32_t>> &pairs) {
     if (row >= SHOW_TABLE_ROWS) return;
     auto &words = show_feature_table[row];
@@ -148,7 +152,8 @@ uint32_t cmd_show_run_opt_cr(void *buffer, uint32_t option) {
         return static_cast<uint32_t>(outcome->result);
     if (rendered_text == nullptr) rendered_text = g_string_new("");
     g_string_assign(rendered_text, render(buffer).c_str());
-    if (Observer *observer = current().observer) observer->rendered(rendered_text->str);
+    for (Observer *observer : current().observers)
+        observer->rendered(rendered_text->str);
     rendered = {rendered_text->str, static_cast<int32_t>(rendered_text->len)};
     g_clistr = &rendered;
     return 0;

@@ -36,19 +36,21 @@ int32_t append_formatted(std::string &printed, const char *format, va_list args)
 }
 
 int32_t write_formatted(Switch &sw, const char *format, va_list args) {
-    if (sw.output != nullptr && sw.observer == nullptr) return std::vfprintf(sw.output, format, args);
-    if (sw.output == nullptr && sw.observer == nullptr) return append_formatted(sw.printed, format, args);
+    if (sw.output != nullptr && sw.observers.empty()) return std::vfprintf(sw.output, format, args);
+    if (sw.output == nullptr && sw.observers.empty()) return append_formatted(sw.printed, format, args);
     std::string text;
     const int32_t length = append_formatted(text, format, args);
     if (length < 0) return length;
-    sw.observer->printed(format, nullptr, text);
+    for (Observer *observer : sw.observers)
+        observer->printed(format, nullptr, text);
     return write_text(sw, text);
 }
 
 int32_t write(Switch &sw, const char *format, va_list args) {
     if (!is_plain_text(format)) return write_formatted(sw, format, args);
     const char *text = va_arg(args, const char *);
-    if (sw.observer != nullptr) sw.observer->printed(format, text, text);
+    for (Observer *observer : sw.observers)
+        observer->printed(format, text, text);
     return write_text(sw, text);
 }
 

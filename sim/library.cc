@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/conversion.h"
+#include "sim/notation.h"
 #include "sim/switch.h"
 
 namespace sim {
@@ -40,12 +42,21 @@ void *load(const char *path, int flags) {
     return loader(path, flags);
 }
 
-void *open_conversion_library(const Switch &sw) {
-    const bool is_installed = ::access(kPlatformConversion, F_OK) == 0;
-    const Library library = open_library(is_installed ? kPlatformConversion : sw.conversion_library, "", 0);
-    if (library.handle == nullptr)
-        std::fprintf(stderr, "conversion: %s; no text is converted\n", library.error.c_str());
-    return library.handle;
+// While a command is observed, its calls of the library pass through this program.
+void *open_conversion_library(Switch &sw) {
+    void *handle = nullptr;
+    const Fact fact = sw.learn(FactKind::kConversionOpened, [&] {
+        const bool is_installed = ::access(kPlatformConversion, F_OK) == 0;
+        const Library library = open_library(is_installed ? kPlatformConversion : sw.conversion_library, "", 0);
+        handle = library.handle;
+        return Fact{FactKind::kConversionOpened, handle != nullptr, 0, library.error};
+    });
+    if (fact.value == 0) {
+        std::fprintf(stderr, "conversion: %s; no text is converted\n", printable(fact.text).c_str());
+        return nullptr;
+    }
+    const bool passes_through = sw.facts || (!sw.observers.empty() && pass_conversions_to(handle));
+    return passes_through ? load(nullptr, RTLD_NOW) : handle;
 }
 
 std::string places_tried(const std::string &name, const std::string &folder) {

@@ -185,8 +185,18 @@ Carrier &carrier() {
     return chosen ? *chosen : in_process;
 }
 
-void report_to(Observer &observer, const Carrier::Arrival &arrival) {
-    arrival.error == 0 ? observer.received(arrival.message) : observer.received_nothing(arrival.error);
+void report(const Switch &sw, const Carrier::Arrival &arrival) {
+    for (Observer *observer : sw.observers)
+        arrival.error == 0 ? observer->received(arrival.message) : observer->received_nothing(arrival.error);
+}
+
+int send_observed(const Switch &sw, uint32_t sap, uint32_t opcode, const Bytes &payload) {
+    for (Observer *observer : sw.observers)
+        observer->sent(sap, opcode, payload);
+    const int error = carrier().send(sap, opcode, payload);
+    for (Observer *observer : sw.observers)
+        if (error != 0) observer->send_failed(error);
+    return error;
 }
 
 int32_t fail(int error) {
@@ -287,8 +297,7 @@ int32_t mts_send(uint32_t handle, uint32_t address, uint32_t sap, uint32_t opcod
         endpoint->queue.push_back({opcode, std::move(bytes)});
         return 0;
     }
-    if (sw.observer != nullptr) sw.observer->sent(sap, opcode, bytes);
-    const int error = carrier().send(sap, opcode, bytes);
+    const int error = send_observed(sw, sap, opcode, bytes);
     return error == 0 ? 0 : fail(error);
 }
 
@@ -301,11 +310,12 @@ int32_t mts_recv(uint32_t handle, struct mts_msg *msg, const struct qarn_recv_op
     auto *endpoint = endpoint_of_handle(handle);
     if (endpoint == nullptr) return fail(EBADF);
 
-    if (sw.observer != nullptr) sw.observer->receives();
+    for (Observer *observer : sw.observers)
+        observer->receives();
     auto queued = next_queued(*endpoint, opcode);
     const Carrier::Arrival arrival =
         queued ? Carrier::Arrival{0, std::move(*queued)} : carrier().receive(*endpoint, opcode, timeout);
-    if (sw.observer != nullptr) report_to(*sw.observer, arrival);
+    report(sw, arrival);
     if (arrival.error != 0) return fail(arrival.error);
     return hand_over(arrival.message, msg) ? 0 : fail(ENOMEM);
 }

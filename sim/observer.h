@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "sim/facts.h"
 #include "sim/tlv.h"
 
 namespace sim {
@@ -25,9 +26,12 @@ class Observer {
     // The library asks a service; SAP 0: every consumer of the opcode.
     virtual void sent(uint32_t sap, uint32_t opcode, const Bytes &payload) = 0;
     virtual void receives() {} // the library begins to receive; it has decoded what came before
+    virtual void send_failed(int) {} // the last one, with this errno
     virtual void received(const Message &message) = 0;
     // A receive has ended without a message, with this errno.
     virtual void received_nothing(int error) = 0;
+    // Something outside of the switch has been looked at.
+    virtual void learned(const Fact &) {}
 };
 
 } // namespace sim

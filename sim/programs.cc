@@ -9,6 +9,9 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
 
 #include "platform/cfglib.h"
 #include "sim/child.h"
@@ -57,11 +60,43 @@ void replace_missing_shell(const Switch &sw, std::string &program) {
     if (!sw.shell_program.empty() && ::access(kPlatformShell, X_OK) != 0) program = sw.shell_program;
 }
 
+std::string contents_of(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The program that prints the saved text, whose path is its last word.
+int32_t show_with_program(Switch &sw, const std::vector<std::string> &words) {
+    const Fact fact = sw.learn(FactKind::kProgram, [&] {
+        const int32_t result = start_and_wait(words);
+        const bool is_told = !sw.observers.empty() && result == 0;
+        return Fact{FactKind::kProgram, static_cast<uint32_t>(result), 0, is_told ? contents_of(words.back()) : ""};
+    });
+    if (sw.facts) std::fwrite(fact.text.data(), 1, fact.text.size(), stdout);
+    return static_cast<int32_t>(fact.value);
+}
+
 // A function may serve several rows. The library passes the row's own lib_name, so its address identifies the row.
 uint32_t sap_of_row(const char *lib_name) {
     for (int32_t i = 0; i < qarn_cfg_cb_table_size; ++i)
         if (qarn_cfg_cb_table[i].lib_name == lib_name) return static_cast<uint32_t>(qarn_cfg_cb_table[i].sap);
     return 0;
+}
+
+struct Function {
+    const char *library, *name;
+};
+
+// The library stays in memory because its services keep state from one command to the next.
+int32_t call_function(Switch &sw, const Function &function, void *args, uint32_t *result,
+                      void (*handler)(void *func, void *args, uint32_t *result)) {
+    void *library = open_library(function.library, sw.description_folder, RTLD_NODELETE).handle;
+    if (library == nullptr) return -1;
+    sw.invoked_sap = sap_of_row(function.library);
+    void *symbol = ::dlsym(library, function.name);
+    if (symbol != nullptr) handler(symbol, args, result);
+    ::dlclose(library);
+    return symbol != nullptr ? 0 : -1;
 }
 
 } // namespace
@@ -84,7 +119,7 @@ int32_t execute_program_and_wait(const char *path, ...) {
         sw.has_refused_a_text = true;
         return 1;
     }
-    if (words[0] != kPlatformShell) return start_and_wait(std::move(words));
+    if (words[0] != kPlatformShell) return show_with_program(sw, words);
     replace_missing_shell(sw, words[0]);
     const std::string vdc = words.size() > 2 ? words[2] : ""; // after -i
     const int32_t result = start_and_wait(std::move(words));
@@ -101,14 +136,12 @@ int32_t dlwrap_invoke_func(const char *lib, const char *func, void *args, uint32
         hook->second(static_cast<qarn_cb_args *>(args));
         return 0;
     }
-    // The library stays in memory because its services keep state from one command to the next.
-    void *library = open_library(lib, sw.description_folder, RTLD_NODELETE).handle;
-    if (library == nullptr) return -1;
-    sw.invoked_sap = sap_of_row(lib);
-    void *symbol = ::dlsym(library, func);
-    if (symbol != nullptr) handler(symbol, args, result);
-    ::dlclose(library);
-    return symbol != nullptr ? 0 : -1;
+    const Fact fact = sw.learn(FactKind::kFunction, [&] {
+        const int32_t failure = call_function(sw, {lib, func}, args, result, handler);
+        return Fact{FactKind::kFunction, static_cast<uint32_t>(failure), *result};
+    });
+    *result = fact.second;
+    return static_cast<int32_t>(fact.value);
 }
 
 } // extern "C"

@@ -28,6 +28,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr char kSavedAt[] = "Startup config saved at"; // in the line that a display shows
 constexpr char kCopyAgain[] = "; save the configuration again with \"copy running-config startup-config\"";
 
 // Of the current display.
@@ -38,6 +39,8 @@ void report(const std::string &path, const std::string &what) {
     const std::string problem = printable(path) + ": " + printable(what);
     std::fprintf(stderr, "store: %s\n", problem.c_str());
     problems.push_back(problem);
+    for (Observer *observer : current().observers)
+        observer->learned({FactKind::kStoreProblem, 0, 0, problem});
 }
 
 struct Unreadable {
@@ -299,6 +302,29 @@ std::optional<SavedServices> list_saved_services(const Switch &sw) {
 
 const std::vector<std::string> &saved_config_problems() {
     return problems;
+}
+
+void report_earlier_problem(const std::string &problem) {
+    std::fprintf(stderr, "store: %s\n", printable(problem).c_str());
+    problems.push_back(problem);
+}
+
+bool has_entries(const std::string &folder) {
+    std::error_code error;
+    const fs::directory_iterator entries(folder, error);
+    const auto is_visible = [](const auto &entry) { return !entry.path().filename().string().starts_with('.'); };
+    return error || std::any_of(begin(entries), end(entries), is_visible);
+}
+
+Fact describe_text_in(const std::string &folder) {
+    if (folder.empty()) return {FactKind::kTextFolder, kNoFolder};
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(open_regular(text_path(folder)), std::fclose);
+    if (!file) return {FactKind::kTextFolder, kFolderWithoutText};
+    Fact fact = {FactKind::kTextFolder, kFolderWithText};
+    char line[4096];
+    while (std::fgets(line, sizeof line, file.get()) != nullptr && fact.text.empty())
+        if (std::strstr(line, kSavedAt) != nullptr) fact.text = line;
+    return fact;
 }
 
 Bytes answer_from_store(const Service &service, const qarn_cfg_req_msg &request) {

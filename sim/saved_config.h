@@ -37,6 +37,13 @@ std::optional<SavedServices> list_saved_services(const Switch &sw);
 // What was reported since the current display began, each with its path.
 const std::vector<std::string> &saved_config_problems();
 
+// Report again what an earlier command has reported, for a switch without that store.
+void report_earlier_problem(const std::string &problem);
+
+// What a display finds out about a folder: whether there is anything in it, and whether it has a text.
+bool has_entries(const std::string &folder);
+Fact describe_text_in(const std::string &folder);
+
 // The reply of a service to a request for the startup configuration, from its file below the request's startup_uri. A
 // service that is not in the manifest has nothing saved. It fails if its file is missing or not what was saved; without
 // a manifest, if its file cannot be decoded.

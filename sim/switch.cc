@@ -21,6 +21,13 @@ void make_current(Switch *sw) {
     made_current = sw;
 }
 
+Fact Switch::learn(FactKind kind, const std::function<Fact()> &find) {
+    Fact fact = facts ? facts->next(kind) : find();
+    for (Observer *observer : observers)
+        observer->learned(fact);
+    return fact;
+}
+
 Service &Switch::service(std::string service_name, uint32_t sap, uint32_t uuid) {
     Service &added = services.emplace_back();
     added.name = std::move(service_name);

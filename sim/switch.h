@@ -18,6 +18,7 @@
 #include <qarncli/qarncli.h>
 
 #include "platform/vdc.h"
+#include "sim/facts.h"
 #include "sim/mts.h"
 #include "sim/observer.h"
 #include "sim/output_view.h"
@@ -56,6 +57,7 @@ struct SwitchProfile {
 struct InProcess {
     std::string function, library;
     uint32_t sap, line; // SAP 0: the function belongs to no service
+    uint32_t flags;
 };
 
 struct ElementReference {
@@ -116,7 +118,10 @@ struct Switch : Script {
     std::string conversion_library; // is opened where the platform's own is not installed; empty: none
 
     OutputView view;
-    Observer *observer = nullptr;                    // of the command that runs; null: nobody
+    std::vector<Observer *> observers; // of the command that runs
+    std::shared_ptr<Facts> facts;      // of an earlier command, in place of what is outside; null: none
+    // The fact that this function finds, or the earlier command's. Observers learn it.
+    Fact learn(FactKind kind, const std::function<Fact()> &find);
     bool hides_secrets = false;                      // of secret elements (secret.h)
     bool has_refused_a_text = false;                 // the saved one, in which no element can be found
     std::map<std::string, uint32_t> secret_profiles; // port profiles of secret elements: words of each line that stay

@@ -52,12 +52,27 @@ uint32_t move_lock(const Switch &sw, const void *request) {
     return 0;
 }
 
-std::unique_ptr<unsigned char[]> lock_response(const Switch &sw) {
-    if (sw.store.empty() && !sw.lock_response) return nullptr;
+std::string lock_response(const Switch &sw) {
+    if (sw.store.empty() && !sw.lock_response) return "";
     const qarn_lock_response answer = sw.store.empty() ? *sw.lock_response : store_response(sw);
-    auto response = std::make_unique<unsigned char[]>(sizeof answer);
-    std::memcpy(response.get(), &answer, sizeof answer);
+    return {reinterpret_cast<const char *>(&answer), sizeof answer};
+}
+
+// A response that an earlier command has had may have any size.
+std::unique_ptr<unsigned char[]> as_response(const std::string &bytes) {
+    if (bytes.size() != sizeof(qarn_lock_response)) return nullptr;
+    auto response = std::make_unique<unsigned char[]>(bytes.size());
+    std::memcpy(response.get(), bytes.data(), bytes.size());
     return response;
+}
+
+uint32_t exchange_lock(Switch &sw, const void *request) {
+    const Fact lock = sw.learn(FactKind::kStoreLock, [&] {
+        const uint32_t status = move_lock(sw, request);
+        return Fact{FactKind::kStoreLock, status, 0, status == 0 ? lock_response(sw) : ""};
+    });
+    if (lock.value == 0) last_response = as_response(lock.text);
+    return lock.value;
 }
 
 std::unique_ptr<unsigned char[]> module_list(const Switch &sw) {
@@ -98,6 +113,28 @@ const char *text_or_null(const std::string &text) {
     return text.empty() ? nullptr : text.c_str();
 }
 
+const char *learn_text_folder(Switch &sw) {
+    static std::string folder;
+    const Fact fact = sw.learn(FactKind::kTextFolder, [&] {
+        folder = text_folder(sw);
+        return sw.observers.empty() ? Fact{FactKind::kTextFolder} : describe_text_in(folder);
+    });
+    if (sw.facts)
+        folder = fact.value == kNoFolder ? "" : fact.value == kFolderWithText ? sw.facts->text_folder() : "/proc";
+    return text_or_null(folder);
+}
+
+// The library only looks whether something is in it.
+const char *learn_element_folder(Switch &sw) {
+    const char *folder = nullptr;
+    const Fact fact = sw.learn(FactKind::kElementFolder, [&] {
+        folder = text_or_null(binary_folder(sw));
+        return Fact{FactKind::kElementFolder, folder != nullptr && !sw.observers.empty() && has_entries(folder)};
+    });
+    if (sw.facts) folder = fact.value != 0 ? "/" : nullptr;
+    return folder;
+}
+
 } // namespace
 
 std::string Switch::error_text(uint32_t code) const {
@@ -114,8 +151,8 @@ extern "C" {
 const char *sysmgrcmi_dir_get(uint32_t handle, uint32_t id, uint32_t zero) {
     Switch &sw = current();
     if (sw.enter("sysmgrcmi_dir_get", "%u, %u, %u", handle, id, zero)) return nullptr;
-    if (id == SYSMGR_DIR_ASCII_STARTUP) return text_or_null(text_folder(sw));
-    if (id == SYSMGR_DIR_BIN_STARTUP) return text_or_null(binary_folder(sw));
+    if (id == SYSMGR_DIR_ASCII_STARTUP) return learn_text_folder(sw);
+    if (id == SYSMGR_DIR_BIN_STARTUP) return learn_element_folder(sw);
     return nullptr;
 }
 
@@ -127,8 +164,7 @@ uint32_t cmi_req_resp(uint32_t opcode, uint32_t second, const void *request, voi
                                       eighth, handle, tenth))
         return static_cast<uint32_t>(outcome->result);
     if (opcode == QARN_OPC_STORE_LOCK) {
-        if (const uint32_t status = move_lock(sw, request); status != 0) return status;
-        last_response = lock_response(sw);
+        if (const uint32_t status = exchange_lock(sw, request); status != 0) return status;
     } else if (opcode == QARN_OPC_MODULE_LIST) {
         last_response = module_list(sw);
     } else {

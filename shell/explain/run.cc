@@ -7,9 +7,9 @@ namespace shell {
 
 uint32_t run_observed(sim::Switch &sw, EntryPoint entry, qarn_req &req, explain::Observation &observation) {
     std::FILE *const output = std::exchange(sw.output, nullptr);
-    sw.observer = &observation;
+    sw.observers.push_back(&observation);
     const uint32_t status = entry(&req);
-    sw.observer = nullptr;
+    sw.observers.pop_back();
     sw.output = output;
     return status;
 }

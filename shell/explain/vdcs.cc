@@ -44,11 +44,11 @@ Runner with_origins_of_vdcs(bool as_json) {
     return [as_json](sim::Switch &sw, EntryPoint entry, qarn_req &req) {
         setenv(kVariable, as_json ? kJson : kColumns, 1);
         LinesBetween lines(as_json);
-        sw.observer = &lines;
+        sw.observers.push_back(&lines);
         std::FILE *const output = std::exchange(sw.output, nullptr);
         const uint32_t status = entry(&req);
         sw.output = output;
-        sw.observer = nullptr;
+        sw.observers.pop_back();
         return Ran{status, kExitComplete};
     };
 }

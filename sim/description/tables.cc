@@ -39,7 +39,7 @@ void read_in_process_entry(const Document &document, const YAML::Node &node, Swi
                       "the SAP of " + quoted(service.Scalar()) + " is too large for the callback table");
     }
     const uint32_t flags = flags_in(document, entry["flags"]);
-    const InProcess row = {entry.text("function"), entry.text("library"), sap, line_of(node)};
+    const InProcess row = {entry.text("function"), entry.text("library"), sap, line_of(node), flags};
     if (!add_callback_row(sap, row.function, row.library, flags)) {
         document.fail(node, Error::kOutOfRange,
                       "the callback table has " + std::to_string(kCallbackRows) + " rows, with names of at most " +

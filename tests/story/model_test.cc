@@ -397,7 +397,7 @@ struct Case : test::Story {
         }
         Model model{sw, command};
         explain::Observation observation;
-        sw.observer = &observation;
+        sw.observers = {&observation};
         EXPECT_EQ(command.entry(&req), model.run(complete));
         EXPECT_EQ(sw.printed, model.out);
         if (debug_bits == 0) expect_origins(observation, replies);

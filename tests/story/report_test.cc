@@ -11,9 +11,9 @@ class Report : public test::Story {
   protected:
     std::string page(const explain::PictureBounds &bounds = {}) {
         explain::Observation observation;
-        sw.observer = &observation;
+        sw.observers.push_back(&observation);
         run();
-        sw.observer = nullptr;
+        sw.observers.pop_back();
         return explain::report_page({observation, sw}, {"show running-config", "", "", {}, {}}, bounds);
     }
     std::string absence_of_picture(const explain::PictureBounds &bounds) {
