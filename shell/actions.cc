@@ -31,6 +31,8 @@ constexpr std::string_view kExplain = "explain";
 
 int show_configuration(Session &session, const Line &line) {
     const EntryPoint entry = entry_of(*line.form, *line.display);
+    if (session.options().record && entry == qarn_cli_run_cfg_gen_vdcall)
+        throw CommandError("each VDC is recorded by itself: start in it with --vdc");
     if (entry != qarn_cli_run_cfg_gen_vdcall) session.find_services(); // the shells of the VDCs find theirs
     Request request(line.is_explained ? "show" + line.text.substr(kExplain.size()) : line.text);
     take_options(request, session.options());

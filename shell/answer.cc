@@ -14,6 +14,7 @@
 #include "shell/json.h"
 #include "shell/message.h"
 #include "shell/output.h"
+#include "shell/recording/recording_file.h"
 #include "shell/run.h"
 
 namespace shell {
@@ -126,6 +127,15 @@ int show_held(Session &session, EntryPoint entry, Request &request, const Output
     return target.take(held, result, deadline);
 }
 
+int show_text_of(Session &session, const Line &line, EntryPoint entry, Request &request) {
+    const Deadline deadline = deadline_of(session);
+    if (line.is_json()) return show_as_json(session, line, entry, request, deadline);
+    if (line.is_page()) return write_page(session, line, entry, request, deadline);
+    const Output output = output_of(line, session.options());
+    if (output.file || session.options().fail_partial) return show_held(session, entry, request, output, deadline);
+    return run_command(session.current(), entry, request, output, STDOUT_FILENO, deadline);
+}
+
 } // namespace
 
 Deadline deadline_of(const Session &session) {
@@ -145,12 +155,10 @@ void take_options(Request &request, const Options &options) {
 }
 
 int show_display(Session &session, const Line &line, EntryPoint entry, Request &request) {
-    const Deadline deadline = deadline_of(session);
-    if (line.is_json()) return show_as_json(session, line, entry, request, deadline);
-    if (line.is_page()) return write_page(session, line, entry, request, deadline);
-    const Output output = output_of(line, session.options());
-    if (output.file || session.options().fail_partial) return show_held(session, entry, request, output, deadline);
-    return run_command(session.current(), entry, request, output, STDOUT_FILENO, deadline);
+    session.replay(request);
+    if (!session.options().record) return show_text_of(session, line, entry, request);
+    RecordingFile file(session, line, request);
+    return file.publish(show_text_of(session, line, entry, request));
 }
 
 int show_table(Session &session, const Line &line, const Table &table, const Title &title, int result) {

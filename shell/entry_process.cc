@@ -9,6 +9,7 @@
 #include <new>
 
 #include "shell/message.h"
+#include "shell/recording/follower.h"
 #include "shell/report.h"
 #include "shell/run.h"
 
@@ -42,11 +43,12 @@ int judge(const sim::Switch &sw, int outcome) {
 // What was printed goes out before what is said of it. Where another process passes it on, the shell writes the
 // messages when that process has ended.
 int run_and_report(sim::Switch &sw, EntryPoint entry, Request &request, const Descriptors &to) {
+    Follower follower(sw, request);
     const Ran ran = request.runner ? request.runner(sw, entry, request.req) : Ran{entry(&request.req), kExitComplete};
     std::fflush(stdout);
     if (to.messages >= 0) dup2(to.messages, STDERR_FILENO);
-    if (leaves_outcome(entry)) return worse_of(judge(sw, to.outcome), ran.code);
-    return ran.status == 0 ? kExitComplete : kExitFailure;
+    const int code = leaves_outcome(entry) ? judge(sw, to.outcome) : ran.status == 0 ? kExitComplete : kExitFailure;
+    return follower.finish(worse_of(code, ran.code));
 }
 
 // An exception must not leave the child's part of the code, or the child would go on as a second shell.

@@ -32,6 +32,8 @@ struct Line {
 
     OwnText own_text = OwnText::kNone; // this text, if it is no configuration
 
+    // Whether it runs a display of the library.
+    bool has_display() const { return is_explained || (display != nullptr && own_text == OwnText::kNone); }
     // Whether the last filter saves the text.
     bool is_saved() const { return !filters.empty() && filters.back().kind == FilterKind::kSave; }
     // Whether it is shown as a page.

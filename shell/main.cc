@@ -31,6 +31,7 @@
 #include "shell/message.h"
 #include "shell/option_error.h"
 #include "shell/options.h"
+#include "shell/recording/replay.h"
 #include "shell/registered.h"
 #include "shell/run.h"
 #include "shell/script.h"
@@ -92,6 +93,7 @@ int run(const Options &options) {
         throw shell::CommandError("--json needs --check, --list-switches or --each-switch");
     if (options.checked_file) return shell::check_file(*options.checked_file, options.json);
     shell::join_message_log();
+    if (options.replay) return shell::replay(options);
     export_options(options);
     if (options.list_switches) return shell::list_switches(options);
     if (options.each_switch) return shell::show_each_switch(options);

@@ -198,6 +198,28 @@ void declare_options_of_times(CLI::App &app, Options &options) {
         ->envname("VSH_DEADLINE");
 }
 
+void declare_options_of_recordings(CLI::App &app, Options &options) {
+    app.add_option("--record", options.record,
+                   "keep all that the command of -c receives in this file, for --replay and for programs that show "
+                   "packets")
+        ->type_name("FILE")
+        ->check(path_given)
+        ->needs("-c")
+        ->excludes("--each-switch");
+    CLI::Option *const replay =
+        app.add_option("--replay", options.replay,
+                       "run the command in this recording, or those of -c that explain it, as it was run then; the "
+                       "switch and the options come from the recording")
+            ->type_name("FILE")
+            ->check(description_given)
+            ->excludes("-f")
+            ->excludes("-i")
+            ->excludes("--record")
+            ->excludes("--each-switch")
+            ->excludes("--list-switches");
+    app.add_flag("--pace", options.pace, "with the pauses of the recorded command")->needs(replay);
+}
+
 void declare_options_of_checks(CLI::App &app, Options &options) {
     app.add_option("--check", options.checked_file,
                    "report everything that is wrong with the switch description FILE, and exit")
@@ -273,6 +295,7 @@ void declare_options(CLI::App &app, Options &options) {
     declare_options_of_transport(app, options);
     declare_options_of_fleets(app, options);
     declare_options_of_commands(app, options);
+    declare_options_of_recordings(app, options);
     declare_options_of_times(app, options);
     declare_options_of_checks(app, options);
     app.set_version_flag("--version", "vsh " VSH_VERSION, "print the version and exit");

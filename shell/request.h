@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "explain/recording/recording.h"
 #include "sim/cmdshell.h"
 #include "sim/switch.h"
 
@@ -25,6 +27,12 @@ struct Ran {
 // Calls the entry point, and does something with what it prints.
 using Runner = std::function<Ran(sim::Switch &sw, EntryPoint entry, qarn_req &req)>;
 
+// Where a command is recorded, and as what.
+struct Recorded {
+    explain::recording::Command command;
+    int descriptor = -1;
+};
+
 class Request {
   public:
     explicit Request(std::string_view line);
@@ -38,6 +46,9 @@ class Request {
     bool has_header = true;
     bool has_messages = true; // those before the header; otherwise they go to standard error
     Runner runner;            // none: the entry point prints its text
+
+    std::optional<Recorded> recorded;                        // none: it is not recorded
+    const explain::recording::Recording *replayed = nullptr; // that must print the same; null: none
 
     void add_token(uint32_t id);
     void add_name(const std::string &name);

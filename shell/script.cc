@@ -182,6 +182,8 @@ int run_commands(Session &session) {
     if (std::getenv(kVariableOfPlace) != nullptr) vdc.emplace("VDC " + session.prompt());
     if (options.output && (options.commands.size() != 1 || !is_command(options.commands[0])))
         throw CommandError(options.commands.size() > 1 ? "--output needs exactly one command" : kNoOutput);
+    if (options.record && (options.commands.size() != 1 || !is_command(options.commands[0])))
+        throw CommandError(options.commands.size() > 1 ? "--record needs exactly one command" : kNoDisplay);
     if (!options.commands.empty()) return run_given(session, options.commands);
     return options.script ? run_script(session, *options.script) : run_input(session);
 }

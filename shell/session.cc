@@ -12,6 +12,7 @@
 #include <new>
 #include <utility>
 
+#include "explain/recording/replay.h"
 #include "shell/built_in_switch.h"
 #include "shell/document.h"
 #include "shell/exit_code.h"
@@ -20,6 +21,7 @@
 #include "shell/message.h"
 #include "shell/registered.h"
 #include "shell/report.h"
+#include "shell/request.h"
 #include "shell/run.h"
 #include "shell/waiting.h"
 #include "sim/check/check.h"
@@ -101,13 +103,26 @@ Session::Session(const Options &options, std::optional<KnownSwitch> known) : opt
     enter(options_.vdc);
 }
 
+Session::Session(const Options &options, std::shared_ptr<const explain::recording::Recording> recording)
+    : options_(options), recording_(std::move(recording)) {
+    enter({});
+}
+
 std::unique_ptr<sim::Switch> Session::load_whole(std::optional<std::string> &file) {
+    if (recording_) return explain::recording::switch_of(*recording_);
     const auto description = remote_ ? remote_->description() : Remote::Description{.file = options_.switch_file};
     file = description.file;
     auto sw = description.is_missing ? std::make_unique<sim::Switch>() : load(file);
     sw->has_unknown_interfaces = description.is_missing;
     if (remote_) remote_->adopt(*sw);
     return sw;
+}
+
+void Session::attach(sim::Switch &sw) {
+    using explain::recording::Pace, explain::recording::replay_on;
+    if (recording_) return replay_on(sw, recording_, options_.pace ? Pace::kRecorded : Pace::kFull);
+    if (remote_) remote_->attach(sw);
+    sim::use_store(sw, sim::folder_of_vdc(options_.store.value_or(sw.store), sw.vdc));
 }
 
 void Session::enter(std::optional<uint16_t> id) {
@@ -127,8 +142,7 @@ void Session::enter(std::optional<uint16_t> id) {
     }
     if (options_.mask) report_no_secrets(*sw, file);
     sw->hides_secrets = options_.mask;
-    if (remote_) remote_->attach(*sw);
-    sim::use_store(*sw, sim::folder_of_vdc(options_.store.value_or(sw->store), sw->vdc));
+    attach(*sw);
     sw->output = stdout;
     sw->transport.unit = std::chrono::milliseconds(options_.timeout_unit);
     std::error_code error;
@@ -161,11 +175,27 @@ void Session::switch_back() {
     is_switched_ = false;
 }
 
+void Session::replay(Request &request) const {
+    if (!recording_) return;
+    const std::string &display = recording_->command.display;
+    if (display != request.req.cmd_line)
+        throw CommandError("the recording is of " + sim::quoted(display) + ", and has no other display");
+    request.replayed = recording_.get();
+}
+
+void Session::check(const Line &line) const {
+    if (options_.output && !line.has_text) throw CommandError(kNoOutput);
+    if (options_.output && line.is_saved()) throw CommandError("--output and \"save\" both name a file");
+    if (options_.output && line.is_page()) throw CommandError("--output and \"html\" both name a file");
+    if (options_.record && !line.has_display()) throw CommandError(kNoDisplay);
+    if (recording_ && !line.has_display())
+        throw CommandError("a recording has only the display " + sim::quoted(recording_->command.display) +
+                           " and its explanations");
+}
+
 int Session::run(const std::string &line) {
     const Line matched = match(line);
-    if (options_.output && !matched.has_text) throw CommandError(kNoOutput);
-    if (options_.output && matched.is_saved()) throw CommandError("--output and \"save\" both name a file");
-    if (options_.output && matched.is_page()) throw CommandError("--output and \"html\" both name a file");
+    check(matched);
     show_waits(*switch_);
     return matched.action(*this, matched);
 }

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "explain/recording/recording.h"
 #include "shell/remote.h"
 #include "sim/switch.h"
 
@@ -43,15 +44,24 @@ struct Options {
     bool list_switches = false;              // only list those that are registered
     std::optional<std::string> each_switch;  // folder for the texts of all switches
     std::optional<uint32_t> jobs;            // switches that are shown at a time
+    std::optional<std::string> record;       // file for a recording of the command
+    std::optional<std::string> replay;       // file with a recording, whose switch is simulated
+    bool pace = false;                       // of a replay: with the pauses of the recorded command
 };
 
-inline constexpr char kNoOutput[] = "--output needs a command that shows something";
+inline constexpr char kNoOutput[] = "--output needs a command that shows something",
+                      kNoDisplay[] = "--record needs a command that shows or explains a configuration";
+
+class Request;
+struct Line;
 
 class Session {
   public:
     // Throws sim::DescriptionError, sim::StoreError or CommandError.
     // With `known`, it is that switch of the server.
     explicit Session(const Options &options, std::optional<KnownSwitch> known = {});
+    // The switch of a recording; its display alone can be shown and explained.
+    Session(const Options &options, std::shared_ptr<const explain::recording::Recording> recording);
 
     // Run one line and return the command's exit code.
     int execute(const std::string &line);
@@ -65,6 +75,8 @@ class Session {
     Remote *remote() { return remote_ ? &*remote_ : nullptr; }
     // To be called before a command that asks services: finds those that are registered. Throws std::runtime_error.
     void find_services();
+    // To be called before a display. Throws CommandError if the recording, if there is one, is of another display.
+    void replay(Request &request) const;
     // From now on the commands are those of another switch at the server, which has the same description.
     void show_other_switch(const KnownSwitch &known);
     void switch_to(const std::string &name);
@@ -76,6 +88,8 @@ class Session {
     std::unique_ptr<sim::Switch> load(const std::optional<std::string> &file);
     // Load the description of the switch, and set its file. What the server alone knows is empty otherwise.
     std::unique_ptr<sim::Switch> load_whole(std::optional<std::string> &file);
+    // Let the commands of a switch reach its services and its store, or the recording of them.
+    void attach(sim::Switch &sw);
     // Report once that --mask has no effect on the switch in this file.
     void report_no_secrets(const sim::Switch &sw, const std::optional<std::string> &file);
     int run(const std::string &line);
@@ -83,7 +97,10 @@ class Session {
     static int explain_failure(const std::string &line);
     void enter(std::optional<uint16_t> id); // without an id: the description's own VDC
 
+    void check(const Line &line) const;
+
     const Options &options_;
+    std::shared_ptr<const explain::recording::Recording> recording_; // null: none is replayed
     std::optional<Remote> remote_;
     std::unique_ptr<sim::Switch> switch_;
     std::string prompt_;

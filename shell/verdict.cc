@@ -161,7 +161,8 @@ std::string reason(const sim::Switch &sw, const qarn_outcome &outcome) {
     const auto &carrier = sw.transport.carrier;
     if (outcome.refusal == QARN_OUTCOME_TRANSPORT && carrier && !carrier->why_not_sent().empty())
         return carrier->why_not_sent();
-    if (const char *const advice = carrier ? advice_for_other_processes(outcome.refusal) : nullptr) return advice;
+    const bool is_remote = carrier && !sw.facts;
+    if (const char *const advice = is_remote ? advice_for_other_processes(outcome.refusal) : nullptr) return advice;
     const auto *row = std::ranges::find(kReasons, outcome.refusal, &Reason::refusal);
     if (row == std::end(kReasons) || is_reported_elsewhere(sw, outcome)) return "";
     return row->has_status ? with_status(sw, row->text, outcome.status) : row->text;
