@@ -29,19 +29,23 @@ constexpr std::string_view kExplain = "explain";
 
 } // namespace
 
+void fill_request(Session &session, const Line &line, Request &request) {
+    take_options(request, session.options());
+    request.options.generic_option |= line.display->generic_option;
+    if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
+    for (const Narrowed &narrowed : line.narrowings)
+        narrowed.narrowing->fill(narrowed.argument, session.current(), request);
+}
+
 int show_configuration(Session &session, const Line &line) {
     const EntryPoint entry = entry_of(*line.form, *line.display);
     if (session.options().record && entry == qarn_cli_run_cfg_gen_vdcall)
         throw CommandError("each VDC is recorded by itself: start in it with --vdc");
     if (entry != qarn_cli_run_cfg_gen_vdcall) session.find_services(); // the shells of the VDCs find theirs
     Request request(line.is_explained ? "show" + line.text.substr(kExplain.size()) : line.text);
-    take_options(request, session.options());
+    fill_request(session, line, request);
     request.runner = line.is_explained ? with_origins(entry, line.is_json()) : with_demanded_origins();
     if (line.is_page()) request.runner = as_page(entry, request.req.cmd_line);
-    request.options.generic_option |= line.display->generic_option;
-    if (line.form->fill != nullptr) line.form->fill(line, session.current(), request);
-    for (const Narrowed &narrowed : line.narrowings)
-        narrowed.narrowing->fill(narrowed.argument, session.current(), request);
     return show_display(session, line, entry, request);
 }
 

@@ -14,6 +14,9 @@ namespace shell {
 // Options of the shell that hold for every display.
 void take_options(Request &request, const Options &options);
 
+// The request of a display, as the line says it.
+void fill_request(Session &session, const Line &line, Request &request);
+
 // Run an entry point and show what it prints. Returns the command's exit code.
 int show_display(Session &session, const Line &line, EntryPoint entry, Request &request);
 

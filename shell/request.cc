@@ -4,11 +4,11 @@
 
 namespace shell {
 
-Request::Request(std::string_view line) {
+Request::Request(std::string_view display) : line(display) {
     req.valid = 1;
     req.vsan_mask.len = sizeof req.vsan_mask.bits;
     std::memset(req.vsan_mask.bits, 0xff, sizeof req.vsan_mask.bits);
-    line.copy(req.cmd_line, sizeof req.cmd_line - 1);
+    display.copy(req.cmd_line, sizeof req.cmd_line - 1);
 }
 
 void Request::add_token(uint32_t id) {

@@ -35,11 +35,12 @@ struct Recorded {
 
 class Request {
   public:
-    explicit Request(std::string_view line);
+    explicit Request(std::string_view display);
     ~Request() = default;
     Request(const Request &) = delete;
     Request &operator=(const Request &) = delete;
 
+    const std::string line; // the display as a command
     qarn_req req = {};
     sim::ShellOptions options; // in effect while the command runs
     // What of the display is its text.

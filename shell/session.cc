@@ -178,7 +178,7 @@ void Session::switch_back() {
 void Session::replay(Request &request) const {
     if (!recording_) return;
     const std::string &display = recording_->command.display;
-    if (display != request.req.cmd_line)
+    if (display != request.line)
         throw CommandError("the recording is of " + sim::quoted(display) + ", and has no other display");
     request.replayed = recording_.get();
 }

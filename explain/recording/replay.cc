@@ -23,13 +23,13 @@ namespace {
 
 using std::chrono::nanoseconds;
 
-constexpr std::time_t kQuarterOfAnHour = 900; // zones differ by no less
+constexpr std::time_t kQuarterOfAnHour = 900, kDay = 86400; // zones differ by no less, and by no more
 
 // A zone of this many seconds east, as the variable TZ has it.
 std::string zone_at(std::time_t east) {
     const std::time_t minutes = std::abs(east) / 60;
     char zone[32];
-    std::snprintf(zone, sizeof zone, "<ZZZ>%c%02d:%02d", east < 0 ? '+' : '-', static_cast<int>(minutes / 60 % 24),
+    std::snprintf(zone, sizeof zone, "<ZZZ>%c%02d:%02d", east < 0 ? '+' : '-', static_cast<int>(minutes / 60),
                   static_cast<int>(minutes % 60));
     return zone;
 }
@@ -79,7 +79,8 @@ void Replay::take_time(const Event &event) {
     std::tm local = {};
     if (::strptime(event.data.c_str(), "%a %b %e %H:%M:%S %Y", &local) == nullptr) return;
     const std::time_t shown = ::timegm(&local);
-    const std::time_t east = rounded_to_zone(shown - static_cast<std::time_t>(event.time / 1000000000));
+    const std::time_t difference = shown - static_cast<std::time_t>(event.time / 1000000000);
+    const std::time_t east = std::abs(difference) < kDay ? rounded_to_zone(difference) : 0;
     time_ = shown - east;
     zone_ = zone_at(east);
 }

@@ -28,7 +28,7 @@ RecordingFile::RecordingFile(Session &session, const Line &line, Request &reques
     request.recorded->descriptor = file_.descriptor();
     explain::recording::Command &command = request.recorded->command;
     command.line = recorded_line(session.options().commands.front(), line);
-    command.display = request.req.cmd_line;
+    command.display = request.line;
     command.has_header = request.has_header;
     command.options = request.options;
     command.debug_mask = request.req.dbg_mask;

@@ -3,6 +3,7 @@
 // text. Every tenth case runs again with the debug bits under which the library walks too, instead of using its
 // indexes. MODEL_SEED and MODEL_CASES in the environment set the first seed and the number of cases.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 #include <numeric>
@@ -11,6 +12,9 @@
 #include <sstream>
 
 #include "explain/origins.h"
+#include "explain/recording/file.h"
+#include "explain/recording/recorder.h"
+#include "explain/recording/replay.h"
 #include "platform/ifmgr.h"
 #include "sim/cmdshell.h"
 #include "sim/reply.h"
@@ -19,6 +23,7 @@
 
 namespace {
 
+using explain::recording::Recording;
 using sim::Bytes;
 using std::string;
 using std::to_string;
@@ -373,14 +378,14 @@ struct Case : test::Story {
         }
 
         // One token serves every command: a SAP, then a range list.
-        Command command = kCommands[dice.below(kCommands.size())];
+        command = kCommands[dice.below(kCommands.size())];
         const bool is_exclusion = command.entry == qarn_cli_run_cfg_gen_exclude;
-        Word words[] = {291 + dice.below(sw.services.size() + is_exclusion), 1, dice.below(3), 1 + dice.below(4)};
+        words = {291 + dice.below(sw.services.size() + is_exclusion), 1, dice.below(3), 1 + dice.below(4)};
         if (is_exclusion) command.excluded = words[0];
         if (command.entry == qarn_cli_run_cfg_gen_sap) command.sap = words[0];
         const bool has_token = command.excluded != 0 || command.sap != 0 || dice.one_in(2);
         if (has_token) {
-            add_token(0, words, QARN_TOKEN_TYPE_INTERFACE);
+            add_token(0, words.data(), QARN_TOKEN_TYPE_INTERFACE);
             command.low = words[2];
             command.high = words[3];
         }
@@ -397,8 +402,9 @@ struct Case : test::Story {
         }
         Model model{sw, command};
         explain::Observation observation;
-        sw.observers = {&observation};
-        EXPECT_EQ(command.entry(&req), model.run(complete));
+        sw.observers = {&observation, &recorder};
+        status = command.entry(&req);
+        EXPECT_EQ(status, model.run(complete));
         EXPECT_EQ(sw.printed, model.out);
         if (debug_bits == 0) expect_origins(observation, replies);
     }
@@ -418,6 +424,34 @@ struct Case : test::Story {
         }
         EXPECT_EQ(end, sw.printed.size());
     }
+    // Through a file, and on a switch that the recording describes.
+    void expect_replay() {
+        const auto interfaces = sw.interfaces;
+        for (sim::Interface &interface : sw.interfaces)
+            interface.vsan = std::min(interface.vsan, 4095u); // no description has a larger one
+        const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::tmpfile(), std::fclose);
+        explain::recording::Command recorded;
+        recorded.options.generic_option = command.option;
+        explain::recording::write_recording(recorder.take(sw, recorded, status), fileno(file.get()));
+        const std::string path = "/proc/self/fd/" + to_string(fileno(file.get()));
+        const auto recording = std::make_shared<const Recording>(explain::recording::read_recording(path));
+        test::reset_globals();
+        const auto again = explain::recording::switch_of(*recording);
+        for (std::size_t i = 0; i < interfaces.size(); ++i)
+            again->interfaces.at(i).vsan = interfaces[i].vsan;
+        sim::set_shell_options(recording->command.options);
+        explain::recording::replay_on(*again, recording, explain::recording::Pace::kFull);
+        sim::make_current(again.get());
+        req.mts_handle = again->transport.open(1000);
+        EXPECT_EQ(command.entry(&req), status);
+        EXPECT_EQ(again->printed, sw.printed);
+        sim::make_current(&sw);
+    }
+
+    Command command;
+    std::array<Word, 4> words = {}; // of the token
+    explain::recording::Recorder recorder;
+    Word status = 0;
     static constexpr explain::Rule kTexts[] = {explain::Rule::kOwnText, explain::Rule::kInterfaceText,
                                                explain::Rule::kKeyString, explain::Rule::kVlanText};
 };
@@ -436,6 +470,16 @@ TEST(Model, PrintsWhatTheLibraryPrints) {
         testing::internal::CaptureStdout(); // the traces of the walks
         Case().compare({std::mt19937(seed)}, QARN_DEBUG_STORE | QARN_DEBUG_LOOKUP);
         testing::internal::GetCapturedStdout();
+    }
+}
+
+TEST(Model, IsPrintedAgainFromARecording) {
+    for (Word seed = 1; seed <= 100 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(to_string(seed));
+        test::reset_globals();
+        Case one;
+        one.compare({std::mt19937(seed)});
+        one.expect_replay();
     }
 }
 
