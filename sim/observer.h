@@ -25,7 +25,7 @@ class Observer {
     virtual void rendered(std::string_view text) = 0;
     // The library asks a service; SAP 0: every consumer of the opcode.
     virtual void sent(uint32_t sap, uint32_t opcode, const Bytes &payload) = 0;
-    virtual void receives() {} // the library begins to receive; it has decoded what came before
+    virtual void receives() {}       // the library begins to receive; it has decoded what came before
     virtual void send_failed(int) {} // the last one, with this errno
     virtual void received(const Message &message) = 0;
     // A receive has ended without a message, with this errno.
