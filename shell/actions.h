@@ -18,6 +18,8 @@ int check_services(Session &session, const Line &line);
 int check_except(Session &session, const Line &line);
 int check_orders(Session &session, const Line &line);
 int check_except_orders(Session &session, const Line &line);
+int compare_configurations(Session &session, const Line &line);
+int compare_texts(Session &session, const Line &line);
 int list_check_rules(Session &session, const Line &line);
 int show_services(Session &session, const Line &line);
 int show_interfaces(Session &session, const Line &line);

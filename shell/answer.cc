@@ -183,4 +183,12 @@ int show_lines(Session &session, const Line &line, const MarkedLines &lines, int
     return target_of_document(session, line).take(document.finish(result), result, deadline);
 }
 
+int show_members(Session &session, const Line &line, const std::string &members, int found, const Deadline &deadline) {
+    Document document(line.text, session.current());
+    document.add(members);
+    const std::string text = document.finish(found, true);
+    const int shown = target_of_document(session, line).take(text, kExitComplete, deadline);
+    return shown == kExitComplete ? found : kExitFailure;
+}
+
 } // namespace shell

@@ -32,6 +32,9 @@ struct MarkedLines {
     std::size_t marks = 0;
 };
 int show_lines(Session &session, const Line &line, const MarkedLines &lines, int result, const Deadline &deadline);
+// A JSON object with these members, whose exit code says what was found. Returns that code, or kExitFailure if it
+// cannot be shown.
+int show_members(Session &session, const Line &line, const std::string &members, int found, const Deadline &deadline);
 
 // The deadline of a command that begins now.
 Deadline deadline_of(const Session &session);

@@ -92,12 +92,16 @@ void Document::add_lines(std::string_view text) {
 }
 
 std::string Document::finish(int code) {
+    return finish(code, code == kExitComplete);
+}
+
+std::string Document::finish(int code, bool is_complete) {
     std::vector<std::string> messages;
     for (const std::string &message : logged_messages())
         messages.push_back(json_text(message));
     add("\"messages\": " + json_array(messages));
     add("\"status\": " + std::to_string(code));
-    add(std::string("\"complete\": ") + (code == kExitComplete ? "true" : "false"));
+    add(std::string("\"complete\": ") + (is_complete ? "true" : "false"));
     json_ += "}\n";
     return std::move(json_);
 }

@@ -20,6 +20,7 @@ class Document {
     void add_lines(std::string_view text);
     // The whole object, with the command's exit code and the messages in the log.
     std::string finish(int code);
+    std::string finish(int code, bool is_complete);
 
   private:
     std::string json_; // so far

@@ -243,6 +243,19 @@ constexpr Node kExplained[] = {
      .own_text = OwnText::kTable},
 };
 
+constexpr Node kTextOnly[] = {
+    {.word = "--text", .help = "line by line, as diff -u does", .action = compare_texts, .own_text = OwnText::kLines}};
+constexpr Node kSecond[] = {{.word = "B",
+                             .help = "running, startup, or the file of a recording",
+                             .slot = Slot::kConfiguration,
+                             .action = compare_configurations,
+                             .next = kTextOnly,
+                             .own_text = OwnText::kLines}};
+constexpr Node kFirst[] = {{.word = "A",
+                            .help = "running, startup, or the file of a recording",
+                            .slot = Slot::kConfiguration,
+                            .next = kSecond}};
+
 constexpr Node kOrdersAfterRules[] = {{.word = "N",
                                        .help = "a number of orders",
                                        .slot = Slot::kNumber,
@@ -290,7 +303,9 @@ constexpr Node kCommands[] = {
      .help = "what is wrong with the configuration that the services send",
      .action = check_services,
      .next = kCheck,
+     .is_explanation = true,
      .own_text = OwnText::kTable},
+    {.word = "diff", .help = "what differs between two configurations", .next = kFirst},
     {.word = "copy", .help = "save a configuration", .next = kCopySource},
     {.word = "switchto", .help = "enter a VDC", .next = kVdc},
     {.word = "switchback", .help = "return to the initial VDC", .action = leave_vdc},

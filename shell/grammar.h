@@ -26,7 +26,8 @@ enum class Slot : uint8_t {
     kFile,
     kRegex, // the rest of the line, or what is in quotation marks
     kNumber,
-    kRules // of the command "check", with commas
+    kConfiguration, // running, startup, or the file of a recording
+    kRules          // of the command "check", with commas
 };
 
 // What a filter does with the text of a command.
@@ -74,7 +75,7 @@ struct Node {
     bool has_defaults = false;   // "all"
     bool is_of_store = false;    // exists only in the startup configuration
     bool is_of_running = false;  // exists only in the running configuration
-    bool is_explanation = false; // what follows is shown with the origin of each line
+    bool is_explanation = false; // the display is explained, or checked
     OwnText own_text = OwnText::kNone;
 };
 

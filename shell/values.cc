@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <iterator>
 #include <set>
 
 #include "explain/check/joint_rules.h"
@@ -127,6 +128,8 @@ const char *name_of(Slot slot) {
             return "regular expression";
         case Slot::kNumber:
             return "number";
+        case Slot::kConfiguration:
+            return "configuration";
         case Slot::kRules:
             return "rule";
         default:
@@ -147,6 +150,8 @@ std::vector<std::string> values_of(Slot slot, const sim::Switch &sw) {
             return keys_of(sw.features);
         case Slot::kVdc:
             return names_of_vdcs(sw);
+        case Slot::kConfiguration:
+            return {"running", "startup"};
         case Slot::kRules:
             return names_of_rules();
         default:
@@ -165,6 +170,7 @@ std::vector<std::string> completions_of(Slot slot, std::string_view partial, con
             return completed_paths(partial);
         default:
             std::vector<std::string> values = values_of(slot, sw);
+            if (slot == Slot::kConfiguration) std::ranges::move(completed_paths(partial), std::back_inserter(values));
             std::erase_if(values, [partial](const std::string &value) { return !value.starts_with(partial); });
             return values;
     }

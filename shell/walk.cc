@@ -16,7 +16,7 @@ bool takes_rest(Slot slot) {
 } // namespace
 
 bool may_be_quoted(Slot slot) {
-    return slot == Slot::kRegex || slot == Slot::kFile;
+    return slot == Slot::kRegex || slot == Slot::kFile || slot == Slot::kConfiguration;
 }
 
 Nodes Walk::next() const {

@@ -54,9 +54,12 @@ std::vector<uint32_t> consumers_of(const sim::Switch &sw) {
 }
 
 Replies replies_of_services(const sim::Switch &sw, const Observation &seen) {
+    const auto is_called_again = [&](uint32_t sap) { // in a replay, the recording has what functions sent
+        return !sw.facts && std::ranges::find(sw.in_process, sap, &sim::InProcess::sap) != sw.in_process.end();
+    };
     Replies replies;
     for (const auto &[sap, answer] : seen.answers())
-        if (std::ranges::find(sw.in_process, sap, &sim::InProcess::sap) == sw.in_process.end())
+        if (!is_called_again(sap))
             for (const std::string &reply : answer.replies)
                 replies.emplace_back(sap, reply);
     return replies;

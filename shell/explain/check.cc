@@ -137,6 +137,7 @@ int check_except_orders(Session &session, const Line &line) {
 }
 
 int list_check_rules(Session &session, const Line &line) {
+    if (session.options().record) throw CommandError(kNoDisplay);
     Table table({{"Rule"}, {"Meaning"}});
     std::vector<CheckRule> rules(explain::stream_rules().begin(), explain::stream_rules().end());
     rules.insert(rules.end(), explain::joint_rules().begin(), explain::joint_rules().end());
