@@ -88,6 +88,17 @@ void Observation::end_decoding() {
     decoding_ = nullptr;
 }
 
+void Observation::program_printed(std::string_view text) {
+    calls_.push_back({.form = Form::kSavedText,
+                      .was_converting = false,
+                      .printing = {},
+                      .vlan = -1,
+                      .size = text.size(),
+                      .collected = 0,
+                      .argument = nullptr});
+    text_.append(text);
+}
+
 void Observation::rendered(std::string_view) {}
 void Observation::sent(uint32_t, uint32_t, const sim::Bytes &) {}
 void Observation::received_nothing(int) {}

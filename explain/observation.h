@@ -30,6 +30,7 @@ struct Printed {
         kCommand,       // a rendered command message
         kNewline,
         kSwitchProfile,
+        kSavedText, // printed by a program
         kOther
     };
     Form form;
@@ -54,6 +55,7 @@ struct Answer {
 class Observation : public sim::Observer {
   public:
     void printed(const char *format, const char *argument, std::string_view text) override;
+    void program_printed(std::string_view text) override;
     void rendered(std::string_view text) override;
     void sent(uint32_t sap, uint32_t opcode, const sim::Bytes &payload) override;
     void receives() override { end_decoding(); }

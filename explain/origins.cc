@@ -82,6 +82,8 @@ class Attribution {
                 return add(Rule::kSeparator);
             case Form::kSwitchProfile:
                 return add(Rule::kSwitchProfile);
+            case Form::kSavedText:
+                return add(Rule::kSavedText);
             case Form::kText:
                 return add_text();
             case Form::kOther:
@@ -108,6 +110,7 @@ class Attribution {
             case Rule::kOwnText:
             case Rule::kConvertedText:
             case Rule::kSwitchProfile:
+            case Rule::kSavedText:
                 return false;
             default:
                 return true;
@@ -296,6 +299,8 @@ const char *name_of(Rule rule) {
             return "VLAN text";
         case Rule::kSwitchProfile:
             return "switch profile";
+        case Rule::kSavedText:
+            return "saved text";
     }
     return "";
 }

@@ -24,8 +24,10 @@ enum class Rule : uint8_t {
     kKeyString, // filed under a key header
     kVlanLine,  // of a group of VLANs with the same text
     kVlanText,  // filed under each VLAN of the group
-    kSwitchProfile
+    kSwitchProfile,
+    kSavedText // that was saved without elements
 };
+inline constexpr Rule kLastRule = Rule::kSavedText;
 const char *name_of(Rule rule);
 
 // A part of the text. All pieces together are the text.

@@ -25,7 +25,13 @@
 namespace shell {
 namespace {
 
-constexpr std::string_view kExplain = "explain";
+constexpr std::string_view kExplain = "explain", kCheckpoint = " checkpoint";
+
+// The display that a line explains.
+std::string display_of(const Line &line) {
+    const std::string rest = line.text.substr(kExplain.size());
+    return rest.starts_with(kCheckpoint) ? rest.substr(1) : "show" + rest;
+}
 
 } // namespace
 
@@ -42,7 +48,7 @@ int show_configuration(Session &session, const Line &line) {
     if (session.options().record && entry == qarn_cli_run_cfg_gen_vdcall)
         throw CommandError("each VDC is recorded by itself: start in it with --vdc");
     if (entry != qarn_cli_run_cfg_gen_vdcall) session.find_services(); // the shells of the VDCs find theirs
-    Request request(line.is_explained ? "show" + line.text.substr(kExplain.size()) : line.text);
+    Request request(line.is_explained ? display_of(line) : line.text);
     fill_request(session, line, request);
     request.runner = line.is_explained ? with_origins(entry, line.is_json()) : with_demanded_origins();
     if (line.is_page()) request.runner = as_page(entry, request.req.cmd_line);

@@ -21,6 +21,8 @@ class Observer {
     // The library prints a text to the output, made from a format. `argument` is what the format "%s" was given; null
     // for every other format.
     virtual void printed(const char *format, const char *argument, std::string_view text) = 0;
+    // A program has printed the saved text.
+    virtual void program_printed(std::string_view) {}
     // The shell has rendered a command message for the library.
     virtual void rendered(std::string_view text) = 0;
     // The library asks a service; SAP 0: every consumer of the opcode.

@@ -65,14 +65,18 @@ std::string contents_of(const std::string &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// The program that prints the saved text, whose path is its last word.
+// The program that prints the saved text, whose path is its last word. Where the output is held back, observers get the
+// text, and no program runs.
 int32_t show_with_program(Switch &sw, const std::vector<std::string> &words) {
+    const bool is_held = sw.output == nullptr && !sw.observers.empty();
     const Fact fact = sw.learn(FactKind::kProgram, [&] {
-        const int32_t result = start_and_wait(words);
+        const int32_t result = !is_held ? start_and_wait(words) : ::access(words.back().c_str(), R_OK) == 0 ? 0 : 1;
         const bool is_told = !sw.observers.empty() && result == 0;
         return Fact{FactKind::kProgram, static_cast<uint32_t>(result), 0, is_told ? contents_of(words.back()) : ""};
     });
-    if (sw.facts) std::fwrite(fact.text.data(), 1, fact.text.size(), stdout);
+    for (Observer *observer : sw.observers)
+        observer->program_printed(fact.text);
+    if (sw.facts && !is_held) std::fwrite(fact.text.data(), 1, fact.text.size(), stdout);
     return static_cast<int32_t>(fact.value);
 }
 

@@ -166,7 +166,7 @@ class Data {
 
     static std::string rules() {
         List list;
-        for (int rule = 0; rule <= static_cast<int>(Rule::kSwitchProfile); ++rule)
+        for (int rule = 0; rule <= static_cast<int>(kLastRule); ++rule)
             list.add(json_text(name_of(static_cast<Rule>(rule))));
         return list.text();
     }

@@ -1,5 +1,6 @@
 #include "shell/explain/sides.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -41,7 +42,12 @@ class ReplacedSession {
 };
 
 int show_parts(const explain::Subject &subject) {
-    const std::string bytes = packed(parts_of(subject, explain::find_origins(subject)));
+    const explain::Origins origins = explain::find_origins(subject);
+    if (std::ranges::find(origins.pieces, explain::Rule::kSavedText, &explain::Piece::rule) != origins.pieces.end()) {
+        print_message("was saved as a text, without elements; compare it with --text");
+        return kExitFailure;
+    }
+    const std::string bytes = packed(parts_of(subject, origins));
     const bool is_written = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
     return is_written ? kExitComplete : kExitFailure;
 }
