@@ -108,7 +108,7 @@ void Observation::received(const sim::Message &message) {
     if (message.opcode != QARN_OPC_REPLY || message.payload.size() < sizeof header) return;
     std::memcpy(&header, message.payload.data(), sizeof header);
     Answer &answer = answers_[header.sap];
-    const auto now = Clock::now();
+    const auto now = message.came_after ? begin_ + *message.came_after : Clock::now();
     if (answer.fragments++ == 0) {
         answer.sap = header.sap;
         answer.first = now;

@@ -177,7 +177,10 @@ void declare_options_of_commands(CLI::App &app, Options &options) {
     app.add_flag("--plain", options.plain,
                  "without the header lines that change from one display to the next: command, time, when it was saved")
         ->envname("VSH_PLAIN");
-    app.add_flag("--mask", options.mask, "show <hidden> instead of what the description marks as secret")
+    app.add_flag(
+           "--mask", options.mask,
+           "show <hidden> instead of what the description marks as secret; with --record also replace the letters and "
+           "digits of the texts in the recording")
         ->envname("VSH_MASK");
     app.add_option("--color", options.color, "colors: auto (on a terminal, unless NO_COLOR is set), always or never")
         ->type_name("WHEN")

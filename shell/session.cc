@@ -97,7 +97,7 @@ void Session::report_no_secrets(const sim::Switch &sw, const std::optional<std::
 }
 
 Session::Session(const Options &options, std::optional<KnownSwitch> known) : options_(options) {
-    if (options_.connect && options_.mask)
+    if (options_.connect && options_.mask && !options_.record)
         throw CommandError("--mask cannot be used with --connect: a request does not ask to hide secrets");
     if (options_.connect) remote_.emplace(options_, std::move(known));
     enter(options_.vdc);
@@ -140,8 +140,8 @@ void Session::enter(std::optional<uint16_t> id) {
         sw->vdcs = map;
         name = vdc.name;
     }
-    if (options_.mask) report_no_secrets(*sw, file);
-    sw->hides_secrets = options_.mask;
+    if (options_.mask && !options_.record) report_no_secrets(*sw, file);
+    sw->hides_secrets = options_.mask && !remote_;
     attach(*sw);
     sw->output = stdout;
     sw->transport.unit = std::chrono::milliseconds(options_.timeout_unit);

@@ -24,6 +24,8 @@ struct Message {
     uint32_t opcode;
     Bytes payload;
     uint64_t due = 0; // earliest time of arrival, of a fragment that a service still has to send
+    // When it came after the beginning of an earlier command that is replayed.
+    std::optional<std::chrono::nanoseconds> came_after = {};
 };
 
 // Somebody who follows the waits of receives. The time left is that until the receive gives up; none: it never does.

@@ -108,17 +108,21 @@ int Replay::send(uint32_t, uint32_t, const sim::Bytes &) {
 sim::Carrier::Arrival Replay::receive(sim::Transport::Endpoint &, uint32_t opcode, uint32_t) {
     if (opcode != QARN_OPC_REPLY || next_arrival_ == arrivals_.size()) return {ETIME, {}};
     const Event &event = *arrivals_[next_arrival_++];
-    if (pace_ == Pace::kRecorded) wait_for(event);
-    if (event.kind == Kind::kMessage) return {0, {QARN_OPC_REPLY, event.data}};
+    const nanoseconds after = time_of(event);
+    if (pace_ == Pace::kRecorded) wait_until(begin_ + after);
+    if (event.kind == Kind::kMessage) return {0, {QARN_OPC_REPLY, event.data, 0, after}};
     return {event.value != 0 ? static_cast<int>(event.value) : ETIME, {}};
 }
 
-void Replay::wait_for(const Event &event) const {
-    constexpr nanoseconds kLongest = std::chrono::hours(24 * 365);
+// After the beginning of the recorded command.
+nanoseconds Replay::time_of(const Event &event) const {
+    constexpr uint64_t kLongest = nanoseconds(std::chrono::hours(24 * 365)).count();
     const uint64_t first = recording_->events.front().time;
-    const uint64_t after = event.time > first ? event.time - first : 0;
+    return nanoseconds(std::min(event.time > first ? event.time - first : 0, kLongest));
+}
+
+void Replay::wait_until(Clock::time_point end) {
     const auto &deadline = sim::current().transport.deadline;
-    const auto end = begin_ + nanoseconds(std::min(after, static_cast<uint64_t>(kLongest.count())));
     std::this_thread::sleep_until(std::min(end, deadline.value_or(end)));
 }
 

@@ -55,7 +55,8 @@ class Replay : public sim::Carrier, public sim::Facts {
     void take(const Event &event);
     void take_fact(const Event &event);
     void take_time(const Event &event);
-    void wait_for(const Event &event) const;
+    std::chrono::nanoseconds time_of(const Event &event) const;
+    static void wait_until(Clock::time_point end);
 
     const std::shared_ptr<const Recording> recording_;
     const Pace pace_;

@@ -400,13 +400,16 @@ struct Case : test::Story {
             complete.emplace_back(stream->first, replies[stream->first]);
             streams.erase(stream);
         }
+        expect_model(complete, replies);
+    }
+    void expect_model(const Replies &complete, const std::map<Word, Bytes> &replies) {
         Model model{sw, command};
         explain::Observation observation;
         sw.observers = {&observation, &recorder};
         status = command.entry(&req);
         EXPECT_EQ(status, model.run(complete));
         EXPECT_EQ(sw.printed, model.out);
-        if (debug_bits == 0) expect_origins(observation, replies);
+        if (req.dbg_mask == 0) expect_origins(observation, replies);
     }
     // All pieces are the text, and each comes from the replies of the services that are said to have sent it.
     void expect_origins(const explain::Observation &observation, const std::map<Word, Bytes> &replies) const {
