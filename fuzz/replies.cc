@@ -1,16 +1,21 @@
 // What services answer: bytes become the replies of up to six services, cut into fragments whose headers may lie, in
 // any interleaving; then a whole command runs on them, through the reply table, the decoder, every ordering pass and
 // every printer.
+// The bytes of a recording become the replies in it.
 //
 // The length of a fragment's data stays right, because the transport knows it. The TLV array's own size stays within
 // the reply, because the platform's reader trusts it; only fragments out of order put other bytes in its place.
 #include <qarncli/qarncli.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <deque>
+#include <map>
+#include <utility>
 #include <vector>
 
+#include "explain/recording/file.h"
 #include "fuzz/input.h"
 #include "sim/cmdshell.h"
 #include "sim/reply.h"
@@ -63,6 +68,31 @@ Answer read_answer(fuzz::Input &input, uint32_t sap) {
     return answer;
 }
 
+// Nothing if the bytes are no recording.
+std::vector<sim::Bytes> replies_in_recording(const uint8_t *data, std::size_t size) {
+    std::map<uint32_t, sim::Bytes> by_sap;
+    std::FILE *const file = fmemopen(const_cast<uint8_t *>(data), size, "rb");
+    if (file == nullptr) return {};
+    try {
+        for (const auto &event : explain::recording::read_recording(file).events)
+            if (event.kind == explain::recording::Kind::kMessage)
+                by_sap[event.sap] += event.data.substr(sizeof(qarn_cfg_frag));
+    } catch (const explain::recording::Error &) {
+        return {};
+    }
+    std::vector<sim::Bytes> replies;
+    replies.reserve(by_sap.size());
+    for (auto &[sap, reply] : by_sap)
+        replies.push_back(std::move(reply));
+    return replies;
+}
+
+Answer answer_with(uint32_t sap, sim::Bytes reply) {
+    const auto length = static_cast<uint32_t>(reply.size());
+    keep_size_right(reply, length);
+    return {sim::fragments(sap, reply, 64, length)};
+}
+
 void deliver(sim::Switch &sw, uint32_t handle, std::vector<Answer> answers, uint32_t order) {
     while (!answers.empty()) {
         const std::size_t at = order % answers.size();
@@ -109,11 +139,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     qarn_req req = read_request(input, sw);
     const uint32_t order = input.word();
 
+    const std::vector<sim::Bytes> recorded = replies_in_recording(data, size);
+    const auto has_more = [&](std::size_t i) { return recorded.empty() ? !input.empty() : i < recorded.size(); };
     std::vector<Answer> answers;
-    while (!input.empty() && answers.size() < kMostServices) {
+    while (has_more(answers.size()) && answers.size() < kMostServices) {
         const auto sap = kFirstSap + static_cast<uint32_t>(answers.size());
         sw.service("service", sap, sap).silent();
-        answers.push_back(read_answer(input, sap));
+        answers.push_back(recorded.empty() ? read_answer(input, sap) : answer_with(sap, recorded[answers.size()]));
     }
     deliver(sw, req.mts_handle, std::move(answers), order);
     qarn_generate(&req, QARN_SOURCE_RUNNING);

@@ -35,6 +35,7 @@ struct Event {
     uint32_t sap = 0, opcode = 0, value = 0;
     uint64_t time = 0; // nanoseconds since 1970
     std::string data = {};
+    bool operator==(const Event &) const = default;
 };
 
 Event event_of(const sim::Fact &fact);
