@@ -1,6 +1,6 @@
 // Reports the CPU time of the whole shell process for "show running-config": on the built-in switch, and on a generated
-// switch, by default with 2,000 interfaces and 20 services, there also with each filter. Reports medians of several
-// runs.
+// switch, by default with 2,000 interfaces and 20 services, there also recorded, replayed, explained and with each
+// filter. Reports medians of several runs.
 #include <CLI/CLI.hpp>
 #include <string>
 
@@ -27,6 +27,18 @@ void add_filtered(bench::Comparison &comparison, const bench::Words &plain) {
         words.back() += std::string(" | ") + filter;
         comparison.add(std::string("  | ") + filter, words);
     }
+}
+
+// The same command recorded, and its recording replayed and explained.
+void add_recordings(bench::Comparison &comparison, const bench::Words &plain, const std::string &recording) {
+    bench::Words recorded = plain;
+    recorded.insert(recorded.begin() + 1, {"--record", recording});
+    bench::run(recorded, "/dev/null");
+    comparison.add("  --record", recorded);
+    comparison.add("  --replay", {plain.front(), "--replay", recording});
+    bench::Words explained = plain;
+    explained.back() = "explain running-config";
+    comparison.add("  explain running-config", explained);
 }
 
 void report(bench::Comparison &comparison, int runs) {
@@ -56,6 +68,8 @@ int main(int argc, char **argv) {
         report(built_in, runs);
         const bench::Words plain = {shell, "-s", description.path(), "-c", "show running-config"};
         generated.add(interfaces + " interfaces, " + services + " services", plain);
+        const bench::TemporaryFile recording;
+        add_recordings(generated, plain, recording.path());
         add_filtered(generated, plain);
         report(generated, runs);
         return 0;
