@@ -369,7 +369,8 @@ const REASONS = {
     "key string": "Filed by the element under this key header.",
     "VLAN line": "It opens a group of VLANs with the same text.",
     "VLAN text": "Filed by the element under each VLAN of the group.",
-    "switch profile": "The switch profile, from the platform."
+    "switch profile": "The switch profile, from the platform.",
+    "saved text": "Saved as a text, without elements; no service sent it now."
 };
 
 function closeButton() {
