@@ -3,6 +3,7 @@
 #include <qarncli/element_store.h>
 
 #include <charconv>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -270,39 +271,12 @@ class Attribution {
 } // namespace
 
 const char *name_of(Rule rule) {
-    switch (rule) {
-        case Rule::kNotice:
-            return "message";
-        case Rule::kHeader:
-            return "header";
-        case Rule::kSeparator:
-            return "separator";
-        case Rule::kOwnText:
-            return "own text";
-        case Rule::kConvertedText:
-            return "converted text";
-        case Rule::kInterfaceLine:
-            return "interface line";
-        case Rule::kInterfaceText:
-            return "interface text";
-        case Rule::kCommand:
-            return "interface command";
-        case Rule::kMerge:
-            return "port-profile merge";
-        case Rule::kKeyHeader:
-            return "key header";
-        case Rule::kKeyString:
-            return "key string";
-        case Rule::kVlanLine:
-            return "VLAN line";
-        case Rule::kVlanText:
-            return "VLAN text";
-        case Rule::kSwitchProfile:
-            return "switch profile";
-        case Rule::kSavedText:
-            return "saved text";
-    }
-    return "";
+    constexpr const char *kNames[] = {
+        "message",        "header",         "separator",         "own text",           "converted text",
+        "interface line", "interface text", "interface command", "port-profile merge", "key header",
+        "key string",     "VLAN line",      "VLAN text",         "switch profile",     "saved text"};
+    static_assert(std::size(kNames) == static_cast<std::size_t>(kLastRule) + 1);
+    return kNames[static_cast<std::size_t>(rule)];
 }
 
 Origins find_origins(const Subject &subject) {

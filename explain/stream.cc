@@ -231,7 +231,8 @@ Key key_of(uint32_t uuid, uint32_t id) {
 }
 
 std::string text_of(Key key) {
-    return "(" + std::to_string(key.uuid) + "," + std::to_string(key.id) + ")";
+    std::string text = "(";
+    return text.append(std::to_string(key.uuid)).append(",").append(std::to_string(key.id)).append(")");
 }
 
 StreamHeader read_stream(std::string_view reply, StreamSink &sink) {

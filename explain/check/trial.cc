@@ -102,7 +102,7 @@ Trial::~Trial() {
     }
 }
 
-std::string Trial::text(const Replies &replies) {
+std::string Trial::text(const Replies &replies) const {
     std::string bytes;
     for (const auto &[sap, reply] : replies) {
         append(bytes, sap);

@@ -23,7 +23,7 @@ class Trial {
     Trial &operator=(const Trial &) = delete;
 
     // Can be called once. Throws std::runtime_error if the process has failed.
-    std::string text(const Replies &replies);
+    std::string text(const Replies &replies) const;
 
   private:
     pid_t process_ = -1;
