@@ -68,7 +68,8 @@ void Senders::note_shared(const Observation &observation) {
 void Senders::note(Shared &shared, uint32_t sap, const Item &item) {
     switch (item.kind) {
         case Item::Kind::kText:
-            return shared.own.push_back({sap, item.text});
+            shared.own.emplace_back(sap, item.text);
+            return;
         case Item::Kind::kInterfaceText:
         case Item::Kind::kInterfaceCommand:
             shared.by_interface[item.index] = sap;
@@ -78,7 +79,8 @@ void Senders::note(Shared &shared, uint32_t sap, const Item &item) {
             return;
         case Item::Kind::kAfter:
         case Item::Kind::kOnlyIf:
-            return shared.dependencies.push_back({key_of(item.uuid, item.id), sap});
+            shared.dependencies.emplace_back(key_of(item.uuid, item.id), sap);
+            return;
         default:
             return;
     }

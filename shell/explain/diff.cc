@@ -34,7 +34,7 @@ struct Sides {
     Side before, now;
     std::string form; // of both displays
 
-    Sides(const Line &line)
+    explicit Sides(const Line &line)
         : before(side_in(line, 0)), now(side_in(line, 1)), form(before.is_recording() ? before.form() : now.form()) {
         if (before.is_recording() && now.is_recording() && before.form() != now.form())
             throw CommandError("the recordings are of different displays");
