@@ -16,7 +16,7 @@ using Group = std::vector<std::size_t>;
 // Groups of elements that all wait for each other, after Tarjan, without recursion.
 class Groups {
   public:
-    Groups(const Elements &elements, const Pass &pass) : elements_(elements), pass_(pass) {
+    Groups(const Elements &elements, const Pass &pass) : pass_(pass) {
         const std::size_t count = elements.all().size();
         predecessors_.resize(count);
         index_.resize(count);
@@ -107,7 +107,6 @@ class Groups {
         return path;
     }
 
-    const Elements &elements_;
     const Pass pass_;
     std::vector<std::vector<std::size_t>> predecessors_;
     std::vector<std::size_t> index_, low_, stack_;

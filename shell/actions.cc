@@ -45,6 +45,8 @@ void fill_request(Session &session, const Line &line, Request &request) {
 
 int show_configuration(Session &session, const Line &line) {
     const EntryPoint entry = entry_of(*line.form, *line.display);
+    if (session.recording() != nullptr && entry == qarn_cli_run_cfg_gen_vdcall)
+        throw CommandError("a recording has no other VDCs");
     if (session.options().record && entry == qarn_cli_run_cfg_gen_vdcall)
         throw CommandError("each VDC is recorded by itself: start in it with --vdc");
     if (entry != qarn_cli_run_cfg_gen_vdcall) session.find_services(); // the shells of the VDCs find theirs

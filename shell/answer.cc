@@ -188,7 +188,7 @@ int show_members(Session &session, const Line &line, const std::string &members,
     document.add(members);
     const std::string text = document.finish(found, true);
     const int shown = target_of_document(session, line).take(text, kExitComplete, deadline);
-    return shown == kExitComplete ? found : kExitFailure;
+    return shown == kExitComplete ? found : kExitUsage;
 }
 
 } // namespace shell

@@ -71,6 +71,7 @@ class Session {
     // For the commands.
     const Options &options() const { return options_; }
     sim::Switch &current() { return *switch_; }
+    const explain::recording::Recording *recording() const { return recording_.get(); } // null: none is replayed
     // The server of --connect; null without it.
     Remote *remote() { return remote_ ? &*remote_ : nullptr; }
     // To be called before a command that asks services: finds those that are registered. Throws std::runtime_error.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <span>
 #include <sstream>
 #include <utility>
 
@@ -13,6 +14,12 @@
 #include "sim/check/report.h"
 
 namespace explain {
+
+namespace {
+
+constexpr char kWhen[] = " when the replies arrive in another order";
+
+} // namespace
 
 AttributedText::AttributedText(const Subject &subject, const Origins &origins) {
     std::map<std::pair<bool, Key>, std::size_t> known;
@@ -27,20 +34,40 @@ AttributedText::AttributedText(const Subject &subject, const Origins &origins) {
     });
 }
 
+namespace {
+
+std::vector<std::string> lines_in(const std::string &text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+// How far behind the beginning of `lines` a line is; as far as can be, if it is not there.
+std::size_t distance_to(const std::string &line, std::span<const std::string> lines) {
+    return static_cast<std::size_t>(std::ranges::find(lines, line) - lines.begin());
+}
+
+} // namespace
+
+// Of the first two lines that differ, the one that is further away in the other text has moved.
 std::vector<Finding> AttributedText::compare(const std::string &other) const {
-    std::istringstream stream(other);
-    std::string line;
-    std::size_t at = 0;
-    while (std::getline(stream, line) && at < lines_.size() && line == lines_[at])
-        ++at;
-    if (at == lines_.size() && stream.eof()) return {};
-    const std::size_t shown = std::min(at, lines_.size() - 1);
-    const Owner &owner = owners_[owners_of_lines_[shown]];
-    const bool is_element = owner.element.has_value();
-    return {{find_rule("arrival-order"), is_element ? owner.service : "", owner.element, 0,
-             "line " + std::to_string(shown + 1) + " is " + sim::shown(lines_[shown]) +
-                 (stream.eof() ? ", and missing" : ", or " + sim::shown(line)) +
-                 " when the replies arrive in another order"}};
+    const std::vector<std::string> others = lines_in(other);
+    const auto ends = std::ranges::mismatch(lines_, others);
+    const auto at = static_cast<std::size_t>(ends.in1 - lines_.begin());
+    if (at == lines_.size() && at == others.size()) return {};
+    if (lines_.empty()) return {{find_rule("arrival-order"), "", {}, 0, std::string("text appears") + kWhen}};
+    const auto rest = std::span(lines_).subspan(at), others_rest = std::span(others).subspan(at);
+    std::size_t moved = std::min(at, lines_.size() - 1);
+    if (!rest.empty() && !others_rest.empty()) {
+        const std::size_t back = distance_to(others_rest[0], rest);
+        if (back < rest.size() && back > distance_to(rest[0], others_rest)) moved += back;
+    }
+    const Owner &owner = owners_[owners_of_lines_[moved]];
+    return {{find_rule("arrival-order"), owner.element ? owner.service : "", owner.element, 0,
+             "line " + std::to_string(moved + 1) + ", " + sim::shown(lines_[moved]) + ", has another place or text" +
+                 kWhen}};
 }
 
 namespace {

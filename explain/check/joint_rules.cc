@@ -71,8 +71,9 @@ class JointCheck {
         const std::vector<Loop> loops = find_loops(elements_);
         for (const Loop &loop : loops)
             note_loop(loop);
-        for (std::size_t at = 0; at < elements_.all().size(); ++at)
-            check_dependencies(at);
+        const std::vector<Place> places = find_places(elements_);
+        for (std::size_t at = 0; at < places.size(); ++at)
+            check_dependencies(at, places[at]);
         if (loops.empty()) check_text();
         std::ranges::stable_sort(findings_, {}, &Finding::service);
         return std::move(findings_);
@@ -113,8 +114,7 @@ class JointCheck {
 
     Key key_at(std::size_t at) const { return elements_.all()[at].key; }
 
-    void check_dependencies(std::size_t at) {
-        const Place place = find_place(elements_, at);
+    void check_dependencies(std::size_t at, const Place &place) {
         std::set<Key> told;
         for (const Judged &judged : place.waits_for) {
             const Key on = judged.dependency.on;

@@ -1,11 +1,13 @@
-// Parts are matched by service, element and block. An element has moved if it is not in a longest sequence of elements
-// that both displays print in the same order.
+// Parts are matched by service, element and block. A part has moved if it is not in a longest sequence of parts that
+// both displays print in the same order. What stands under VLANs never moves: VLANs are printed by their ids, in groups
+// that change, and the texts of a VLAN by themselves.
 #include "explain/diff/compare.h"
 
 #include <algorithm>
 #include <map>
 #include <sstream>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace explain {
@@ -101,30 +103,40 @@ class CommonLines {
     std::vector<std::size_t> lengths_;
 };
 
-// The elements of a display, in the order in which they first print.
+using Place = std::tuple<std::string_view, std::string_view, std::string_view>;
+
+Place place_of(const Part &part) {
+    return {part.service, part.element, part.block};
+}
+
+std::string name_of(const Part &part) {
+    std::string name = part.service;
+    if (!part.element.empty()) name.append(" ").append(part.element);
+    if (!part.block.empty()) name.append(" under ").append(part.block);
+    return name;
+}
+
+// The parts of a display that can move, in their order.
 class Sequence {
   public:
     explicit Sequence(const std::vector<Part> &parts) {
-        for (const Part &part : parts)
-            if (!part.element.empty() && positions_.emplace(id_of(part), elements_.size()).second)
-                elements_.push_back(&part);
+        for (const Part &part : parts) {
+            if (part.block.starts_with("vlan ")) continue;
+            positions_.emplace(place_of(part), parts_.size());
+            parts_.push_back(&part);
+        }
     }
 
-    static std::pair<std::string_view, std::string_view> id_of(const Part &part) {
-        return {part.service, part.element};
-    }
-    const std::vector<const Part *> &elements() const { return elements_; }
+    const std::vector<const Part *> &parts() const { return parts_; }
     const std::size_t *find(const Part &part) const {
-        const auto found = positions_.find(id_of(part));
+        const auto found = positions_.find(place_of(part));
         return found != positions_.end() ? &found->second : nullptr;
     }
-    std::string before(std::size_t at) const {
-        return at > 0 ? elements_[at - 1]->service + " " + elements_[at - 1]->element : "";
-    }
+    std::string before(std::size_t at) const { return at > 0 ? name_of(*parts_[at - 1]) : ""; }
 
   private:
-    std::vector<const Part *> elements_;
-    std::map<std::pair<std::string_view, std::string_view>, std::size_t> positions_;
+    std::vector<const Part *> parts_;
+    std::map<Place, std::size_t> positions_;
 };
 
 class Comparison {
@@ -141,9 +153,6 @@ class Comparison {
     }
 
   private:
-    using Place = std::tuple<std::string_view, std::string_view, std::string_view>;
-    static Place place_of(const Part &part) { return {part.service, part.element, part.block}; }
-
     void note_services(const std::vector<Part> &parts) {
         for (const Part &part : parts)
             services_.emplace(part.service, services_.size());
@@ -174,9 +183,9 @@ class Comparison {
 
     void find_moved() {
         const Sequence before(before_), now(now_);
-        std::vector<std::size_t> places, places_before; // of the elements that both have
-        for (std::size_t at = 0; at < now.elements().size(); ++at) {
-            const std::size_t *place = before.find(*now.elements()[at]);
+        std::vector<std::size_t> places, places_before; // of the parts that both have
+        for (std::size_t at = 0; at < now.parts().size(); ++at) {
+            const std::size_t *place = before.find(*now.parts()[at]);
             if (place == nullptr) continue;
             places.push_back(at);
             places_before.push_back(*place);
@@ -184,11 +193,11 @@ class Comparison {
         const std::vector<bool> stays = longest_ascending(places_before);
         for (std::size_t i = 0; i < places.size(); ++i) {
             if (stays[i]) continue;
-            const Part &part = *now.elements()[places[i]];
+            const Part &part = *now.parts()[places[i]];
             changes_.push_back({Kind::kMoved,
                                 part.service,
                                 part.element,
-                                "",
+                                part.block,
                                 {},
                                 before.before(places_before[i]),
                                 now.before(places[i])});

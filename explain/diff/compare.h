@@ -12,9 +12,9 @@ namespace explain {
 struct Change {
     enum class Kind : uint8_t { kAdded, kRemoved, kChanged, kMoved };
     Kind kind;
-    std::string service, element, block; // as in Part; a moved element has no block
+    std::string service, element, block; // as in Part
     std::vector<std::string> lines;      // with "- " or "+ " before each
-    std::string after_before, after_now; // of a moved element: the one that it follows; empty: it is the first
+    std::string after_before, after_now; // of a moved part: the one that it follows; empty: it is the first
 };
 const char *name_of(Change::Kind kind);
 

@@ -47,7 +47,8 @@ class Collector {
     Collector(const Subject &subject, const Origins &origins) : subject_(subject), origins_(origins) {}
 
     void take_line(std::string_view line, const Piece &piece) {
-        if (piece.rule == Rule::kSeparator || piece.rule == Rule::kNotice || line.empty()) return;
+        if (piece.rule == Rule::kSeparator || piece.rule == Rule::kNotice) return;
+        if (piece.rule == Rule::kInterfaceLine && line.empty()) return; // before each block
         if (piece.rule == Rule::kHeader && !line.starts_with("version ")) return;
         const std::string &context = origins_.contexts[piece.context];
         if (piece.rule != Rule::kVlanLine && piece.rule != Rule::kVlanText) return add(piece, context, line);

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdio>
 #include <map>
+#include <set>
 #include <string>
 
 #include "explain/lines.h"
@@ -43,11 +44,14 @@ class AnswerTable {
             add(part, "whole");
         for (const Part &part : verdict.missing)
             add(part, part.reason);
+        for (const auto &[sap, answer] : subject_.observation.answers())
+            if (!shown_.contains(sap)) add({.service = subject_.names.of_service(sap), .sap = sap}, "was not asked");
         return std::move(table_);
     }
 
   private:
     void add(const Part &part, const std::string &state) {
+        shown_.insert(part.sap);
         const auto &answers = subject_.observation.answers();
         const auto found = answers.find(part.sap);
         const bool has_come = found != answers.end();
@@ -65,6 +69,7 @@ class AnswerTable {
 
     const explain::Subject &subject_;
     const std::map<uint32_t, std::size_t> lines_, elements_; // by SAP
+    std::set<uint32_t> shown_;                               // SAPs
     Table table_{{{"Service"},
                   {"SAP", true},
                   {"Fragments", true},

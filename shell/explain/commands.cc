@@ -15,12 +15,22 @@
 namespace shell {
 namespace {
 
+// Of a recording, its own display is explained.
 int explain_running(Session &session, const Line &line, Explanation explanation) {
+    const auto *recording = session.recording();
+    const std::string display = recording != nullptr ? recording->command.display : "show running-config";
+    const Line shown = match(display);
     session.find_services();
-    Request request("show running-config");
-    take_options(request, session.options());
+    Request request(display);
+    fill_request(session, shown, request);
     request.runner = explained_by(std::move(explanation));
-    return show_display(session, line, kWhole.running, request);
+    return show_display(session, line, entry_of(*shown.form, *shown.display), request);
+}
+
+uint32_t half_in(std::string_view argument, std::string_view text, const char *what) {
+    const uint32_t number = number_in(argument, text, what);
+    if (number > UINT16_MAX) throw CommandError("UUIDs and ids of elements end at 65535", argument);
+    return number;
 }
 
 // "ID", of an element with the UUID of the service, or "UUID,ID".
@@ -29,9 +39,9 @@ explain::Key element_named(Session &session, std::string_view service, std::stri
     const sim::Service *found = session.current().find_service(service);
     if (found == nullptr) throw CommandError("unknown service " + sim::quoted(service), service);
     const std::size_t comma = argument.find(',');
-    if (comma == std::string_view::npos) return explain::key_of(found->uuid, number_in(argument, argument, kWhat));
-    return explain::key_of(number_in(argument, argument.substr(0, comma), kWhat),
-                           number_in(argument, argument.substr(comma + 1), kWhat));
+    if (comma == std::string_view::npos) return explain::key_of(found->uuid, half_in(argument, argument, kWhat));
+    return explain::key_of(half_in(argument, argument.substr(0, comma), kWhat),
+                           half_in(argument, argument.substr(comma + 1), kWhat));
 }
 
 } // namespace
@@ -57,6 +67,7 @@ int explain_graph(Session &session, const Line &line) {
 int explain_graph_of_level(Session &session, const Line &line) {
     explain::Selection selection;
     selection.level = number_in(line.arguments[0], line.arguments[0], "a level");
+    if (*selection.level >= explain::kPrintLevels) throw CommandError("levels end at 12", line.arguments[0]);
     return explain_running(session, line,
                            [selection](const explain::Subject &subject) { return show_graph(subject, selection); });
 }
@@ -64,6 +75,8 @@ int explain_graph_of_level(Session &session, const Line &line) {
 int explain_graph_of_service(Session &session, const Line &line) {
     explain::Selection selection;
     selection.service = line.arguments[0];
+    if (session.current().find_service(*selection.service) == nullptr)
+        throw CommandError("unknown service " + sim::quoted(*selection.service), line.arguments[0]);
     return explain_running(session, line,
                            [selection](const explain::Subject &subject) { return show_graph(subject, selection); });
 }

@@ -132,14 +132,25 @@ int run_diff(const Sides &sides, const HeldOutput &before, const HeldOutput &now
     return WIFEXITED(status) ? WEXITSTATUS(status) : kTrouble;
 }
 
+// What goes wrong must not look like a difference.
+template <typename Compare>
+int with_trouble(const Compare &compare) {
+    try {
+        return compare();
+    } catch (const CommandError &) {
+        throw;
+    } catch (const std::exception &error) {
+        print_message("%s", sim::printable(error.what()).c_str());
+        return kTrouble;
+    }
+}
+
 int show_changes(Session &session, const Line &line, const std::string &text, int result, const Deadline &deadline) {
     const int shown = show_lines(session, line, {text, "", 0}, kExitComplete, deadline);
     return shown == kExitComplete ? result : kTrouble;
 }
 
-} // namespace
-
-int compare_configurations(Session &session, const Line &line) {
+int compare_parts(Session &session, const Line &line) {
     const Sides sides(line);
     session.find_services();
     const Deadline deadline = deadline_of(session);
@@ -148,11 +159,11 @@ int compare_configurations(Session &session, const Line &line) {
     const std::vector<Change> changes =
         compare(explain::parts_in(before.contents()), explain::parts_in(now.contents()));
     const int result = changes.empty() ? kEqual : kDifferent;
-    if (line.is_json()) return show_members(session, line, json_of(changes), result, deadline);
-    return show_changes(session, line, text_of(changes), result, deadline);
+    if (!line.is_json()) return show_changes(session, line, text_of(changes), result, deadline);
+    return show_members(session, line, json_of(changes), result, deadline) == result ? result : kTrouble;
 }
 
-int compare_texts(Session &session, const Line &line) {
+int compare_lines(Session &session, const Line &line) {
     const Sides sides(line);
     session.find_services();
     const Deadline deadline = deadline_of(session);
@@ -161,6 +172,16 @@ int compare_texts(Session &session, const Line &line) {
     const int result = run_diff(sides, before, now, difference.descriptor());
     if (result == kTrouble) return kTrouble;
     return show_changes(session, line, difference.contents(), result, deadline);
+}
+
+} // namespace
+
+int compare_configurations(Session &session, const Line &line) {
+    return with_trouble([&] { return compare_parts(session, line); });
+}
+
+int compare_texts(Session &session, const Line &line) {
+    return with_trouble([&] { return compare_lines(session, line); });
 }
 
 } // namespace shell

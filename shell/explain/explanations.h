@@ -39,6 +39,9 @@ Runner as_page(EntryPoint entry, const std::string &command);
 // The place of an element among others.
 int show_order(const explain::Subject &subject, explain::Key key);
 
+// Say that an element is not there. Returns an exit code.
+int report_absent(const explain::Elements &elements, explain::Key key);
+
 // Elements that wait for each other.
 int show_loops(const explain::Subject &subject);
 

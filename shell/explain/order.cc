@@ -95,15 +95,17 @@ std::string ids_of(const explain::Elements &elements, uint16_t uuid) {
 
 } // namespace
 
+int report_absent(const explain::Elements &elements, explain::Key key) {
+    const std::string ids = ids_of(elements, key.uuid);
+    print_message("no service has sent the element %s; %s%s", explain::text_of(key).c_str(),
+                  ids.empty() ? "nor any other of this UUID" : "of this UUID there are ", ids.c_str());
+    return kExitFailure;
+}
+
 int show_order(const explain::Subject &subject, explain::Key key) {
     const explain::Elements elements;
     const auto at = elements.find(key);
-    if (!at) {
-        const std::string ids = ids_of(elements, key.uuid);
-        print_message("no service has sent the element %s; %s%s", explain::text_of(key).c_str(),
-                      ids.empty() ? "nor any other of this UUID" : "of this UUID there are ", ids.c_str());
-        return kExitFailure;
-    }
+    if (!at) return report_absent(elements, key);
     const std::string text = OrderText(elements, subject.names, *at).text();
     std::fputs(text.c_str(), stdout);
     return kExitComplete;

@@ -14,6 +14,7 @@
 #include "shell/explain/explanations.h"
 #include "shell/forms.h"
 #include "shell/message.h"
+#include "shell/recording/replay.h"
 #include "shell/run.h"
 #include "sim/notation.h"
 
@@ -22,11 +23,16 @@ namespace {
 
 constexpr char kRunning[] = "show running-config", kStartup[] = "show startup-config";
 
+Options options_of(Options options, const explain::recording::Recording &recording) {
+    take_recorded(recording.command, options);
+    return options;
+}
+
 // The session of a recording takes the place of another one, until the end of the scope.
 class ReplacedSession {
   public:
     ReplacedSession(Session &session, const std::shared_ptr<const explain::recording::Recording> &recording)
-        : replaced_(session), session_(session.options(), recording) {}
+        : replaced_(session), session_(options_of(session.options(), *recording), recording) {}
     ~ReplacedSession() {
         sim::make_current(&replaced_.current());
         setenv("SYSMGR_VDC_ID", std::to_string(replaced_.current().vdc).c_str(), 1);
@@ -96,8 +102,13 @@ Side::Side(const std::string &name, std::string_view where) : name_(name) {
 int Side::write(Session &session, const std::string &form, What what, int descriptor, const Deadline &deadline) const {
     const Subject subject(name_);
     if (!recording_) return write_display(session, display_ + form, what, descriptor, deadline);
-    ReplacedSession replaced(session, recording_);
-    return write_display(replaced.session(), display_ + form, what, descriptor, deadline);
+    try {
+        ReplacedSession replaced(session, recording_);
+        return write_display(replaced.session(), display_ + form, what, descriptor, deadline);
+    } catch (const explain::recording::Error &error) {
+        print_message("%s", sim::printable(error.what()).c_str());
+        return kExitFailure;
+    }
 }
 
 } // namespace shell

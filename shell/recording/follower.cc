@@ -13,7 +13,9 @@ namespace shell {
 
 Follower::Follower(sim::Switch &sw, const Request &request) : sw_(sw), request_(request) {
     if (request.recorded) sw.observers.push_back(&recorder_.emplace());
-    if (request.replayed != nullptr) sw.observers.push_back(&printed_.emplace());
+    // Without its header, or with one, the text is another one.
+    const bool is_same_text = request.replayed != nullptr && request.replayed->command.has_header == request.has_header;
+    if (is_same_text) sw.observers.push_back(&printed_.emplace());
 }
 
 int Follower::finish(int code) {

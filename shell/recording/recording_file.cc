@@ -8,9 +8,9 @@
 namespace shell {
 namespace {
 
-// As it was typed. What saves the text is left out: a replay must not write that file again.
+// As it was typed. What writes a file is left out: a replay must not write that file again.
 std::string recorded_line(const std::string &typed, const Line &line) {
-    if (!line.is_saved()) return std::string(without_blanks_around(typed));
+    if (!line.is_saved() && !line.is_page()) return std::string(without_blanks_around(typed));
     const std::string_view save = parts_of(typed).back();
     const auto end = static_cast<std::size_t>(save.data() - typed.data()) - 1; // the bar
     return std::string(without_blanks_around(std::string_view(typed).substr(0, end)));
@@ -40,7 +40,7 @@ RecordingFile::RecordingFile(Session &session, const Line &line, Request &reques
 int RecordingFile::publish(int result) {
     if (is_empty(file_.descriptor())) {
         file_.report_withheld();
-        return worse_of(result, kExitFailure);
+        return result == kExitInterrupted ? result : worse_of(result, kExitFailure);
     }
     file_.publish();
     return result;

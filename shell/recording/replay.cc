@@ -4,6 +4,7 @@
 
 #include "explain/recording/file.h"
 #include "shell/command_error.h"
+#include "shell/line.h"
 #include "shell/script.h"
 #include "sim/notation.h"
 
@@ -13,9 +14,19 @@ namespace {
 using explain::recording::Command;
 using explain::recording::Recording;
 
-// What the recorded command was given, instead of what the user or the environment says now.
+// A recording may come from anybody. Only the user's own commands may write files.
+void check_line(const std::string &text) {
+    try {
+        const Line line = match(text);
+        if (!line.is_saved() && !line.is_page() && line.has_display()) return;
+    } catch (const CommandError &) { // the same as a command that shows nothing
+    }
+    throw explain::recording::Error("its command " + sim::quoted(text) + " does not only show something");
+}
+
+} // namespace
+
 void take_recorded(const Command &command, Options &options) {
-    if (options.commands.empty()) options.commands = {command.line};
     options.plain = !command.has_header;
     options.mask = command.hides_secrets;
     options.debug_mask = command.debug_mask;
@@ -23,12 +34,14 @@ void take_recorded(const Command &command, Options &options) {
     options.script_mode = command.options.script_mode != 0;
 }
 
-} // namespace
-
 int replay(const Options &given) try {
     Options options = given;
     const auto recording = std::make_shared<const Recording>(explain::recording::read_recording(*options.replay));
     take_recorded(recording->command, options);
+    if (options.commands.empty()) {
+        check_line(recording->command.line);
+        options.commands = {recording->command.line};
+    }
     Session session(options, recording);
     return run_commands(session);
 } catch (const explain::recording::Error &error) {

@@ -39,9 +39,10 @@ class Check : public test::Story {
 TEST_F(Check, FindsWhatTwoServicesSayOfOneElement) {
     sw.service("a", 20, 21).element(1, 3).text = "one\n";
     sw.service("b", 22, 21).element(1, 4).text = "two\n";
-    EXPECT_EQ(findings(),
-              "b level-differs: level 4, and level 3 from a\n"
-              "a+b arrival-order: line 2 is \"one\", or \"two\" when the replies arrive in another order\n");
+    EXPECT_EQ(
+        findings(),
+        "b level-differs: level 4, and level 3 from a\n"
+        "a+b arrival-order: line 2, \"one\", has another place or text when the replies arrive in another order\n");
 }
 
 TEST_F(Check, FindsNothingInTextsThatAreInOrder) {
