@@ -120,9 +120,9 @@ function loopText(cycle) {
 function missingItems() {
     const items = data.problems.map((text) => [visible(text)]);
     for (const service of services) {
-        if (service.problem === "") continue;
-        items.push([make("span", {class: "kind"}, "service"),
-                    make("b", {}, visible(service.name)), ` (SAP ${service.sap}): ${visible(service.problem)}`]);
+        if (service.problem !== "")
+            items.push([make("span", {class: "kind"}, "service"),
+                        make("b", {}, visible(service.name)), ` (SAP ${service.sap}): ${visible(service.problem)}`]);
         for (const fault of service.faults || [])
             items.push([make("span", {class: "kind"}, "reply"), `${visible(service.name)}: ${visible(fault)}`]);
     }
