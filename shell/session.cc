@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+
 #include <new>
 #include <utility>
 
@@ -183,7 +184,23 @@ void Session::replay(Request &request) const {
     request.replayed = recording_.get();
 }
 
+// A file that is named twice would keep only one of its contents.
+void Session::check_files(const Line &line) const {
+    std::vector<std::string> files;
+    for (const auto &file : {options_.record, options_.output, options_.replay})
+        if (file) files.push_back(*file);
+    if (!line.filters.empty() && !line.filters.back().file.empty()) files.emplace_back(line.filters.back().file);
+    std::set<std::filesystem::path> known;
+    for (const std::string &file : files) {
+        std::error_code error;
+        if (!known.insert(std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error)).second)
+            throw CommandError(sim::quoted(file) + " is named twice");
+    }
+}
+
 void Session::check(const Line &line) const {
+    check_files(line);
+    if (options_.record == "-") throw CommandError("--record needs a file");
     if (options_.output && !line.has_text) throw CommandError(kNoOutput);
     if (options_.output && line.is_saved()) throw CommandError("--output and \"save\" both name a file");
     if (options_.output && line.is_page()) throw CommandError("--output and \"html\" both name a file");

@@ -98,6 +98,7 @@ class Session {
     static int explain_failure(const std::string &line);
     void enter(std::optional<uint16_t> id); // without an id: the description's own VDC
 
+    void check_files(const Line &line) const;
     void check(const Line &line) const;
 
     const Options &options_;

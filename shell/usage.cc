@@ -25,10 +25,13 @@ std::string rows(const std::vector<Usage> &usages, const std::string &before = "
     return text;
 }
 
-// The argument that may or must follow a word; empty if there is none.
+// The arguments that may or must follow a word; empty if there are none.
 std::string argument_of(const Node &node) {
     if (node.next.size() != 1 || node.next[0].slot == Slot::kNone) return "";
-    return std::string(node.next[0].word) + (node.next[0].repeats ? "..." : "");
+    const Node &argument = node.next[0];
+    const std::string word = std::string(argument.word) + (argument.repeats ? "..." : "");
+    const std::string further = argument.action == nullptr ? argument_of(argument) : "";
+    return further.empty() ? word : word + ' ' + further;
 }
 
 // Of which configuration it is a display; empty if of both.

@@ -96,9 +96,12 @@ Replies replies_of_services(const sim::Switch &sw, const Observation &seen) {
 
 OtherOrders::OtherOrders(sim::Switch &sw, uint32_t count, const Display &display) : switch_(sw) {
     const std::vector<uint32_t> consumers = consumers_of(sw);
+    std::vector<uint32_t> first; // functions of this process have answered before a service can
+    for (const sim::InProcess &function : sw.in_process)
+        first.push_back(function.sap);
     for (uint32_t seed = 1; seed <= count; ++seed)
         trials_.emplace_back([&, seed](const Replies &replies) {
-            sw.transport.carrier = std::make_shared<ShuffledReplies>(consumers, replies, seed);
+            sw.transport.carrier = std::make_shared<ShuffledReplies>(consumers, replies, first, seed);
             return display(sw);
         });
 }

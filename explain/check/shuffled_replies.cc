@@ -12,7 +12,8 @@
 
 namespace explain {
 
-ShuffledReplies::ShuffledReplies(std::vector<uint32_t> consumers, const Replies &replies, uint32_t seed)
+ShuffledReplies::ShuffledReplies(std::vector<uint32_t> consumers, const Replies &replies,
+                                 const std::vector<uint32_t> &first, uint32_t seed)
     : consumers_(std::move(consumers)), dice_(seed) {
     constexpr std::size_t kSmallest = 32, kLargest = 8192; // bytes of a fragment
     std::map<uint32_t, std::deque<sim::Message>> by_sap;
@@ -20,8 +21,13 @@ ShuffledReplies::ShuffledReplies(std::vector<uint32_t> consumers, const Replies 
         std::ranges::move(sim::fragments(sap, reply, kSmallest + dice_() % (kLargest - kSmallest)),
                           std::back_inserter(by_sap[sap]));
     streams_.reserve(by_sap.size());
-    for (auto &[sap, stream] : by_sap)
-        streams_.push_back(std::move(stream));
+    for (auto &[sap, stream] : by_sap) {
+        if (std::ranges::find(first, sap) == first.end()) {
+            streams_.push_back(std::move(stream));
+        } else {
+            std::ranges::move(stream, std::back_inserter(first_));
+        }
+    }
 }
 
 std::vector<uint32_t> ShuffledReplies::consumers(uint32_t opcode) {
@@ -29,8 +35,8 @@ std::vector<uint32_t> ShuffledReplies::consumers(uint32_t opcode) {
 }
 
 sim::Carrier::Arrival ShuffledReplies::receive(sim::Transport::Endpoint &, uint32_t opcode, uint32_t) {
-    if (opcode != QARN_OPC_REPLY || streams_.empty()) return {ETIME, {}};
-    auto &stream = streams_[dice_() % streams_.size()];
+    if (opcode != QARN_OPC_REPLY || (first_.empty() && streams_.empty())) return {ETIME, {}};
+    auto &stream = first_.empty() ? streams_[dice_() % streams_.size()] : first_;
     Arrival arrival = {0, std::move(stream.front())};
     stream.pop_front();
     std::erase_if(streams_, [](const auto &one) { return one.empty(); });

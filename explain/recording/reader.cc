@@ -6,6 +6,7 @@
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 
 #include "explain/recording/file.h"
@@ -147,6 +148,9 @@ Recording read_recording(std::FILE *file) {
 }
 
 Recording read_recording(const std::string &path) {
+    std::error_code error;
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
+        throw Error("it is not a regular file");
     std::FILE *const file = std::fopen(path.c_str(), "rbe");
     if (file == nullptr) throw Error(std::strerror(errno));
     return read_recording(file);

@@ -47,13 +47,15 @@ struct Sides {
 };
 
 // Equal parts of a configuration that is not all there prove nothing.
-bool write_whole(Session &session, const Sides &sides, Side::What what, const HeldOutput &before, const HeldOutput &now,
-                 const Deadline &deadline) {
-    const int first = sides.before.write(session, sides.form, what, before.descriptor(), deadline);
-    const int second = sides.now.write(session, sides.form, what, now.descriptor(), deadline);
-    if (first == kExitComplete && second == kExitComplete) return true;
+// Returns an exit code other than 0 if there is nothing to compare.
+int write_whole(Session &session, const Sides &sides, Side::What what, const HeldOutput &before, const HeldOutput &now,
+                const Deadline &deadline) {
+    int code = sides.before.write(session, sides.form, what, before.descriptor(), deadline);
+    if (code == kExitComplete) code = sides.now.write(session, sides.form, what, now.descriptor(), deadline);
+    if (code == kExitComplete) return kEqual;
+    if (code == kExitInterrupted) return code;
     print_message("nothing was compared");
-    return false;
+    return kTrouble;
 }
 
 std::string place_of(const Change &change) {
@@ -147,7 +149,7 @@ int with_trouble(const Compare &compare) {
 
 int show_changes(Session &session, const Line &line, const std::string &text, int result, const Deadline &deadline) {
     const int shown = show_lines(session, line, {text, "", 0}, kExitComplete, deadline);
-    return shown == kExitComplete ? result : kTrouble;
+    return shown == kExitComplete ? result : shown == kExitBrokenPipe ? shown : kTrouble;
 }
 
 int compare_parts(Session &session, const Line &line) {
@@ -155,7 +157,8 @@ int compare_parts(Session &session, const Line &line) {
     session.find_services();
     const Deadline deadline = deadline_of(session);
     const HeldOutput before({}), now({});
-    if (!write_whole(session, sides, Side::What::kParts, before, now, deadline)) return kTrouble;
+    if (const int code = write_whole(session, sides, Side::What::kParts, before, now, deadline); code != kEqual)
+        return code;
     const std::vector<Change> changes =
         compare(explain::parts_in(before.contents()), explain::parts_in(now.contents()));
     const int result = changes.empty() ? kEqual : kDifferent;
@@ -168,7 +171,8 @@ int compare_lines(Session &session, const Line &line) {
     session.find_services();
     const Deadline deadline = deadline_of(session);
     const HeldOutput before({}), now({}), difference({});
-    if (!write_whole(session, sides, Side::What::kText, before, now, deadline)) return kTrouble;
+    if (const int code = write_whole(session, sides, Side::What::kText, before, now, deadline); code != kEqual)
+        return code;
     const int result = run_diff(sides, before, now, difference.descriptor());
     if (result == kTrouble) return kTrouble;
     return show_changes(session, line, difference.contents(), result, deadline);

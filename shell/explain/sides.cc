@@ -87,11 +87,14 @@ std::shared_ptr<const explain::recording::Recording> recording_named(const std::
 } // namespace
 
 Side::Side(const std::string &name, std::string_view where) : name_(name) {
-    if (name == "running" || name == "startup") {
-        display_ = name == "running" ? kRunning : kStartup;
+    const bool is_running = name == "running" || name == "running-config";
+    if (is_running || name == "startup" || name == "startup-config") {
+        display_ = is_running ? kRunning : kStartup;
         return;
     }
     recording_ = recording_named(name, where);
+    if (recording_->command.is_masked)
+        throw CommandError("the texts of a masked recording are not those of the switch", where);
     const std::string &display = recording_->command.display;
     for (const std::string begin : {kRunning, kStartup})
         if (display.starts_with(begin)) display_ = begin;
@@ -100,6 +103,7 @@ Side::Side(const std::string &name, std::string_view where) : name_(name) {
 }
 
 int Side::write(Session &session, const std::string &form, What what, int descriptor, const Deadline &deadline) const {
+    if (recording_ && session.options().mask) throw CommandError(kNoMask);
     const Subject subject(name_);
     if (!recording_) return write_display(session, display_ + form, what, descriptor, deadline);
     try {

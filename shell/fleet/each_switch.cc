@@ -18,6 +18,7 @@
 #include <thread>
 #include <utility>
 
+#include "shell/actions.h"
 #include "shell/command_error.h"
 #include "shell/exit_code.h"
 #include "shell/fleet/fleet.h"
@@ -74,6 +75,8 @@ void check_command(const Options &options) {
         throw CommandError("--each-switch needs a command, and -c has none");
     const Line line = match(options.commands[0]);
     if (!line.has_text) throw CommandError("--each-switch needs a command that shows something");
+    if (line.is_explained || line.action == compare_configurations || line.action == compare_texts)
+        throw CommandError("--each-switch keeps configurations, and this command shows none");
     if (line.is_saved()) throw CommandError("--each-switch and \"save\" both name a file");
     if (line.is_page()) throw CommandError("--each-switch and \"html\" both name a file");
 }

@@ -38,9 +38,10 @@ RecordingFile::RecordingFile(Session &session, const Line &line, Request &reques
 }
 
 int RecordingFile::publish(int result) {
-    if (is_empty(file_.descriptor())) {
+    constexpr int kSignals = 128; // from here on, a process has ended early
+    if (result >= kSignals || is_empty(file_.descriptor())) {
         file_.report_withheld();
-        return result == kExitInterrupted ? result : worse_of(result, kExitFailure);
+        return result >= kSignals ? result : worse_of(result, kExitFailure);
     }
     file_.publish();
     return result;

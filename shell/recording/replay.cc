@@ -35,6 +35,7 @@ void take_recorded(const Command &command, Options &options) {
 }
 
 int replay(const Options &given) try {
+    if (given.mask) throw CommandError(kNoMask);
     Options options = given;
     const auto recording = std::make_shared<const Recording>(explain::recording::read_recording(*options.replay));
     take_recorded(recording->command, options);

@@ -6,6 +6,8 @@
 
 namespace shell {
 
+inline constexpr char kNoMask[] = "--mask cannot hide what is in a recording; use it together with --record";
+
 // Set what the recorded command was given, instead of what the user or the environment says now.
 void take_recorded(const explain::recording::Command &command, Options &options);
 

@@ -1,8 +1,11 @@
 #include "tools/qarn-tlv/files.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 
@@ -10,6 +13,8 @@
 
 namespace tlv {
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr std::size_t kMebibyte = 1 << 20, kLargest = 256 * kMebibyte, kBlock = 1 << 16;
 
@@ -52,10 +57,33 @@ std::string read_file(const std::string &name) {
     return bytes;
 }
 
+namespace {
+
+bool write_to(std::FILE *file, std::string_view bytes) {
+    return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size() && std::fflush(file) == 0;
+}
+
+// A file that is there is replaced when the new one is whole. Devices and pipes are written as they are.
+void replace_file(const std::string &name, std::string_view bytes) {
+    std::error_code error;
+    const bool is_file = !fs::exists(name, error) || fs::is_regular_file(name, error);
+    const std::string target = fs::is_symlink(name, error) ? fs::weakly_canonical(name, error).string() : name;
+    const std::string written = is_file ? target + ".new" + std::to_string(::getpid()) : target;
+    File file = open(written, "wbe", stdout);
+    if (write_to(file.get(), bytes)) {
+        file.reset();
+        if (!is_file || std::rename(written.c_str(), target.c_str()) == 0) return;
+    }
+    const int reason = errno;
+    if (is_file) std::remove(written.c_str());
+    fail(name, std::strerror(reason));
+}
+
+} // namespace
+
 void write_file(const std::string &name, std::string_view bytes) {
-    File file = open(name, "wbe", stdout);
-    const bool is_written = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
-    if (!is_written || std::fflush(file.get()) != 0) fail(name == "-" ? "standard output" : name, std::strerror(errno));
+    if (name != "-") return replace_file(name, bytes);
+    if (!write_to(stdout, bytes)) fail("standard output", std::strerror(errno));
 }
 
 void flush_output() {
