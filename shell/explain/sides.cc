@@ -32,7 +32,7 @@ Options options_of(Options options, const explain::recording::Recording &recordi
 class ReplacedSession {
   public:
     ReplacedSession(Session &session, const std::shared_ptr<const explain::recording::Recording> &recording)
-        : replaced_(session), session_(options_of(session.options(), *recording), recording) {}
+        : replaced_(session), options_(options_of(session.options(), *recording)), session_(options_, recording) {}
     ~ReplacedSession() {
         sim::make_current(&replaced_.current());
         setenv("SYSMGR_VDC_ID", std::to_string(replaced_.current().vdc).c_str(), 1);
@@ -44,6 +44,7 @@ class ReplacedSession {
 
   private:
     Session &replaced_;
+    const Options options_; // the session refers to them
     Session session_;
 };
 

@@ -28,9 +28,9 @@ int leave_open(std::FILE *) {
     return 0;
 }
 
-File open(const std::string &name, const char *mode, std::FILE *standard) {
-    if (name == "-") return {standard, leave_open};
-    File file(std::fopen(name.c_str(), mode), std::fclose);
+File open_for_reading(const std::string &name) {
+    if (name == "-") return {stdin, leave_open};
+    File file(std::fopen(name.c_str(), "rbe"), std::fclose);
     if (!file) fail(name, std::strerror(errno));
     return file;
 }
@@ -42,7 +42,7 @@ std::string shown_name(const std::string &name) {
 }
 
 std::string read_file(const std::string &name) {
-    const File file = open(name, "rbe", stdin);
+    const File file = open_for_reading(name);
     std::string bytes;
     std::size_t got = kBlock;
     while (got == kBlock) {
@@ -69,8 +69,8 @@ void replace_file(const std::string &name, std::string_view bytes) {
     const bool is_file = !fs::exists(name, error) || fs::is_regular_file(name, error);
     const std::string target = fs::is_symlink(name, error) ? fs::weakly_canonical(name, error).string() : name;
     const std::string written = is_file ? target + ".new" + std::to_string(::getpid()) : target;
-    File file = open(written, "wbe", stdout);
-    if (write_to(file.get(), bytes)) {
+    File file(std::fopen(written.c_str(), "wbe"), std::fclose);
+    if (file && write_to(file.get(), bytes)) {
         file.reset();
         if (!is_file || std::rename(written.c_str(), target.c_str()) == 0) return;
     }
