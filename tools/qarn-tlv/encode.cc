@@ -31,8 +31,18 @@ class Composer {
                 open_element(entry);
                 break;
             }
-        document_.each_pair(node, "an element",
-                            [&](const Node &key, const Node &value) { add_part(key.Scalar(), value); });
+        check_size(encoder_.size(), node);
+        document_.each_pair(node, "an element", [&](const Node &key, const Node &value) {
+            add_part(key.Scalar(), value);
+            check_size(encoder_.size(), value);
+        });
+    }
+
+    // An alias repeats what a file has once, so a small file can make a large reply.
+    void check_size(std::size_t size, const Node &node) const {
+        if (size > kLargestReply)
+            document_.fail(node, Error::kOutOfRange,
+                           "the reply is larger than " + std::to_string(kLargestReply / kMebibyte) + " MiB");
     }
 
   private:
@@ -78,18 +88,11 @@ class Composer {
             if (key == name) each(value, key, [this, add = add](const Node &item) { (this->*add)(item); });
     }
 
-    // An alias repeats what a file has once, so a small file can make a large reply.
     void each(const Node &node, const std::string &what, const std::function<void(const Node &)> &add) {
         document_.each_item(node, what, [&](const Node &item) {
             add(item);
-            check_size(item);
+            check_size(encoder_.size(), item);
         });
-    }
-
-    void check_size(const Node &node) const {
-        if (encoder_.size() > kLargestReply)
-            document_.fail(node, Error::kOutOfRange,
-                           "the reply is larger than " + std::to_string(kLargestReply / kMebibyte) + " MiB");
     }
 
     void add_texts(const Node &node) {
@@ -105,7 +108,7 @@ class Composer {
                 encoder_.intf_command(index, read_command(value));
             else
                 encoder_.intf_text(index, read_text(document_, value, "the text of an interface"));
-            check_size(value);
+            check_size(encoder_.size(), value);
         });
     }
 
@@ -183,7 +186,9 @@ service::Bytes encode(const std::string &name, const std::string &yaml) {
     if (const auto count = number_of(reply, "announced")) encoder.announce_count(*count);
     if (const auto size = number_of(reply, "size")) encoder.announce_size(*size);
     Bytes bytes = encoder.reply(number_of(reply, "status").value_or(0));
-    if (reply.has("trailing")) bytes += read_bytes(document, reply["trailing"], "trailing");
+    if (!reply.has("trailing")) return bytes;
+    bytes += read_bytes(document, reply["trailing"], "trailing");
+    composer.check_size(bytes.size(), reply["trailing"]);
     return bytes;
 }
 
