@@ -211,6 +211,11 @@ class Writer {
                 if (!by_sap_.contains(sap)) add_missing(sap);
     }
 
+    // A path may name a person or a project.
+    std::string library(const std::string &path) const {
+        return mask_ != nullptr ? path.substr(path.rfind('/') + 1) : path;
+    }
+
     void write_in_process() {
         if (!sw_.in_process.empty()) yaml_ += "in_process:\n";
         for (const sim::InProcess &row : sw_.in_process) {
@@ -219,7 +224,7 @@ class Writer {
             if ((row.flags & QARN_CB_FLAG_STARTUP) != 0) flags.emplace_back("startup");
             if ((row.flags & QARN_CB_FLAG_RUNNING) != 0) flags.emplace_back("running");
             yaml_ += "  - {service: " + (row.sap != 0 ? quoted(by_sap_[row.sap]) : "0") +
-                     ", function: " + quoted(row.function) + ", library: " + quoted(row.library) +
+                     ", function: " + quoted(row.function) + ", library: " + quoted(library(row.library)) +
                      ", flags: " + list_of(flags) + "}\n";
         }
     }

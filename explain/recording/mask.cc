@@ -212,14 +212,14 @@ void Mask::hide_fact(Event &event) const {
         replace_in(event.data, words, kSavedAt);
 }
 
-// The command with the names of port profiles as they are now called.
+// The command with the names of port profiles as they are now called, wherever they are whole words.
 std::string Mask::with_names(const sim::Switch &sw, std::string_view line) {
     std::string masked(line);
-    for (const auto &[profile, lines] : sw.port_profiles) {
-        const std::size_t at = profile.empty() ? std::string::npos : masked.find(" " + profile);
-        const std::size_t end = at + 1 + profile.size();
-        if (at != std::string::npos && (end == masked.size() || masked[end] == ' '))
-            replace_in(masked, at + 1, name(profile));
+    for (std::size_t space = line.find(' '); space != std::string::npos; space = line.find(' ', space + 1)) {
+        const std::string_view rest = line.substr(space + 1);
+        for (const auto &[profile, lines] : sw.port_profiles)
+            if (!profile.empty() && (rest == profile || rest.starts_with(profile + ' ')))
+                replace_in(masked, space + 1, name(profile));
     }
     return masked;
 }
