@@ -11,8 +11,11 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <set>
 #include <string_view>
+#include <utility>
 
 #include "explain/dot.h"
 #include "sim/child.h"
@@ -74,30 +77,42 @@ class Scratch {
     signal(SIGINT, SIG_DFL);
     dup2(dot.descriptor(), STDIN_FILENO);
     dup2(svg.descriptor(), STDOUT_FILENO);
-    if (std::freopen("/dev/null", "w", stderr) == nullptr) _exit(kNotFound);
+    if (std::freopen("/dev/null", "w", stderr) == nullptr) _exit(EXIT_FAILURE);
     execlp(program, program, "-Tsvg", "-Gfontname=sans-serif", static_cast<char *>(nullptr));
-    _exit(kNotFound);
+    _exit(errno == ENOENT ? kNotFound : EXIT_FAILURE);
 }
 
-bool ends_in(pid_t child, std::chrono::milliseconds time) {
+// As poll: 1 if the child has ended, 0 if it took too long.
+int wait_for(pid_t child, std::chrono::milliseconds time) {
     const auto descriptor = static_cast<int>(syscall(SYS_pidfd_open, child, 0)); // which glibc 2.36 declares for C only
+    if (descriptor < 0) return -1;
     struct pollfd end = {descriptor, POLLIN, 0};
-    const bool has_ended = descriptor >= 0 && poll(&end, 1, static_cast<int>(time.count())) == 1;
-    if (descriptor >= 0) close(descriptor);
-    return has_ended;
+    const int result = poll(&end, 1, static_cast<int>(time.count()));
+    close(descriptor);
+    return result;
 }
 
-// The child's exit code; -1 if it took too long or was killed.
-int run(const PictureBounds &bounds, const Scratch &dot, const Scratch &svg) {
+// Why there is no picture, by the status of a child that was not ended from here; empty if it was drawn.
+std::string fault_of(int status) {
+    if (WIFSIGNALED(status)) return std::string("Graphviz was ended by a signal: ") + strsignal(WTERMSIG(status)) + '.';
+    if (WEXITSTATUS(status) == kNotFound)
+        return "Graphviz is not installed. With the package graphviz, this page has a picture here.";
+    return WEXITSTATUS(status) == 0 ? "" : "Graphviz failed with status " + std::to_string(WEXITSTATUS(status)) + '.';
+}
+
+// Why there is no picture; empty if it was drawn.
+std::string run(const PictureBounds &bounds, const Scratch &dot, const Scratch &svg) {
     std::fflush(stdout); // or the child would print it too
     const pid_t parent = getpid(), child = fork();
-    if (child < 0) return kNotFound;
+    if (child < 0) return std::string("Graphviz could not be started: ") + std::strerror(errno) + '.';
     if (child == 0) become(bounds.program, dot, svg, parent);
-    if (!ends_in(child, bounds.time)) kill(child, SIGKILL);
+    const int result = wait_for(child, bounds.time);
+    if (result != 1) kill(child, SIGKILL);
     int status = 0;
     while (waitpid(child, &status, 0) < 0)
-        if (errno != EINTR) return -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        if (errno != EINTR) return "It is not known how Graphviz ended.";
+    if (result == 0) return "Graphviz did not draw the picture within its time.";
+    return result == 1 ? fault_of(status) : "Graphviz was interrupted.";
 }
 
 Picture absent(std::string why) {
@@ -116,10 +131,8 @@ Picture draw(const Elements &elements, const Names &names, const PictureBounds &
                       "NAME\" and \"explain graph around SERVICE ELEMENT STEPS\" write a part of it for Graphviz.");
     const Scratch dot("dot"), svg("svg");
     if (!dot.write(dot_of(elements, names, {}))) return absent("There was no room for the picture.");
-    const int code = run(bounds, dot, svg);
-    if (code == kNotFound)
-        return absent("Graphviz is not installed. With the package graphviz, this page has a picture here.");
-    if (code != 0) return absent("Graphviz did not draw the picture within its time.");
+    std::string fault = run(bounds, dot, svg);
+    if (!fault.empty()) return absent(std::move(fault));
     std::string drawn = svg.contents();
     return drawn.empty() ? absent("The picture that Graphviz drew is too large.") : Picture{std::move(drawn), ""};
 }

@@ -33,11 +33,18 @@ TEST_F(Report, HasNoMarkupOfAService) {
 
 TEST_F(Report, SaysWhyItHasNoPicture) {
     sw.service("a", 20, 21).element(1, 3).dependencies = {{21, 2}};
-    const std::string slow = testing::TempDir() + "/slow-dot";
-    std::ofstream(slow) << "#!/bin/sh\nexec sleep 60\n";
-    std::filesystem::permissions(slow, std::filesystem::perms::owner_all);
-    EXPECT_EQ(absence_of_picture({.time = std::chrono::milliseconds(50), .program = slow.c_str()}),
-              "Graphviz did not draw the picture within its time.");
+    const auto absence_with = [this](const char *script, std::chrono::milliseconds time) {
+        const std::string dot = testing::TempDir() + "/other-dot";
+        std::ofstream(dot) << "#!/bin/sh\n" << script << '\n';
+        std::filesystem::permissions(dot, std::filesystem::perms::owner_all);
+        return absence_of_picture({.time = time, .program = dot.c_str()});
+    };
+    constexpr std::chrono::milliseconds kShort(50), kLong(10000);
+    EXPECT_EQ(absence_with("exec sleep 60", kShort), "Graphviz did not draw the picture within its time.");
+    EXPECT_EQ(absence_with("exit 3", kLong), "Graphviz failed with status 3.");
+    EXPECT_EQ(absence_with("kill -KILL $$", kLong), "Graphviz was ended by a signal: Killed.");
+    EXPECT_EQ(absence_of_picture({.program = "/nonexistent/dot"}),
+              "Graphviz is not installed. With the package graphviz, this page has a picture here.");
     EXPECT_EQ(absence_of_picture({.elements = 1}).substr(0, 55),
               "The picture would have 2 elements and 1 dependencies, t");
 }
