@@ -6,17 +6,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <stdexcept>
 #include <string_view>
 #include <thread>
 #include <utility>
 
 #include "sim/description.h"
 #include "sim/saved_config.h"
-#include "sim/store.h"
 
 namespace explain::recording {
 namespace {
@@ -40,18 +35,6 @@ std::time_t rounded_to_zone(std::time_t difference) {
 }
 
 } // namespace
-
-SavedText::SavedText(const std::string &text)
-    : folder_((std::filesystem::temp_directory_path() / "vsh-replay-XXXXXX").string()) {
-    if (::mkdtemp(folder_.data()) == nullptr)
-        throw std::runtime_error("cannot make a folder " + folder_ + ": " + std::strerror(errno));
-    std::ofstream(sim::text_path(folder_), std::ios::binary) << text;
-}
-
-SavedText::~SavedText() {
-    std::error_code error;
-    std::filesystem::remove_all(folder_, error);
-}
 
 Replay::Replay(std::shared_ptr<const Recording> recording, Pace pace) : recording_(std::move(recording)), pace_(pace) {
     for (const Event &event : recording_->events)

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "explain/recording/recording.h"
+#include "explain/recording/saved_text.h"
 #include "sim/facts.h"
 #include "sim/mts.h"
 #include "sim/switch.h"
@@ -19,20 +20,6 @@
 namespace explain::recording {
 
 enum class Pace { kFull, kRecorded };
-
-// A folder with one text, until it goes out of scope.
-class SavedText {
-  public:
-    explicit SavedText(const std::string &text); // throws std::runtime_error
-    ~SavedText();
-    SavedText(const SavedText &) = delete;
-    SavedText &operator=(const SavedText &) = delete;
-
-    const std::string &folder() const { return folder_; }
-
-  private:
-    std::string folder_;
-};
 
 class Replay : public sim::Carrier, public sim::Facts {
   public:
