@@ -29,7 +29,7 @@ class Program : public testing::Test {
     }
     // Started, with all services registered.
     std::unique_ptr<test::Program> serve(std::vector<std::string> more = {}) const {
-        more.insert(more.end(), {"--ready-fd", "2"});
+        more.insert(more.end(), {"--ready-fd", std::to_string(test::Program::kReadyDescriptor)});
         auto program = start(more);
         EXPECT_EQ(program->wait_for("\n"), "\n");
         return program;
@@ -61,10 +61,7 @@ TEST_F(Program, TakesTheSapOfAProcessThatDied) {
 
 // The server is stopped: it keeps the connection, and does not answer.
 TEST_F(Program, EndsSoonWhileTheRegistryDoesNotAnswer) {
-    const auto program = start();
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (requester_.registered().size() < 2 && std::chrono::steady_clock::now() < limit) {
-    }
+    const auto program = serve();
     server_.signal(SIGSTOP);
     EXPECT_NE(program->wait_for("; trying again\n").find("the registry of services cannot be reached (Timeout)"),
               std::string::npos);

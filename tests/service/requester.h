@@ -122,9 +122,12 @@ class Requester {
 // A program whose standard error is kept.
 class Program {
   public:
+    static constexpr int kReadyDescriptor = 9; // standard error too, which a program may close
+
     explicit Program(const std::vector<std::string> &words)
         : process_([&](int errors) {
               dup2(errors, STDERR_FILENO);
+              dup2(errors, kReadyDescriptor);
               std::vector<char *> arguments;
               for (const std::string &word : words)
                   arguments.push_back(const_cast<char *>(word.c_str()));
