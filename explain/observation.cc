@@ -100,7 +100,13 @@ void Observation::program_printed(std::string_view text) {
 }
 
 void Observation::rendered(std::string_view) {}
-void Observation::sent(uint32_t, uint32_t, const sim::Bytes &) {}
+// SAP 0 stands for all that the library awaits.
+void Observation::sent(uint32_t sap, uint32_t, const sim::Bytes &) {
+    if (sap != 0) asked_.insert(sap);
+    for (int32_t i = 0; sap == 0 && i < num_saps; ++i)
+        asked_.insert(saps[i]);
+}
+
 void Observation::received_nothing(int) {}
 
 void Observation::received(const sim::Message &message) {

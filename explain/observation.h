@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,6 +66,7 @@ class Observation : public sim::Observer {
     const std::vector<Printed> &calls() const { return calls_; }
     const std::string &text() const { return text_; }
     const std::map<uint32_t, Answer> &answers() const { return answers_; }
+    bool has_asked(uint32_t sap) const { return asked_.contains(sap); } // by a message
     // Every complete reply with its SAP, in the order in which the library decoded them.
     struct Reply {
         uint32_t sap;
@@ -81,6 +83,7 @@ class Observation : public sim::Observer {
     std::vector<Printed> calls_;
     std::string text_;
     std::map<uint32_t, Answer> answers_;
+    std::set<uint32_t> asked_;
     std::vector<Reply> replies_;
     Clock::time_point begin_ = Clock::now();
     Answer *decoding_ = nullptr; // whose reply the library decodes

@@ -52,6 +52,7 @@ int show_configuration(Session &session, const Line &line) {
     if (entry != qarn_cli_run_cfg_gen_vdcall) session.find_services(); // the shells of the VDCs find theirs
     Request request(line.is_explained ? display_of(line) : line.text);
     fill_request(session, line, request);
+    request.outlives_interruption = line.is_explained && !line.is_page() && entry != qarn_cli_run_cfg_gen_vdcall;
     request.runner = line.is_explained ? with_origins(entry, line.is_json()) : with_demanded_origins();
     if (line.is_page()) request.runner = as_page(entry, request.req.cmd_line);
     return show_display(session, line, entry, request);

@@ -47,6 +47,7 @@ int run_and_report(sim::Switch &sw, EntryPoint entry, Request &request, const De
     const Ran ran = request.runner ? request.runner(sw, entry, request.req) : Ran{entry(&request.req), kExitComplete};
     std::fflush(stdout);
     if (to.messages >= 0) dup2(to.messages, STDERR_FILENO);
+    if (ran.code == kExitInterrupted) print_message("interrupted; what had come by then is explained");
     const int code = leaves_outcome(entry) ? judge(sw, to.outcome) : ran.status == 0 ? kExitComplete : kExitFailure;
     return follower.finish(worse_of(code, ran.code));
 }
@@ -88,6 +89,7 @@ void prepare_shells(const Request &request, const Descriptors &to) {
     if (to.messages >= 0) std::setvbuf(stdout, nullptr, _IOFBF, kBlock);
     export_deadline(deadline);
     sw.transport.deadline = deadline;
+    sw.transport.heeds_interruptions = request.outlives_interruption;
     sim::set_shell_options(request.options);
     entry == qarn_cli_run_cfg_gen_vdcall ? prepare_shells(request, to) : reduce(sw, request);
     int status = run_entry(sw, entry, request, to);

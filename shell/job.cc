@@ -59,11 +59,16 @@ void Job::end() {
 }
 
 void wait_for(Job &job, const SignalsDuringChild &signals, const Deadline &deadline) {
+    bool is_interrupted = false;
     for (job.reap(); job.is_running(); job.reap()) {
         if (job.output.status() && job.command.is_running()) return job.command.end();
         const bool has_limit = job.command.is_running() || !job.has_pager;
         const int signal = signals.wait(has_limit ? time_left(deadline) : std::nullopt);
-        if (signal == SIGINT) { // which may have reached the shell alone
+        if (signal == SIGINT && is_interrupted) { // a command may have outlived the first one
+            job.command.end();
+            job.output.send(SIGINT);
+        } else if (signal == SIGINT) { // which may have reached the shell alone
+            is_interrupted = true;
             job.command.send(SIGINT);
             job.output.send(SIGINT);
         } else if (signal > 0 && signal != SIGCHLD) {

@@ -47,6 +47,8 @@ class Request {
     bool has_header = true;
     bool has_messages = true; // those before the header; otherwise they go to standard error
     Runner runner;            // none: the entry point prints its text
+    // An interruption ends the waits for services, not the command: the runner shows what has arrived.
+    bool outlives_interruption = false;
 
     std::optional<Recorded> recorded;                        // none: it is not recorded
     const explain::recording::Recording *replayed = nullptr; // that must print the same; null: none

@@ -128,6 +128,15 @@ struct PassedText {
     }
 };
 
+// Until the first text comes, or its end, an interruption is for the command alone.
+void ignore_interruptions_before(int text) {
+    const HeldInterruption held;
+    struct pollfd begin = {text, POLLIN, 0};
+    while (poll(&begin, 1, -1) < 0 && errno == EINTR) {
+    }
+    held.take();
+}
+
 int pass_on_or_report(int text, const Output &output, int destination) {
     try {
         return pass_on(text, output, destination);
@@ -158,6 +167,7 @@ int run_command(sim::Switch &sw, EntryPoint entry, Request &request, const Outpu
     if (passed) {
         job.output.start(signals, [&] {
             passed->text.close_end(1);
+            if (request.outlives_interruption) ignore_interruptions_before(passed->text.reading());
             _exit(pass_on_or_report(passed->text.reading(), output, destination));
         });
         if (!job.output.is_made()) return kExitFailure;

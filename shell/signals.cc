@@ -59,4 +59,19 @@ void SignalsDuringChild::deliver(int signal) const {
     _exit(128 + signal);
 }
 
+HeldInterruption::HeldInterruption() {
+    sigemptyset(&interruption_);
+    sigaddset(&interruption_, SIGINT);
+    sigprocmask(SIG_BLOCK, &interruption_, &mask_before_);
+}
+
+HeldInterruption::~HeldInterruption() {
+    sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
+}
+
+bool HeldInterruption::take() const {
+    const struct timespec at_once = {};
+    return sigtimedwait(&interruption_, nullptr, &at_once) == SIGINT;
+}
+
 } // namespace shell

@@ -32,4 +32,18 @@ class SignalsDuringChild {
     sigset_t held_ = {}, mask_before_ = {};
 };
 
+// While it lives, a SIGINT of this process waits.
+class HeldInterruption {
+  public:
+    HeldInterruption();
+    ~HeldInterruption();
+    HeldInterruption(const HeldInterruption &) = delete;
+    HeldInterruption &operator=(const HeldInterruption &) = delete;
+
+    bool take() const; // whether one has come; it then has no effect
+
+  private:
+    sigset_t interruption_ = {}, mask_before_ = {};
+};
+
 } // namespace shell

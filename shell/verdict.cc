@@ -31,6 +31,7 @@ std::string part(const char *what, uint32_t received, uint32_t expected) {
 }
 
 std::string why_silent(const sim::Switch &sw, uint32_t sap) {
+    if (sw.transport.was_interrupted) return "had sent no complete reply when the command was interrupted";
     const auto &carrier = sw.transport.carrier;
     const std::string why = carrier ? carrier->why_silent(sap) : "";
     return why.empty() ? "sent no complete reply in time" : why;

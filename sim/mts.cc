@@ -6,12 +6,15 @@
 // fragment, but never longer than its time-out.
 #include "sim/mts.h"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <thread>
 #include <utility>
 
@@ -204,6 +207,23 @@ int32_t fail(int error) {
     return -1;
 }
 
+// Waits for a blocked SIGINT, and takes it.
+bool takes_interruption_before(Moment end) {
+    using std::chrono::nanoseconds, std::chrono::steady_clock;
+    sigset_t interruption;
+    sigemptyset(&interruption);
+    sigaddset(&interruption, SIGINT);
+    do {
+        constexpr nanoseconds kHour = std::chrono::hours(1);
+        const auto now = steady_clock::now();
+        const nanoseconds left = std::min(end ? std::max(*end, now) - now : kHour, kHour);
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+        const struct timespec time = {seconds.count(), (left - seconds).count()};
+        if (sigtimedwait(&interruption, nullptr, &time) == SIGINT) return true;
+    } while (!end || steady_clock::now() < *end); // another signal, or more than an hour
+    return false;
+}
+
 } // namespace
 
 void WatchedWait::call() {
@@ -234,27 +254,35 @@ void Transport::wait(uint64_t units, uint64_t timeout) {
         const std::chrono::steady_clock::time_point own = begin + unit * timeout;
         limit = std::min(own, deadline.value_or(own));
     }
-    if (!deadline || end <= *deadline) {
-        now += units;
-        sleep_until(end, limit);
-    } else { // what would arrive later never does
-        sleep_until(deadline, limit);
-    }
+    const bool is_in_time = !deadline || end <= *deadline;
+    const bool is_over = sleep_until(is_in_time ? Moment(end) : deadline, limit);
+    if (is_in_time && is_over) now += units; // otherwise, what would arrive later never does
 }
 
 void Transport::wait_for_deadline() {
     sleep_until(deadline, deadline);
 }
 
-void Transport::sleep_until(Moment end, Moment limit) {
+bool Transport::sleep_until(Moment end, Moment limit) {
     WatchedWait wait(watch, limit);
     for (Moment call = wait.next_call(); call && (!end || *call < *end); call = wait.next_call()) {
-        std::this_thread::sleep_until(*call);
+        if (!sleep_until(*call)) return false;
         wait.call();
     }
+    return sleep_until(end);
+}
+
+// Without an end, only a signal ends the wait: one that ends the process, or an interruption that is heeded.
+bool Transport::sleep_until(Moment end) {
+    if (heeds_interruptions) {
+        was_interrupted = takes_interruption_before(end);
+        if (was_interrupted) deadline = std::chrono::steady_clock::now();
+        return !was_interrupted;
+    }
     while (!end)
-        ::pause(); // only a signal that ends the process ends the wait
+        ::pause();
     std::this_thread::sleep_until(*end);
+    return true;
 }
 
 void Transport::deliver(uint32_t handle, uint32_t opcode, Bytes payload) {

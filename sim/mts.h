@@ -74,6 +74,11 @@ struct Transport : TransportRecord {
 
     std::optional<Watch> watch; // none: nobody follows
 
+    // Whether a SIGINT, which the process has blocked, ends the waits: what has not arrived by then never does.
+    bool heeds_interruptions = false;
+    bool was_interrupted = false;
+    bool is_interrupted() { return heeds_interruptions && !sleep_until(std::chrono::steady_clock::now()); }
+
     std::shared_ptr<Carrier> carrier; // none: the switch's own services, in this process
 
     // Open a handle with a SAP of its own.
@@ -95,7 +100,8 @@ struct Transport : TransportRecord {
     std::map<uint32_t, Endpoint> endpoints; // by handle
 
   private:
-    void sleep_until(Moment end, Moment limit);
+    bool sleep_until(Moment end); // false: it was interrupted
+    bool sleep_until(Moment end, Moment limit);
 };
 
 // What carries messages between the handles of a switch and its services. What a handle sends to a handle does not pass

@@ -92,7 +92,7 @@ class NatsCarrier : public sim::Carrier {
         const Moment limit = earliest({own, transport.deadline});
         sim::WatchedWait wait(transport.watch, limit);
         try {
-            if (auto message = next_before(limit, wait)) return {0, std::move(*message)};
+            if (auto message = next_before(limit, wait, transport)) return {0, std::move(*message)};
         } catch (const nats::Error &error) {
             lose(error.what());
         }
@@ -124,7 +124,7 @@ class NatsCarrier : public sim::Carrier {
     }
 
     // None when the limit is over, everybody who is awaited has gone, or messages were lost before.
-    std::optional<sim::Message> next_before(const Moment &limit, sim::WatchedWait &wait) {
+    std::optional<sim::Message> next_before(const Moment &limit, sim::WatchedWait &wait, sim::Transport &transport) {
         while (!is_lost_) {
             const bool is_last = is_over(limit) || has_nobody_left();
             const Moment slice = Clock::now() + (is_last ? milliseconds(0) : kSlice);
@@ -132,7 +132,7 @@ class NatsCarrier : public sim::Carrier {
                 if (auto message = checked(answer)) return message;
                 continue;
             }
-            if (is_last) return {};
+            if (is_last || transport.is_interrupted()) return {};
             if (is_over(wait.next_call())) wait.call();
             presence_->update();
         }

@@ -45,7 +45,7 @@ class AnswerTable {
         for (const Part &part : verdict.missing)
             add(part, part.reason);
         for (const auto &[sap, answer] : subject_.observation.answers())
-            if (!shown_.contains(sap)) add({.service = subject_.names.of_service(sap), .sap = sap}, "was not asked");
+            if (!shown_.contains(sap)) add({.service = subject_.names.of_service(sap), .sap = sap}, "came unasked");
         return std::move(table_);
     }
 
@@ -56,10 +56,16 @@ class AnswerTable {
         const auto found = answers.find(part.sap);
         const bool has_come = found != answers.end();
         const explain::Answer none, &answer = has_come ? found->second : none;
-        table_.add({part.service, part.sap != 0 ? std::to_string(part.sap) : "", std::to_string(answer.fragments),
-                    std::to_string(answer.bytes), count(elements_, part.sap), count(lines_, part.sap),
-                    has_come ? milliseconds(subject_, answer.first) : "",
+        table_.add({part.service, part.sap != 0 ? std::to_string(part.sap) : "", how_asked(part.sap),
+                    std::to_string(answer.fragments), std::to_string(answer.bytes), count(elements_, part.sap),
+                    count(lines_, part.sap), has_come ? milliseconds(subject_, answer.first) : "",
                     has_come ? milliseconds(subject_, answer.last) : "", state});
+    }
+
+    std::string how_asked(uint32_t sap) const {
+        if (subject_.observation.has_asked(sap)) return "yes";
+        const auto &functions = subject_.sw.in_process;
+        return std::ranges::find(functions, sap, &sim::InProcess::sap) != functions.end() ? "by a function" : "no";
     }
 
     static std::string count(const std::map<uint32_t, std::size_t> &counts, uint32_t sap) {
@@ -72,6 +78,7 @@ class AnswerTable {
     std::set<uint32_t> shown_;                               // SAPs
     Table table_{{{"Service"},
                   {"SAP", true},
+                  {"Asked"},
                   {"Fragments", true},
                   {"Bytes", true},
                   {"Elements", true},

@@ -24,6 +24,7 @@ int explain_running(Session &session, const Line &line, Explanation explanation)
     Request request(display);
     fill_request(session, shown, request);
     request.runner = explained_by(std::move(explanation));
+    request.outlives_interruption = true;
     return show_display(session, line, entry_of(*shown.form, *shown.display), request);
 }
 

@@ -1,7 +1,10 @@
+#include <optional>
 #include <utility>
 
 #include "explain/observation.h"
+#include "shell/exit_code.h"
 #include "shell/explain/explanations.h"
+#include "shell/signals.h"
 
 namespace shell {
 
@@ -17,8 +20,13 @@ uint32_t run_observed(sim::Switch &sw, EntryPoint entry, qarn_req &req, explain:
 Runner explained_by(Explanation explanation) {
     return [explanation = std::move(explanation)](sim::Switch &sw, EntryPoint entry, qarn_req &req) {
         explain::Observation observation;
+        std::optional<HeldInterruption> held;
+        if (sw.transport.heeds_interruptions) held.emplace();
         const uint32_t status = run_observed(sw, entry, req, observation);
-        return Ran{status, explanation({observation, sw})};
+        const bool is_interrupted = held && (held->take() || sw.transport.was_interrupted);
+        held.reset(); // a second one ends the process
+        const int code = explanation({observation, sw});
+        return Ran{status, is_interrupted ? worse_of(code, kExitInterrupted) : code};
     };
 }
 

@@ -30,6 +30,15 @@ TEST(ShellProcess, EndsAScriptWithAnInterruptedCommand) {
     EXPECT_EQ(shell.out.find("\nloud\n"), std::string::npos) << shell.out;
 }
 
+TEST(ShellProcess, ExplainsWhatHasComeBeforeAnInterruption) {
+    Shell shell(std::string(kSilent) + " -c 'explain running-config'");
+    ASSERT_TRUE(shell.shows(kWaiting)) << shell.out;
+    shell.signal(SIGINT);
+    EXPECT_EQ(shell.status(), 130);
+    EXPECT_NE(shell.out.find("own text   | loud\n"), std::string::npos) << shell.out;
+    EXPECT_NE(shell.out.find("when the command was interrupted\n"), std::string::npos) << shell.out;
+}
+
 TEST(ShellProcess, ClearsTheLineOnAnInterruptionAtThePrompt) {
     SKIP_WITHOUT_TERMINALS();
     Shell shell(kLoud, connect_to_dumb_terminal);
