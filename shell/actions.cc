@@ -9,6 +9,7 @@
 
 #include "shell/answer.h"
 #include "shell/diff.h"
+#include "shell/document.h"
 #include "shell/entry_process.h"
 #include "shell/exit_code.h"
 #include "shell/explain/explanations.h"
@@ -77,7 +78,7 @@ int take(Session &session, const Display &display, const Deadline &deadline, Com
     const int result =
         run_command(session.current(), entry_of(kWhole, display), request, output, text.descriptor(), deadline);
     compared.text = text.contents();
-    compared.outcome = outcome.contents();
+    compared.outcome = outcome_in(outcome.contents()).members;
     return result;
 }
 

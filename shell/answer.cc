@@ -90,9 +90,10 @@ int show_as_json(Session &session, const Line &line, EntryPoint entry, Request &
     Target target = target_of_document(session, line);
     request.has_header = false; // the object has members for it
     request.has_messages = false;
-    Document document(line.text, session.current());
     const int result = run_command(session.current(), entry, request, output, text.descriptor(), deadline);
-    document.add(outcome.contents());
+    const Outcome reported = outcome_in(outcome.contents());
+    Document document(line.text, session.current(), reported.time);
+    document.add(reported.members);
     const std::string shown = has_text(result) || line.is_explained ? filtered(line, text.contents(), 0) : "";
     if (line.own_text == OwnText::kTable) {
         document.add(shown);

@@ -1,6 +1,7 @@
 #include "shell/document.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <utility>
 #include <vector>
@@ -64,10 +65,21 @@ class BlockWriter {
 
 } // namespace
 
-Document::Document(std::string_view command, const sim::Switch &sw) {
+std::string text_of(const Outcome &outcome) {
+    return std::to_string(outcome.time.value_or(0)) + '\n' + outcome.members;
+}
+
+Outcome outcome_in(const std::string &text) {
+    const std::size_t newline = text.find('\n');
+    if (newline == std::string::npos) return {};
+    return {std::strtoll(text.c_str(), nullptr, 10), text.substr(newline + 1)};
+}
+
+Document::Document(std::string_view command, const sim::Switch &sw, std::optional<std::time_t> time) {
     json_ = std::string("{\"version\": ") + kVersion + ",\n \"command\": " + json_text(command) +
             ",\n \"switch\": " + json_text(sw.name) + ",\n \"vdc\": {\"id\": " + std::to_string(sw.vdc) +
-            ", \"name\": " + json_text(name_of_vdc(sw)) + "},\n \"time\": " + json_time(std::time(nullptr));
+            ", \"name\": " + json_text(name_of_vdc(sw)) +
+            "},\n \"time\": " + json_time(time.value_or(std::time(nullptr)));
 }
 
 void Document::add(const std::string &members) {

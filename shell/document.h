@@ -1,6 +1,8 @@
 // What a command shows, as one JSON object: docs/json.md has its members.
 #pragma once
 
+#include <ctime>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -8,10 +10,19 @@
 
 namespace shell {
 
+// What the process of a display writes about its outcome: a line with the time of its header, and members of the
+// object.
+struct Outcome {
+    std::optional<std::time_t> time; // none: it has ended before
+    std::string members;
+};
+std::string text_of(const Outcome &outcome);
+Outcome outcome_in(const std::string &text);
+
 class Document {
   public:
-    // The answer of a switch to a command, at the present time.
-    Document(std::string_view command, const sim::Switch &sw);
+    // The answer of a switch to a command, at the given or the present time.
+    Document(std::string_view command, const sim::Switch &sw, std::optional<std::time_t> time = {});
 
     // Add members that are JSON already.
     void add(const std::string &members);

@@ -8,10 +8,12 @@
 #include <exception>
 #include <new>
 
+#include "shell/document.h"
 #include "shell/message.h"
 #include "shell/recording/follower.h"
 #include "shell/report.h"
 #include "shell/run.h"
+#include "sim/clock.h"
 
 namespace shell {
 namespace {
@@ -36,7 +38,8 @@ int judge(const sim::Switch &sw, int outcome) {
     const Verdict verdict = verdict_on(sw);
     report(verdict);
     if (outcome < 0) return verdict.code;
-    const bool is_written = dprintf(outcome, "%s", json_members(verdict).c_str()) >= 0;
+    const std::string text = text_of(Outcome{sim::time_of_display(), json_members(verdict)});
+    const bool is_written = dprintf(outcome, "%s", text.c_str()) >= 0;
     return is_written ? verdict.code : worse_of(verdict.code, kExitFailure);
 }
 

@@ -10,6 +10,7 @@
 
 #include "explain/recording/description.h"
 #include "explain/recording/mask.h"
+#include "sim/clock.h"
 
 namespace explain::recording {
 namespace {
@@ -70,6 +71,15 @@ void Recorder::learned(const sim::Fact &fact) {
 
 void Recorder::add_reason(FactOf what, uint32_t sap, const std::string &why) {
     if (!why.empty()) add({.kind = Kind::kFact, .sap = sap, .opcode = what, .data = why});
+}
+
+// Of a header that was not shown. The time may be shown elsewhere.
+void Recorder::note_time() {
+    const auto is_time = [](const Event &event) { return event.kind == Kind::kFact && event.opcode == kTimeOfHeader; };
+    if (std::ranges::any_of(events_, is_time)) return;
+    const std::time_t time = sim::time_of_display();
+    char text[32] = "";
+    add({.kind = Kind::kFact, .opcode = kTimeOfHeader, .data = ::ctime_r(&time, text)});
 }
 
 void Recorder::note_reasons(const sim::Switch &sw) {

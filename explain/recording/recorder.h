@@ -20,7 +20,8 @@ class Recorder : public sim::Observer {
     void received_nothing(int error) override;
     void learned(const sim::Fact &fact) override;
 
-    // What the carrier says of this command. To be called when the library has returned.
+    // The time of the display, and what the carrier says of it. To be called when the library has returned.
+    void note_time();
     void note_reasons(const sim::Switch &sw);
     // The whole command, masked if it says so; the recorder is empty then.
     Recording take(const sim::Switch &sw, Command command, uint32_t exit_code);

@@ -28,6 +28,7 @@ int Follower::finish(int code) {
 // The shell takes an empty file for one that could not be written.
 int Follower::write_recording(int code) {
     try {
+        recorder_->note_time();
         recorder_->note_reasons(sw_);
         explain::recording::write_recording(
             recorder_->take(sw_, request_.recorded->command, static_cast<uint32_t>(code)),
